@@ -1,0 +1,57 @@
+# What every target of the project is built with, and the short forms that the folders use.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wold-style-cast -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wshadow=local -Wlogical-op -Wduplicated-cond)
+endif()
+
+# "" | "address,undefined" | "fuzzer-no-link,address,undefined"
+set(NORVAD_SANITIZE "" CACHE STRING "Sanitizers to build with")
+if(NORVAD_SANITIZE)
+    add_compile_options(-fsanitize=${NORVAD_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${NORVAD_SANITIZE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        add_compile_options(-Wno-maybe-uninitialized)  # false alarms in instrumented code
+    endif()
+endif()
+
+# norvad_library(name [SOURCES ...] [LINKS ...]): a static library of the named sources, or of every source of the
+# folder; includes are written from the root.
+function(norvad_library name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+    if(NOT arg_SOURCES)
+        file(GLOB arg_SOURCES CONFIGURE_DEPENDS *.cpp)
+    endif()
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC ${arg_LINKS})
+endfunction()
+
+# norvad_test(name [SOURCES ...] [LINKS ...]): one GoogleTest program, of every source of the folder unless they are
+# named; its cases are ctest's.
+function(norvad_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+    if(NOT arg_SOURCES)
+        file(GLOB arg_SOURCES CONFIGURE_DEPENDS *.cpp)
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE norvad_test_support ${arg_LINKS} GTest::gmock GTest::gtest_main)
+    target_compile_options(${name} PRIVATE -O0)  # what is under test is optimised, the tests build sooner
+    target_precompile_headers(${name} REUSE_FROM norvad_test_headers)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()
+
+# norvad_fuzzer(name LINKS ...): the libFuzzer target of name.cpp; its seeds are in fuzz/corpus/name.
+function(norvad_fuzzer name)
+    cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
+    add_executable(${name} ${name}.cpp)
+    target_link_libraries(${name} PRIVATE ${arg_LINKS})
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+endfunction()

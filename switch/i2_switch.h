@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+
+namespace norvad {
+
+// The switch as its socket side sees it.
+class I2Switch {
+public:
+    virtual ~I2Switch() = default;
+
+    virtual void FrameSocketEvent() = 0;  // a hook; the switch does nothing on it
+
+    // The 6 bytes that every frame sent carries as source; the socket side fills them in.
+    virtual uint8_t* GetMacAddress() = 0;
+};
+
+}  // namespace norvad

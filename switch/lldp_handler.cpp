@@ -1,0 +1,11 @@
+#include "switch/lldp_handler.h"
+
+#include "daemon/log.h"
+
+namespace norvad {
+
+void LLDPHandler::HandleFrame(std::span<uint8_t>, uint16_t) {
+    log(LogCategory::SOCKET, 2, " [SW-LLDP] Handle \n");
+}
+
+}  // namespace norvad

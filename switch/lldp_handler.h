@@ -1,0 +1,15 @@
+#pragma once
+
+#include "switch/ethertypes.h"
+#include "switch/proto_handler.h"
+
+namespace norvad {
+
+// Consumes the LLDP frames that the switch traps to the CPU.
+class LLDPHandler final : public ProtoHandler {
+public:
+    uint16_t GetEtherType() const override { return ETHERTYPE_LLDP; }
+    void HandleFrame(std::span<uint8_t> frame, uint16_t etherType) override;
+};
+
+}  // namespace norvad

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace norvad {
+
+using MacAddress = std::array<uint8_t, 6>;
+
+}  // namespace norvad
