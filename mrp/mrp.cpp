@@ -1,0 +1,185 @@
+#include "mrp/mrp.h"
+
+#include <utility>
+
+#include "daemon/log.h"
+#include "mrp/applicant.h"
+#include "mrp/mrpdu.h"
+#include "mrp/registrar.h"
+
+namespace norvad {
+
+namespace {
+
+constexpr uint32_t leaveTickMs = 200;
+
+AttributeEvent EventFor(TxAction action, bool registered) {
+    switch (action) {
+        case TxAction::NEW:
+            return AttributeEvent::NEW;
+        case TxAction::LEAVE:
+            return AttributeEvent::LV;
+        case TxAction::IN:
+            return registered ? AttributeEvent::IN : AttributeEvent::MT;
+        case TxAction::JOIN:
+            return registered ? AttributeEvent::JOIN : AttributeEvent::JOINMT;
+        case TxAction::TX_LA:
+        case TxAction::NONE:
+            break;
+    }
+    return registered ? AttributeEvent::JOIN : AttributeEvent::MT;
+}
+
+}  // namespace
+
+MRP::MRP(TimerService& timers, uint8_t portCount)
+    : timers(timers),
+      ports(portCount),
+      portTimers(
+          timers, portCount, [this](uint32_t port) { LeaveAllTimerExpired(static_cast<uint8_t>(port)); },
+          [this](uint32_t port) { ApplyToPort(static_cast<uint8_t>(port), Event::PERIODIC); }),
+      leaveTick(timers.addPeriodicTimer(
+          leaveTickMs, leaveTickMs, 0, [this](uint32_t) { LeaveTimerTick(); }, 0)) {}
+
+MRP::~MRP() {
+    timers.cancel(leaveTick);
+    for (PortRecord& record : ports) timers.cancel(record.transmitTimer);
+}
+
+MRPAttribute& MRP::Insert(std::unique_ptr<MRPAttribute> attribute, bool periodic) {
+    attribute->state.periodic = periodic;
+    AttributeLists& attributes = ports.at(attribute->port).attributes;
+    return attributes.Append(std::move(attribute));
+}
+
+void MRP::RemoveAttribute(MRPAttribute& attribute) {
+    AttributeLists& attributes = ports.at(attribute.port).attributes;
+    DeleteAttribute(attribute);
+    attributes.Remove(attribute);
+}
+
+void MRP::RunAttributeStateMachines(MRPAttribute* attribute, uint8_t port, Event event) {
+    if (IsLogged(LogCategory::MRP, 2)) {
+        log(LogCategory::MRP, 2, "[SW-MRP] RunAttributeStateMachines: Event %s\n", Name(event));
+    }
+    RunLeaveAll(port, event);
+    if (ports.at(port).leaveAll.state == LeaveAllState::ACTIVE) RequestTransmit(port);
+    if (attribute == nullptr) return;
+
+    RunAttribute(*attribute, event);
+    if (HasSomethingToSend(attribute->state.applicant)) RequestTransmit(port);
+    if (attribute->state.indication != Event::UNDEFINED) Propagate(*attribute, attribute->state.indication, port);
+}
+
+void MRP::Feed(MRPAttribute& attribute, Event event) {
+    RunAttributeStateMachines(&attribute, attribute.port, ReceiveEvent(static_cast<uint8_t>(event)));
+}
+
+void MRP::ApplyToPort(uint8_t port, Event event) {
+    ForEach(port, [&](MRPAttribute& attribute) { RunAttributeStateMachines(&attribute, port, event); });
+}
+
+void MRP::ApplyToType(uint8_t port, uint8_t type, Event event) {
+    ForEach(port, type, [&](MRPAttribute& attribute) { RunAttributeStateMachines(&attribute, port, event); });
+}
+
+void MRP::RequestTransmit(uint8_t port) {
+    if (port >= ports.size() || ports[port].transmitTimer != nullptr) return;
+    PortRecord& record = ports[port];
+    const uint32_t delayMs = record.pacing.Request(timers.Monotonic());
+    const auto expired = [this](uint32_t argument) { TransmitTimerExpired(static_cast<uint8_t>(argument)); };
+    record.transmitTimer = timers.addTimer(delayMs, expired, port);
+}
+
+bool MRP::TxLeaveAll(uint8_t port) {
+    RunLeaveAll(port, Event::TX);
+    return ports.at(port).leaveAll.action == TxAction::TX_LA;
+}
+
+bool MRP::TxAttribute(MRPAttribute& attribute, uint8_t, bool leaveAll, bool pduFull) {
+    if (leaveAll) {
+        RunAttribute(attribute, pduFull ? Event::TX_LAF : Event::TX_LA);
+    } else if (pduFull) {
+        return false;
+    } else {
+        RunAttribute(attribute, Event::TX);
+    }
+    return attribute.state.action != TxAction::NONE;
+}
+
+AttributeEvent MRP::EventToSend(const MRPAttribute& attribute) {
+    const AttributeEvent event = EventFor(attribute.state.action, attribute.state.registrar == RegistrarState::IN);
+    log(LogCategory::MRP, 2, "sending attribute %s\n", Name(event));
+    return event;
+}
+
+size_t MRP::AddMessage(MRPDUWriter& pdu, uint8_t port, uint8_t type, uint8_t typeOnWire, uint8_t firstValueLength,
+                       bool leaveAll) {
+    size_t values = 0;
+    const auto addIfDue = [&](MRPAttribute& attribute) {
+        if (!TxAttribute(attribute, port, leaveAll, pdu.IsFull())) return;
+        if (values == 0) pdu.BeginMessage(typeOnWire, firstValueLength);
+        const bool withLeaveAll = leaveAll && values == 0;
+        pdu.AddValue(withLeaveAll, attribute.FirstValue(), EventToSend(attribute), attribute.FourPackedEvent());
+        ++values;
+    };
+
+    AttributeLists& attributes = ports.at(port).attributes;
+    if (leaveAll) {
+        attributes.ForEach(type, addIfDue);
+    } else {
+        attributes.ForEachPending(type, [&](MRPAttribute& attribute) {
+            addIfDue(attribute);
+            return !pdu.IsFull();
+        });
+    }
+
+    if (values == 0 && !leaveAll) return 0;
+    if (values == 0) {
+        pdu.BeginMessage(typeOnWire, firstValueLength);
+        pdu.AddLeaveAll(firstValueLength);
+    }
+    pdu.EndMessage();
+    return values;
+}
+
+void MRP::RunLeaveAll(uint8_t port, Event event) {
+    if (StepLeaveAll(ports.at(port).leaveAll, event)) portTimers.RestartLeaveAll(port);
+}
+
+void MRP::RunAttribute(MRPAttribute& attribute, Event event) {
+    MRPAttributeState& state = attribute.state;
+    const RegistrarState registrar = StepRegistrar(state, event);
+    state.applicant = StepApplicant(state, event);  // sees the registrar as it was before the event
+    state.registrar = registrar;
+    ports.at(attribute.port).attributes.Refresh(attribute);
+}
+
+void MRP::TransmitTimerExpired(uint8_t port) {
+    PortRecord& record = ports.at(port);
+    record.transmitTimer = nullptr;
+    TransmitPdu(port);
+    if (record.attributes.HasPending()) RequestTransmit(port);
+}
+
+void MRP::LeaveAllTimerExpired(uint8_t port) {
+    RunAttributeStateMachines(nullptr, port, Event::LEAVEALLTIMER);
+}
+
+void MRP::LeaveTimerTick() {
+    for (PortRecord& record : ports) {
+        record.attributes.ForEachTicking([this](MRPAttribute& attribute) { TickAttribute(attribute); });
+    }
+}
+
+void MRP::TickAttribute(MRPAttribute& attribute) {
+    const AttributeLists& attributes = ports.at(attribute.port).attributes;
+    const uint64_t order = attribute.order;
+    if (attribute.state.leaveTimer > 0 && --attribute.state.leaveTimer == 0) {
+        RunAttributeStateMachines(&attribute, attribute.port, Event::LEAVETIMER);
+    }
+    // The application may have removed the attribute on the way; then it no longer waits for a tick.
+    if (attributes.IsTicking(order) && IsForgotten(attribute.state)) RemoveAttribute(attribute);
+}
+
+}  // namespace norvad

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "daemon/timer_service.h"
+#include "mrp/attribute_lists.h"
+#include "mrp/leave_all.h"
+#include "mrp/mrp_attribute.h"
+#include "mrp/mrp_types.h"
+#include "mrp/per_port_timers.h"
+#include "mrp/transmit_pacing.h"
+
+namespace norvad {
+
+class MRPDUWriter;
+
+// One MRP participant for every port of the bridge: the attributes of each port, the machines that run on them,
+// the port's LeaveAll machine and the scheduling of its transmissions. An application derives from it.
+class MRP {
+public:
+    static constexpr uint8_t maxAttributeType = AttributeLists::typeCount;
+
+    MRP(TimerService& timers, uint8_t portCount);
+    MRP(const MRP&) = delete;
+    MRP& operator=(const MRP&) = delete;
+    virtual ~MRP();
+
+    uint8_t PortCount() const { return static_cast<uint8_t>(ports.size()); }
+
+    // Puts an attribute at the end of its port's list. periodic: PERIODIC makes it declare itself again. A port beyond
+    // the list, here and in what follows, or a type other than 1..5 throws std::out_of_range.
+    MRPAttribute& Insert(std::unique_ptr<MRPAttribute> attribute, bool periodic = false);
+
+    // Tells the application through DeleteAttribute, then unlinks and frees the attribute.
+    void RemoveAttribute(MRPAttribute& attribute);
+
+    // Runs one event through the port's LeaveAll machine and, when an attribute is given, through its Registrar
+    // and Applicant; requests a transmission and calls Propagate, which may remove the attribute, as they ask.
+    void RunAttributeStateMachines(MRPAttribute* attribute, uint8_t port, Event event);
+
+    // Runs an event from a neighbour, or a declaration of our own that comes the same way, through the attribute's
+    // machines; anything else is logged and has no effect.
+    void Feed(MRPAttribute& attribute, Event event);
+
+    // RunAttributeStateMachines for every attribute of the port, in list order, or for those of one type.
+    void ApplyToPort(uint8_t port, Event event);
+    void ApplyToType(uint8_t port, uint8_t type, Event event);
+
+    // Calls visit(MRPAttribute&) for every attribute of the port, or for those of one type, in list order. visit may
+    // insert attributes and remove any, the visited one too.
+    template <typename Visitor>
+    void ForEach(uint8_t port, Visitor visit) {
+        ports.at(port).attributes.ForEach(visit);
+    }
+    template <typename Visitor>
+    void ForEach(uint8_t port, uint8_t type, Visitor visit) {
+        ports.at(port).attributes.ForEach(type, visit);
+    }
+
+    // Asks for a transmit opportunity of the port; nothing happens when one is pending or the port is beyond the list.
+    void RequestTransmit(uint8_t port);
+
+    // Runs TX through the port's LeaveAll machine; true when the PDU under construction must carry a LeaveAll.
+    bool TxLeaveAll(uint8_t port);
+
+    // Runs the transmit event through the attribute's machines; true when the attribute must be encoded.
+    bool TxAttribute(MRPAttribute& attribute, uint8_t port, bool leaveAll, bool pduFull);
+
+    // The attribute event to encode for the attribute's pending action.
+    static AttributeEvent EventToSend(const MRPAttribute& attribute);
+
+    // Adds to pdu one message with what the port has to send of one attribute type (firstValueLength bytes each), in
+    // list order, a vector for each value. With leaveAll the first vector carries the LeaveAll; when there is no value
+    // to send, a vector without values does. Returns the number of values.
+    size_t AddMessage(MRPDUWriter& pdu, uint8_t port, uint8_t type, uint8_t firstValueLength, bool leaveAll) {
+        return AddMessage(pdu, port, type, type, firstValueLength, leaveAll);
+    }
+    // The same where the type has another number on the wire.
+    size_t AddMessage(MRPDUWriter& pdu, uint8_t port, uint8_t type, uint8_t typeOnWire, uint8_t firstValueLength,
+                      bool leaveAll);
+
+    // Counts every running leave timer down, and removes what is neither registered nor declared. Runs every 200 ms.
+    void LeaveTimerTick();
+
+protected:
+    // A registration came, came again, or went: indication is NEW, JOIN or LV.
+    virtual void Propagate(MRPAttribute& attribute, Event indication, uint8_t port) = 0;
+    // The port's transmit opportunity: build its PDU and send it.
+    virtual void TransmitPdu(uint8_t port) = 0;
+    // The attribute is about to be freed.
+    virtual void DeleteAttribute(MRPAttribute& attribute) = 0;
+
+private:
+    struct PortRecord {
+        AttributeLists attributes;
+        LeaveAll leaveAll;
+        TransmitPacing pacing;
+        Timer* transmitTimer = nullptr;  // runs while a transmit opportunity is pending
+    };
+
+    void RunLeaveAll(uint8_t port, Event event);
+    void RunAttribute(MRPAttribute& attribute, Event event);
+    void TransmitTimerExpired(uint8_t port);
+    void LeaveAllTimerExpired(uint8_t port);
+    void TickAttribute(MRPAttribute& attribute);
+
+    TimerService& timers;
+    std::vector<PortRecord> ports;
+    PerPortTimers portTimers;
+    Timer* leaveTick;
+};
+
+}  // namespace norvad

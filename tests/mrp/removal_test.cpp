@@ -1,0 +1,126 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/mrp/test_participant.h"
+
+namespace norvad::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// An application may remove attributes, or add some, while it is called for another one.
+class RemovalDuringAWalk : public testing::Test, protected ParticipantBench {
+protected:
+    RemovalDuringAWalk() {
+        for (uint8_t value = 0; value < 5; ++value) attributes.push_back(&mrp.Add(1, 0, value));
+    }
+
+    // Removes an attribute once.
+    void Remove(size_t value) {
+        if (attributes[value] != nullptr) mrp.RemoveAttribute(*std::exchange(attributes[value], nullptr));
+    }
+    // The values that a walk of the type visits while it removes some at one value.
+    std::vector<std::string> WalkRemoving(const std::string& at, const std::vector<size_t>& removed) {
+        std::vector<std::string> visited;
+        mrp.ForEach(0, 1, [&](MRPAttribute& attribute) {
+            visited.push_back(attribute.Text());
+            if (visited.back() != at) return;
+            for (const size_t value : removed) Remove(value);
+        });
+        return visited;
+    }
+
+    std::vector<TestAttribute*> attributes;
+};
+
+TEST_F(RemovalDuringAWalk, OfTheVisitedOne) {
+    EXPECT_THAT(WalkRemoving("2", {2}), ElementsAre("0", "1", "2", "3", "4"));
+    EXPECT_THAT(mrp.TextsOn(0), ElementsAre("0", "1", "3", "4"));
+}
+
+TEST_F(RemovalDuringAWalk, OfItsNeighbours) {
+    EXPECT_THAT(WalkRemoving("2", {1, 3}), ElementsAre("0", "1", "2", "4"));
+    EXPECT_THAT(mrp.TextsOn(0), ElementsAre("0", "2", "4"));
+}
+
+TEST_F(RemovalDuringAWalk, OfAllThatFollow) {
+    EXPECT_THAT(WalkRemoving("1", {4, 3, 2}), ElementsAre("0", "1"));
+}
+
+TEST_F(RemovalDuringAWalk, OfEverything) {
+    EXPECT_THAT(WalkRemoving("0", {2, 0, 1, 4, 3}), ElementsAre("0"));
+    EXPECT_EQ(TestAttribute::living, 0);
+}
+
+TEST_F(RemovalDuringAWalk, OfTheLast) {
+    EXPECT_THAT(WalkRemoving("4", {4}), ElementsAre("0", "1", "2", "3", "4"));
+}
+
+TEST_F(RemovalDuringAWalk, InsideAWalkInsideAWalk) {
+    std::vector<std::string> visited;
+    mrp.ForEach(0, [&](MRPAttribute& outer) {
+        visited.push_back(outer.Text());
+        mrp.ForEach(0, 1, [&](MRPAttribute& inner) {
+            if (inner.Text() == "1" || inner.Text() == "3") Remove(inner.FirstValue()[1]);
+        });
+    });
+
+    EXPECT_THAT(visited, ElementsAre("0", "2", "4"));
+}
+
+TEST_F(RemovalDuringAWalk, WhatIsAppendedIsVisitedToo) {
+    std::vector<std::string> visited;
+    mrp.ForEach(0, 1, [&](MRPAttribute& attribute) {
+        visited.push_back(attribute.Text());
+        if (visited.back() == "4") mrp.Add(1, 0, 9);
+    });
+
+    EXPECT_THAT(visited, ElementsAre("0", "1", "2", "3", "4", "9"));
+}
+
+TEST_F(RemovalDuringAWalk, FromPropagateUnderAFlush) {
+    for (TestAttribute* attribute : attributes) mrp.Run(*attribute, Event::RNEW);
+    mrp.calls.clear();
+    mrp.onPropagate = [&](MRPAttribute& attribute, Event) {
+        const size_t value = attribute.FirstValue()[1];
+        if (value == 1) {
+            Remove(2);
+            Remove(1);
+        }
+    };
+
+    mrp.ApplyToPort(0, Event::FLUSH);
+
+    EXPECT_THAT(mrp.calls, ElementsAre("propagate 0 LV 0", "propagate 1 LV 0", "delete 2", "delete 1",
+                                       "propagate 3 LV 0", "propagate 4 LV 0"));
+}
+
+TEST_F(RemovalDuringAWalk, FromPropagateUnderALeaveTimerTick) {
+    for (TestAttribute* attribute : attributes) {
+        mrp.Run(*attribute, Event::RNEW);
+        mrp.Run(*attribute, Event::RLV);
+    }
+    mrp.calls.clear();
+    mrp.onPropagate = [&](MRPAttribute& attribute, Event) {
+        if (attribute.FirstValue()[1] == 1) Remove(2);
+        Remove(attribute.FirstValue()[1]);
+    };
+
+    RunMs(1000);
+
+    EXPECT_THAT(mrp.calls, ElementsAre("propagate 0 LV 0", "delete 0", "propagate 1 LV 0", "delete 2", "delete 1",
+                                       "propagate 3 LV 0", "delete 3", "propagate 4 LV 0", "delete 4"));
+    EXPECT_EQ(TestAttribute::living, 0);
+}
+
+TEST_F(RemovalDuringAWalk, OfWhatIsPendingTakesItOutOfThePdu) {
+    for (TestAttribute* attribute : attributes) mrp.Run(*attribute, Event::JOIN);
+
+    for (const size_t value : {0, 2, 4}) Remove(value);
+
+    EXPECT_EQ(mrp.BuildPdu(0), Hex("00 01 02 00 0c 00 01 00 01 6c 00 01 00 03 6c 00 00 00 00"));
+}
+
+}  // namespace
+}  // namespace norvad::test
