@@ -1,0 +1,75 @@
+#include "msrp/msrp_attributes.h"
+
+#include <array>
+#include <charconv>
+
+#include "msrp/failure_codes.h"
+
+namespace norvad {
+namespace {
+
+void AppendHex(std::string& text, uint8_t byte) {
+    constexpr char digits[] = "0123456789abcdef";
+    text += digits[byte >> 4];
+    text += digits[byte & 15];
+}
+
+// Two digits and a colon for every byte, the last one too.
+std::string ColonHex(std::span<const uint8_t> bytes) {
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        AppendHex(text, byte);
+        text += ':';
+    }
+    return text;
+}
+
+std::string Hexadecimal(uint32_t number) {
+    std::array<char, 8> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+    return {digits.data(), end};
+}
+
+std::string TalkerFields(const TalkerFirstValue& value) {
+    const uint32_t latencyNs = value.accumulatedLatency;
+    return ColonHex(value.streamId) + " MAC: " + ColonHex(value.destination) + " AccLatency = 0x" +
+           Hexadecimal(latencyNs) + " (" + std::to_string(latencyNs) + "ns)";
+}
+
+}  // namespace
+
+std::string StreamIdText(const StreamID& id) {
+    std::string text;
+    for (size_t i = 0; i < id.size(); ++i) {
+        if (i == sizeof(MacAddress)) text += ':';
+        AppendHex(text, id[i]);
+    }
+    return text;
+}
+
+std::string Talker::Text() const {
+    return "[MSRP] Talker: " + TalkerFields(value);
+}
+
+std::string TalkerFailed::Text() const {
+    return "[MSRP] TalkerFailed: " + TalkerFields(value.talker) + "\tBridge ID " + ColonHex(value.bridgeId) +
+           "\tError code: " + FailureText(value.failureCode);
+}
+
+// A record that this bridge has never declared may still answer with In or Mt; the neighbour drops a value that says
+// IGNORE, so the answer repeats what the neighbour said.
+ListenerDeclaration Listener::Declared() const {
+    return propagatedDeclaration != ListenerDeclaration::IGNORE ? propagatedDeclaration : registeredDeclaration;
+}
+
+std::string Listener::Text() const {
+    return "[MSRP] Listener:" + StreamIdText(streamId) +
+           " decl:" + Name(IsRegistered() ? registeredDeclaration : Declared());
+}
+
+std::string Domain::Text() const {
+    return "[MSRP] Domain:" + std::to_string(value.srClassId) + " Pri" + std::to_string(value.srClassPriority) +
+           " VLAN" + std::to_string(value.srClassVid.value());
+}
+
+}  // namespace norvad

@@ -1,0 +1,122 @@
+#include "msrp/msrp_handler.h"
+
+#include <algorithm>
+#include <cassert>
+
+#include "daemon/log.h"
+#include "switch/ethertypes.h"
+#include "switch/i4_dsa_socket.h"
+#include "switch/i4_switch.h"
+
+namespace norvad {
+namespace {
+
+constexpr uint32_t walkIntervalMs = 1000;
+
+// The SR classes that every port declares.
+constexpr uint8_t classAId = 6, classAPriority = 3;
+constexpr uint8_t classBId = 5, classBPriority = 2;
+constexpr uint16_t classVid = 2;
+
+MacAddress AddressOf(const I4Switch& bridge) {
+    MacAddress address;
+    std::copy_n(bridge.GetMacAddress(), address.size(), address.begin());
+    return address;
+}
+
+}  // namespace
+
+MSRPHandler::MSRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers)
+    : MSRPDB(timers, socket.GetMaxPorts()),
+      socket(socket),
+      timers(timers),
+      macAddress(AddressOf(bridge)),
+      reservations(bridge),
+      talkers(*this, socket, macAddress),
+      listeners(*this, socket, reservations),
+      walkTimer(timers.addPeriodicTimer(
+          walkIntervalMs, walkIntervalMs, 0, [this](uint32_t) { mf0(); }, 0)) {}
+
+MSRPHandler::~MSRPHandler() {
+    timers.cancel(walkTimer);
+}
+
+uint16_t MSRPHandler::GetEtherType() const {
+    return ETHERTYPE_MSRP;
+}
+
+void MSRPHandler::PortUp(uint8_t port) {
+    log(LogCategory::MSRP, 1, "[SW-MSRP] port %d up\n", port);
+    AddDomain({classBId, classBPriority, classVid}, Event::NEW, port);
+    AddDomain({classAId, classAPriority, classVid}, Event::NEW, port);
+}
+
+// A flushed record declares nothing any more, so it has no sources either: what is registered elsewhere is declared
+// here again when the port is back.
+void MSRPHandler::PortDown(uint8_t port) {
+    log(LogCategory::MSRP, 1, "[SW-MSRP] port %d down\n", port);
+    ApplyToPort(port, Event::FLUSH);
+    for (uint8_t type = TALKER_ADVERTISE; type <= LISTENER_VECTOR; ++type) {
+        ForEach(port, type, [](MRPAttribute& attribute) { attribute.sources.Clear(); });
+    }
+}
+
+void MSRPHandler::PortStpUp(uint8_t port) {
+    log(LogCategory::MSRP, 1, "[SW-MSRP] port %d STP up\n", port);
+}
+
+void MSRPHandler::PortStpDown(uint8_t port) {
+    log(LogCategory::MSRP, 1, "[SW-MSRP] port %d STP down\n", port);
+}
+
+void MSRPHandler::PortAvbUp(uint8_t port) {
+    log(LogCategory::MSRP, 1, "[SW-MSRP] port %d AVB up\n", port);
+    for (uint8_t p = 0; p < PortCount(); ++p) ApplyToType(p, TALKER_ADVERTISE, Event::REPROPAGATE);
+    ApplyToPort(port, Event::REDECLARE);
+}
+
+void MSRPHandler::PortAvbDown(uint8_t port) {
+    log(LogCategory::MSRP, 1, "[SW-MSRP] port %d AVB down\n", port);
+}
+
+void MSRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) {
+    switch (attribute.type) {
+        case TALKER_ADVERTISE: {
+            const auto& talker = static_cast<Talker&>(attribute);
+            talkers.Propagate(talker, indication);
+            if (indication == Event::LV) {
+                listeners.TalkerLeft(talker);
+            } else {
+                listeners.TalkerRegistered(talker, indication);
+            }
+            return;
+        }
+        case TALKER_FAILED:
+            talkers.Propagate(static_cast<TalkerFailed&>(attribute), indication);
+            return;
+        case LISTENER_VECTOR:
+            listeners.Propagate(static_cast<Listener&>(attribute), indication);
+            return;
+        case DOMAIN:
+            return;  // a matter between two neighbours
+        default:
+            log(LogCategory::MSRP, 0, "Propagate request for unknown attribute type %d\n", attribute.type);
+    }
+}
+
+void MSRPHandler::DeleteAttribute(MRPAttribute& attribute) {
+    if (attribute.type == TALKER_FAILED) talkers.Forget(static_cast<TalkerFailed&>(attribute));
+    if (attribute.type == LISTENER_VECTOR) listeners.Forget(static_cast<Listener&>(attribute));
+    MSRPDB::DeleteAttribute(attribute);
+}
+
+// Once a second every record is looked at and left as it is; a debug build checks that each can be found by its key.
+void MSRPHandler::mf0() {
+    for (uint8_t port = 0; port < PortCount(); ++port) {
+        for (uint8_t type = TALKER_ADVERTISE; type <= DOMAIN; ++type) {
+            ForEach(port, type, [&]([[maybe_unused]] MRPAttribute& attribute) { assert(attribute.port == port); });
+        }
+    }
+}
+
+}  // namespace norvad

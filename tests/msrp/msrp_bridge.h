@@ -1,0 +1,97 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "daemon/log.h"
+#include "daemon/timer_service.h"
+#include "msrp/msrp_handler.h"
+#include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
+
+namespace norvad::test {
+
+using ByteString = std::vector<uint8_t>;
+
+// Bytes written in hexadecimal, two digits each, blanks between them.
+ByteString Bytes(std::string_view hex);
+
+// One vector of a message as a neighbour sends it; fourPacked stays empty but for listeners.
+ByteString Vector(const ByteString& firstValue, const std::vector<uint8_t>& events,
+                  const std::vector<uint8_t>& declarations = {}, bool leaveAll = false);
+
+// A message of one attribute type around its vectors.
+ByteString Message(uint8_t type, uint8_t attributeLength, const std::vector<ByteString>& vectors);
+
+// A tagged frame from a switch port around messages, with protocol version and end mark.
+ByteString Frame(uint8_t port, const std::vector<ByteString>& messages);
+
+// Stream number n of a foreign station; the unique id's first byte is the selector that binds local streams.
+StreamID Stream(uint8_t n, uint8_t selector = 0);
+
+// A talker of 100-byte frames, one in an interval, in VLAN 2, to the address 91:e0:f0:00:00:n.
+TalkerFirstValue TalkerOf(const StreamID& id);
+
+template <typename Record>
+ByteString ToBytes(const Record& record) {
+    const auto bytes = BytesOf(record);
+    return {bytes.begin(), bytes.end()};
+}
+
+// What the log wrote while it was watched, with every category at the given level.
+class LogWatch {
+public:
+    explicit LogWatch(int32_t level);
+    ~LogWatch();
+    LogWatch(const LogWatch&) = delete;
+    LogWatch& operator=(const LogWatch&) = delete;
+
+    std::string Text();  // ends the watch
+
+private:
+    const std::array<int32_t, logCategoryCount> before;
+    bool watching = true;
+};
+
+// A whole MSRP bridge on a switch in software, with a clock that the test moves.
+class MsrpBridge : public ::testing::Test {
+protected:
+    // A port in service, as the switch sees it; MSRP hears nothing of it.
+    void Raise(std::initializer_list<uint8_t> ports) {
+        for (const uint8_t port : ports) board.Raise(port);
+    }
+
+    void Receive(uint8_t port, const std::vector<ByteString>& messages);
+    void ReceiveTalker(uint8_t port, const StreamID& id, AttributeEvent event = AttributeEvent::NEW);
+    void ReceiveTalkerFailed(uint8_t port, const StreamID& id, AttributeEvent event = AttributeEvent::NEW);
+    void ReceiveListener(uint8_t port, const StreamID& id, ListenerDeclaration declaration = ListenerDeclaration::READY,
+                         AttributeEvent event = AttributeEvent::NEW);
+
+    // Lets time pass in steps of a millisecond.
+    void Run(uint32_t ms);
+
+    // Long enough for a received Leave to end a registration, and short of a LeaveAll.
+    void RunLeaveTime() { Run(1200); }
+
+    // The values sent out of a port since the last call, such as "talker 0001 New", "listener 0001 JoinMt READY",
+    // "domain 6 New"; a LeaveAll without a value is "talker LeaveAll", and one on a value is added to it.
+    std::vector<std::string> SentValues(uint8_t port);
+
+    // What the daemon control option answers.
+    std::string Control(const std::vector<std::string>& arguments);
+
+    bool IsTalkerDeclared(uint8_t port, const StreamID& id);
+    bool IsTalkerFailedDeclared(uint8_t port, const StreamID& id);
+    bool IsListenerDeclared(uint8_t port, const StreamID& id);
+
+    SteppedClock clock;
+    TimerService timers{clock};
+    FakeSwitch board;
+    MSRPHandler msrp{board, board, timers};
+};
+
+}  // namespace norvad::test
