@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "mrp/mrpdu.h"
+#include "mrp/propagation.h"
+#include "mvrp/mvrpdb.h"
+#include "switch/proto_handler.h"
+
+namespace norvad {
+
+class I4DSASocket;
+class I4Switch;
+
+// The VLAN registration protocol (IEEE 802.1Q, clause 11) on every port of the bridge: what a neighbour registers on a
+// port makes the port a member of the VLAN and is declared on the other ports.
+class MVRPHandler final : public ProtoHandler, public MVRPDB {
+public:
+    // All three outlive the handler.
+    MVRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers);
+
+    uint16_t GetEtherType() const override;
+    void HandleFrame(std::span<uint8_t> frame, uint16_t etherType) override;
+
+    void PortUp(uint8_t port) override;
+    void PortDown(uint8_t port) override;
+    void PortStpUp(uint8_t port) override;
+    void PortStpDown(uint8_t port) override;
+    void PortAvbUp(uint8_t port) override;
+    void PortAvbDown(uint8_t port) override;
+
+    void AddControlOptions(boost::program_options::options_description& options) override;
+    void HandleControlOptions(const boost::program_options::variables_map& values, std::ostream& answer) override;
+    void HandleDaemonControlMessage() override {}
+
+protected:
+    void Propagate(MRPAttribute& attribute, Event indication, uint8_t port) override;
+    void TransmitPdu(uint8_t port) override;
+
+private:
+    // Receive. A message reaches to the end of what arrived.
+    void ReadMessages(uint8_t protocolVersion, std::span<uint8_t> messages);
+    bool ReadMessage(const MrpShortMessageHeader& header, std::span<uint8_t> message);
+    void ReadVlans(std::span<uint8_t> message);
+
+    void ProgramSwitch(const Vlan& vlan, Event indication);
+    void Declare(const Vlan& registered, Event indication, uint8_t port);
+    void Withdraw(const Vlan& registered, uint8_t port);
+
+    I4DSASocket& socket;
+    I4Switch& bridge;
+    uint8_t currentPort = 0;  // where the frame being read came in
+    std::array<uint8_t, MRPDUWriter::bufferSize> frame{};
+};
+
+}  // namespace norvad

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "mvrp/mvrp_handler.h"
+#include "tests/support/bytes.h"
+#include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
+
+namespace norvad::test {
+
+// MVRP on a switch without hardware, on a clock that only the test moves. Ports 0 and 1 are up.
+struct MvrpBridge {
+    MvrpBridge() {
+        bridge.Raise(0);
+        bridge.Raise(1);
+    }
+
+    // Hands over a frame from the neighbour of a port: destination, source, tag, EtherType, payload.
+    void Receive(uint8_t port, const Bytes& payload, const std::string& destination = "01 80 c2 00 00 21") {
+        Bytes frame = Join({Hex(destination),
+                            Hex("02 00 00 00 00 99"),
+                            Hex("da da 00 00 00"),
+                            {static_cast<uint8_t>(port << 3)},
+                            Hex("00 00 88 f5"),
+                            payload});
+        ReceiveRaw(frame);
+    }
+    void ReceiveRaw(Bytes& frame) {
+        const auto exact = std::make_unique<uint8_t[]>(frame.size());  // ends where the frame ends
+        std::copy(frame.begin(), frame.end(), exact.get());
+        mvrp.HandleFrame({exact.get(), frame.size()}, 0x88F5);
+    }
+
+    void RunMs(uint64_t ms) {
+        for (uint64_t i = 0; i < ms; ++i) {
+            clock.AdvanceMs(1);
+            timers.runDue();
+        }
+    }
+
+    // "100: Applicant VO Registrar IN" for every VLAN on the port, in list order.
+    std::vector<std::string> VlansOn(uint8_t port) {
+        std::vector<std::string> texts;
+        mvrp.ForEach(port, Vlan::attributeType, [&](MRPAttribute& attribute) {
+            texts.push_back(std::to_string(static_cast<Vlan&>(attribute).Vid()) + ": " + StateText(attribute));
+        });
+        return texts;
+    }
+    std::vector<uint16_t> RegisteredOn(uint8_t port) {
+        std::vector<uint16_t> vids;
+        mvrp.ForEach(port, Vlan::attributeType, [&](MRPAttribute& attribute) {
+            if (attribute.IsRegistered()) vids.push_back(static_cast<Vlan&>(attribute).Vid());
+        });
+        return vids;
+    }
+    bool IsMember(uint8_t port, uint16_t vid) const { return bridge.vlans.count({port, vid}) != 0; }
+
+    SteppedClock clock;
+    TimerService timers{clock};
+    FakeSwitch bridge;
+    MVRPHandler mvrp{bridge, bridge, timers};
+};
+
+}  // namespace norvad::test
