@@ -1,0 +1,13 @@
+#include "ptp/grandmaster_export.h"
+
+#include "daemon/log.h"
+
+namespace norvad {
+
+void GrandmasterExport::SendGrandmasterId() {
+    log(LogCategory::PTP, 1, "[SW-PTP] SendGrandmasterId\n");
+    output.WriteIdentity(ptp.best.dataset.grandmasterIdentity);
+    if (ptp.grandmaster.clockNumber != 0) output.Send(ptp.grandmaster);
+}
+
+}  // namespace norvad

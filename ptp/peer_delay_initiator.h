@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "ptp/as_capable.h"
+#include "ptp/ptp_instance.h"
+#include "ptp/ptp_messages.h"
+
+namespace norvad {
+
+// Our side of the peer delay exchange: asks every second, takes the answers in, evaluates what came of it.
+class PeerDelayInitiator {
+public:
+    PeerDelayInitiator(PTPInstance& ptp, AsCapableDecision& asCapable) : ptp(ptp), asCapable(asCapable) {}
+
+    void PTPPDelayAction();
+    void HandleResponse(uint8_t port, const PdelayRespMessage& message);
+
+    // Looks for the trailer behind the message as well, and marks it as used in the frame.
+    void HandleFollowUp(uint8_t port, std::span<uint8_t> frame, const PdelayRespFollowUpMessage& message);
+
+private:
+    void Evaluate(uint8_t port);
+    void SendRequests();
+    bool TakeResponse(uint8_t port, PTPPortData& data, const PdelayRespMessage& message);
+    bool TakeFollowUp(uint8_t port, PTPPortData& data, std::span<uint8_t> frame,
+                      const PdelayRespFollowUpMessage& message);
+    void ReportForeignRequester(uint8_t port, const ClockIdentity& requester) const;
+
+    PTPInstance& ptp;
+    AsCapableDecision& asCapable;
+};
+
+}  // namespace norvad

@@ -1,0 +1,72 @@
+#include "ptp/ptp_control.h"
+
+#include <boost/program_options/options_description.hpp>
+#include <boost/program_options/value_semantic.hpp>
+#include <boost/program_options/variables_map.hpp>
+#include <ostream>
+
+#include "daemon/log.h"
+#include "ptp/status_line.h"
+
+namespace norvad {
+
+namespace {
+
+constexpr uint8_t externalPortCount = 2;
+constexpr int32_t largestPriority1 = 255;
+
+}  // namespace
+
+void PTPControl::AddOptions(boost::program_options::options_description& options) {
+    using boost::program_options::value;
+    options.add_options()                                                                     //
+        ("window,w", value<int32_t>(), "set rateRatio window")                                //
+        ("ptp,p", "show PTP status")                                                          //
+        ("as,a", value<int32_t>(), "force AS capable decision based on port mask parameter")  //
+        ("priority1,m", value<int32_t>(), "set priority1 level to 0..255");
+}
+
+void PTPControl::HandleOptions(const boost::program_options::variables_map& values, std::ostream& answer) {
+    if (values.count("ptp")) ShowStatus(answer);
+    if (values.count("window")) return SetWindowMode(values["window"].as<int32_t>());
+    if (values.count("as")) return ForceAsCapable(values["as"].as<int32_t>());
+    if (values.count("priority1")) SetPriority1(values["priority1"].as<int32_t>(), answer);
+}
+
+void PTPControl::ShowStatus(std::ostream& answer) const {
+    const PTPPortData& port0 = ptp.ports.at(0);
+    const PTPPortData& port1 = ptp.ports.at(1);
+    PrintStatusLine({ptp.state.State(),
+                     ptp.best,
+                     {port0.meanLinkDelay, port1.meanLinkDelay},
+                     servo.FilteredOffset(),
+                     servo.FilteredSquare(),
+                     {port0.neighborRateRatio, port1.neighborRateRatio},
+                     receiver.CumulativeRateRatioOffset(),
+                     ptp.windowMode},
+                    answer);
+}
+
+void PTPControl::SetWindowMode(int32_t mode) {
+    ptp.windowMode = mode;
+    log(LogCategory::PTP, 0, "[SW-PTP] rateRatio window: %s\n",
+        mode != 0 ? "old mode increasing distance" : "new mode running window");
+}
+
+void PTPControl::ForceAsCapable(int32_t portMask) {
+    for (uint8_t port = 0; port < externalPortCount; ++port) {
+        asCapable.Force(port, ptp.ports.at(port), (portMask >> port & 1) != 0);
+    }
+    if (portMask != 0) ptp.state.Step(PortStateEvent::NEIGHBOUR_FOUND);
+}
+
+void PTPControl::SetPriority1(int32_t priority1, std::ostream& answer) {
+    if (priority1 < 0 || priority1 > largestPriority1) {
+        answer << "priority1 out of range 0..255" << std::endl;
+        return;
+    }
+    ptp.local.dataset.priority1 = static_cast<uint8_t>(priority1);
+    if (ptp.state.Step(PortStateEvent::NEW_PRIORITY)) announcer.PTPAnnounceAction();
+}
+
+}  // namespace norvad

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+
+#include "ptp/announce_sender.h"
+#include "ptp/as_capable.h"
+#include "ptp/clock_servo.h"
+#include "ptp/ptp_instance.h"
+#include "ptp/sync_receiver.h"
+
+namespace boost::program_options {
+class options_description;
+class variables_map;
+}  // namespace boost::program_options
+
+namespace norvad {
+
+// The control options of gPTP: shows the status and changes settings at run time.
+class PTPControl {
+public:
+    PTPControl(PTPInstance& ptp, AsCapableDecision& asCapable, AnnounceSender& announcer, const ClockServo& servo,
+               const SyncReceiver& receiver)
+        : ptp(ptp), asCapable(asCapable), announcer(announcer), servo(servo), receiver(receiver) {}
+
+    static void AddOptions(boost::program_options::options_description& options);
+    void HandleOptions(const boost::program_options::variables_map& values, std::ostream& answer);
+
+private:
+    void ShowStatus(std::ostream& answer) const;
+    void SetWindowMode(int32_t mode);
+    void ForceAsCapable(int32_t portMask);
+    void SetPriority1(int32_t priority1, std::ostream& answer);
+
+    PTPInstance& ptp;
+    AsCapableDecision& asCapable;
+    AnnounceSender& announcer;
+    const ClockServo& servo;
+    const SyncReceiver& receiver;
+};
+
+}  // namespace norvad

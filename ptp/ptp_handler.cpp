@@ -1,0 +1,178 @@
+#include "ptp/ptp_handler.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "daemon/log.h"
+#include "daemon/timer_service.h"
+#include "ptp/announce_relay.h"
+#include "ptp/announce_sender.h"
+#include "ptp/as_capable.h"
+#include "ptp/best_master.h"
+#include "ptp/clock_servo.h"
+#include "ptp/grandmaster_export.h"
+#include "ptp/peer_delay_initiator.h"
+#include "ptp/peer_delay_responder.h"
+#include "ptp/ptp_control.h"
+#include "ptp/ptp_instance.h"
+#include "ptp/signaling.h"
+#include "ptp/slave_clock.h"
+#include "ptp/sync_master.h"
+#include "ptp/sync_receiver.h"
+#include "ptp/traffic_check.h"
+
+namespace norvad {
+
+struct PTPHandler::Parts {
+    Parts(I4PTP& clock, I4DSASocket& socket, const MacAddress& macAddress, const PtpSettings& settings,
+          std::unique_ptr<GrandmasterOutput> output)
+        : output(std::move(output)), instance(clock, socket, macAddress, settings) {}
+
+    std::unique_ptr<GrandmasterOutput> output;
+    PTPInstance instance;
+    AsCapableDecision asCapable{instance.socket};
+    PeerDelayInitiator initiator{instance, asCapable};
+    PeerDelayResponder responder{instance};
+    ClockServo servo{instance.clock};
+    SlaveClock slave{servo, instance.state.bigOffsetCount};
+    SyncReceiver receiver{instance, slave};
+    SyncMaster master{instance};
+    AnnounceSender announcer{instance};
+    GrandmasterExport exporter{instance, *output};
+    BestMasterSelection selection{instance, announcer, exporter};
+    SignalingReceiver signaling{instance};
+    PTPControl control{instance, asCapable, announcer, servo, receiver};
+};
+
+// The four periodic actions, for as long as the handler lives.
+class PTPHandler::Timers {
+public:
+    Timers(TimerService& service, Parts& parts)
+        : service(service),
+          actions{Every(125, 5, [&parts] { parts.master.PTPSyncAction(); }),
+                  Every(1000, 50, [&parts] { parts.initiator.PTPPDelayAction(); }),
+                  Every(1000, 50, [&parts] { parts.announcer.PTPAnnounceAction(); }),
+                  Every(2000, 0, [&parts] { PTPCheckTrafficAction(parts.instance, parts.selection); })} {}
+    Timers(const Timers&) = delete;
+    Timers& operator=(const Timers&) = delete;
+    ~Timers() {
+        for (Timer* timer : actions) service.cancel(timer);
+    }
+
+private:
+    template <typename Action>
+    Timer* Every(uint32_t intervalMs, uint32_t jitterMs, Action action) {
+        return service.addPeriodicTimer(
+            intervalMs, intervalMs, jitterMs, [action](uint32_t) { action(); }, 0);
+    }
+
+    TimerService& service;
+    std::array<Timer*, 4> actions;
+};
+
+namespace {
+
+MacAddress MacAddressAt(const uint8_t* bytes) {
+    MacAddress address;
+    std::copy_n(bytes, address.size(), address.begin());
+    return address;
+}
+
+// Hands the frame on when it holds the whole message.
+template <WireRecord Message, typename Action>
+void WithMessage(std::span<const uint8_t> frame, Action action) {
+    if (const auto framed = Peek<Framed<Message>>(frame)) action(*framed);
+}
+
+bool IsValid(const PTPHeader& header) {
+    return header.firstByte >> 4 == ptpTransportSpecific && header.versionPTP == ptpVersion &&
+           header.domainNumber == ptpDomain;
+}
+
+}  // namespace
+
+PTPHandler::PTPHandler(I4PTP& clock, I4DSASocket& socket, TimerService& timers, const uint8_t* macAddress,
+                       const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output)
+    : parts(std::make_unique<Parts>(clock, socket, MacAddressAt(macAddress), settings, std::move(output))),
+      timers(std::make_unique<Timers>(timers, *parts)) {
+    parts->instance.state.Step(PortStateEvent::START);
+}
+
+PTPHandler::~PTPHandler() = default;
+
+uint16_t PTPHandler::GetEtherType() const {
+    return ETHERTYPE_PTP2;
+}
+
+void PTPHandler::HandleFrame(std::span<uint8_t> frame, uint16_t) {
+    const auto header = Peek<PTPHeader>(frame, taggedHeaderSize);
+    const auto port = TaggedPort(frame);
+    if (!header || !port || *port >= parts->instance.ports.size()) return;
+    if (!IsValid(*header)) {
+        log(LogCategory::PTP, 0, "[SW-PTP] Invalid PTP message on in_port %d", *port);
+        return;
+    }
+    Dispatch(*port, frame);
+}
+
+void PTPHandler::Dispatch(uint8_t port, std::span<uint8_t> frame) {
+    const auto message = static_cast<PTPMessage>(frame[taggedHeaderSize]);
+    switch (message) {
+        case PTPMessage::SYNC:
+            return WithMessage<SyncMessage>(frame,
+                                            [&](const auto& framed) { parts->receiver.HandleSync(port, framed); });
+        case PTPMessage::PDELAY_REQ:
+            return WithMessage<PdelayReqMessage>(
+                frame, [&](const auto& framed) { parts->responder.HandleRequest(port, framed.message); });
+        case PTPMessage::PDELAY_RESP:
+            return WithMessage<PdelayRespMessage>(
+                frame, [&](const auto& framed) { parts->initiator.HandleResponse(port, framed.message); });
+        case PTPMessage::FOLLOW_UP:
+            return WithMessage<FollowUpMessage>(
+                frame, [&](const auto& framed) { parts->receiver.HandleFollowUp(port, framed); });
+        case PTPMessage::PDELAY_RESP_FOLLOW_UP:
+            return WithMessage<PdelayRespFollowUpMessage>(
+                frame, [&](const auto& framed) { parts->initiator.HandleFollowUp(port, frame, framed.message); });
+        case PTPMessage::ANNOUNCE:
+            return HandleAnnounceMessage(port, frame);
+        case PTPMessage::SIGNALING:
+            return WithMessage<SignalingMessage>(
+                frame, [&](const auto& framed) { parts->signaling.HandleSignaling(port, framed.message); });
+    }
+    log(LogCategory::PTP, 0, "[SW-PTP] unsupported PTP message ID %d on in_port %d", MessageType(message), port);
+}
+
+void PTPHandler::HandleAnnounceMessage(uint8_t port, std::span<const uint8_t> frame) {
+    const auto announce = ReadAnnounce(frame);
+    if (!announce) return;
+    log(LogCategory::PTP, 3, "[SW-PTP] HandleAnnounceMessage\n");
+    if (!parts->instance.socket.IsStpUp(port) || parts->instance.IsOwn(announce->frame.message.header)) return;
+    parts->selection.BMC(*announce);
+    RelayAnnounce(parts->instance, port, *announce);
+}
+
+void PTPHandler::PortUp(uint8_t port) {
+    log(LogCategory::PTP, 2, "[SW-PTP] port %d up\n", port);
+}
+
+void PTPHandler::PortDown(uint8_t port) {
+    log(LogCategory::PTP, 2, "[SW-PTP] port %d down\n", port);
+    if (port >= parts->instance.ports.size()) return;
+    parts->asCapable.PortWentDown(port, parts->instance.ports[port]);
+}
+
+void PTPHandler::AddControlOptions(boost::program_options::options_description& options) {
+    PTPControl::AddOptions(options);
+}
+
+void PTPHandler::HandleControlOptions(const boost::program_options::variables_map& values, std::ostream& answer) {
+    parts->control.HandleOptions(values, answer);
+}
+
+void PTPHandler::HandleDaemonControlMessage() {
+    log(LogCategory::PTP, 1, "[SW-PTP] HandleDaemonControlMessage");
+    parts->exporter.SendGrandmasterId();
+}
+
+}  // namespace norvad

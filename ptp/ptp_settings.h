@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstdint>
+
+namespace norvad {
+
+// What the command line decides about gPTP.
+struct PtpSettings {
+    uint32_t priority1 = 250;  // of the local clock, 0..255; smaller is a better grandmaster
+    bool noGM = false;         // the local clock never becomes grandmaster
+};
+
+}  // namespace norvad

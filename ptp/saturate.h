@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cmath>
+#include <limits>
+
+namespace norvad {
+
+// The integer that value truncates to; the nearest end of the range beyond it, and 0 for what is no number.
+template <typename Integer>
+Integer TruncateTo(double value) {
+    if (std::isnan(value)) return 0;
+    // The lowest value is a power of two and so exact as a double; its negative is the first one too large.
+    constexpr auto lowest = static_cast<double>(std::numeric_limits<Integer>::min());
+    if (value <= lowest) return std::numeric_limits<Integer>::min();
+    if (value >= -lowest) return std::numeric_limits<Integer>::max();
+    return static_cast<Integer>(value);
+}
+
+}  // namespace norvad

@@ -1,0 +1,305 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <mqueue.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <boost/program_options.hpp>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+#include "ptp/signaling.h"
+#include "ptp/status_line.h"
+#include "tests/ptp/hex.h"
+#include "tests/ptp/ptp_fixture.h"
+
+namespace norvad::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// Signaling
+
+class Signaling : public testing::Test {
+protected:
+    Signaling() { fake.Raise(0); }
+
+    SignalingMessage Request(uint8_t linkDelay, uint8_t timeSync, uint8_t announce) const {
+        SignalingMessage message{};
+        message.header.firstByte = static_cast<uint8_t>(PTPMessage::SIGNALING);
+        message.header.sourcePortIdentity.clockIdentity = {9, 9, 9, 9, 9, 9, 9, 9};
+        message.tlvType = ptpTlvOrganizationExtension;
+        message.linkDelayInterval = linkDelay;
+        message.timeSyncInterval = timeSync;
+        message.announceInterval = announce;
+        return message;
+    }
+    std::string Handle(const SignalingMessage& message) {
+        LogCapture capture(1);
+        receiver.HandleSignaling(0, message);
+        return capture.Text();
+    }
+
+    FakePtpSwitch fake;
+    PTPInstance ptp{fake, fake, {1, 2, 3, 4, 5, 6}, {}};
+    SignalingReceiver receiver{ptp};
+};
+
+TEST_F(Signaling, IntervalsAreReadFromTheLinkDelayByte) {
+    const std::string text = Handle(Request(0, 0xFD, 0));
+    EXPECT_EQ(receiver.Intervals().pdelay, 1000);
+    EXPECT_EQ(receiver.Intervals().sync, 1000);
+    EXPECT_EQ(receiver.Intervals().announce, 1000);
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] HandleSignalingMessage\n"));
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] PDelay set to 0\n"));
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] Sync set to 0\n"));
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] Announce set to 0\n"));
+}
+
+TEST_F(Signaling, DefaultsAreThoseOfTheActions) {
+    const std::string text = Handle(Request(126, 126, 126));
+    EXPECT_EQ(receiver.Intervals().pdelay, 1000);
+    EXPECT_EQ(receiver.Intervals().sync, 125);
+    EXPECT_EQ(receiver.Intervals().announce, 1000);
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] PDelay set to default\n"));
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] Sync set to default\n"));
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] Announce set to default\n"));
+}
+
+TEST_F(Signaling, StopDisablesTheMessages) {
+    const std::string text = Handle(Request(127, 127, 127));
+    EXPECT_EQ(receiver.Intervals().pdelay, 0x7FFFFFFF);
+    EXPECT_EQ(receiver.Intervals().sync, 0x7FFFFFFF);
+    EXPECT_EQ(receiver.Intervals().announce, 0x7FFFFFFF);
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] PDelay disabled\n"));
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] Sync disabled\n"));
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] Announce disabled\n"));
+}
+
+TEST_F(Signaling, NegativeIntervalIsNeverButNotCalledDisabled) {
+    const std::string text = Handle(Request(0xFF, 0, 0));
+    EXPECT_EQ(receiver.Intervals().pdelay, 0x7FFFFFFF);
+    EXPECT_EQ(receiver.Intervals().sync, 0x7FFFFFFF);
+    EXPECT_EQ(receiver.Intervals().announce, 0x7FFFFFFF);
+    EXPECT_THAT(text, HasSubstr("[SW-PTP] PDelay set to 0\n"));
+}
+
+TEST_F(Signaling, EveryByteHasItsInterval) {
+    for (int byte = 0; byte < 256; ++byte) {
+        if (byte == 126 || byte == 127) continue;
+        QuietLog quiet;
+        receiver.HandleSignaling(0, Request(static_cast<uint8_t>(byte), 5, 200));
+        const int64_t expected = byte <= 15 ? int64_t{1000} << byte : 0x7FFFFFFF;
+        EXPECT_EQ(receiver.Intervals().pdelay, expected) << byte;
+        EXPECT_EQ(receiver.Intervals().sync, expected) << byte;
+        EXPECT_EQ(receiver.Intervals().announce, expected) << byte;
+    }
+}
+
+TEST_F(Signaling, ChoiceOfEachIsMadeByItsOwnByte) {
+    Handle(Request(126, 127, 3));
+    EXPECT_EQ(receiver.Intervals().pdelay, 1000);
+    EXPECT_EQ(receiver.Intervals().sync, 0x7FFFFFFF);
+    EXPECT_EQ(receiver.Intervals().announce, 0x7FFFFFFF) << "126 is no exponent";
+    Handle(Request(2, 126, 127));
+    EXPECT_EQ(receiver.Intervals().pdelay, 4000);
+    EXPECT_EQ(receiver.Intervals().sync, 125);
+    EXPECT_EQ(receiver.Intervals().announce, 0x7FFFFFFF);
+}
+
+TEST_F(Signaling, OtherTlvsOwnMessagesAndBlockedPortsAreIgnored) {
+    auto other = Request(0, 0, 0);
+    other.tlvType = 8;
+    Handle(other);
+    auto mirrored = Request(0, 0, 0);
+    mirrored.header.sourcePortIdentity.clockIdentity = ptp.local.identity;
+    Handle(mirrored);
+    fake.ports[0].stpUp = false;
+    Handle(Request(0, 0, 0));
+    EXPECT_EQ(receiver.Intervals().pdelay, 0);
+    EXPECT_EQ(receiver.Intervals().sync, 0);
+    EXPECT_EQ(receiver.Intervals().announce, 0);
+}
+
+// The status line
+
+TEST(StatusLine, ShowsEverythingInOneLine) {
+    const ClockIdentity grandmaster{0x00, 0x1B, 0x21, 0xFF, 0xFE, 0x0A, 0x0B, 0x0C};
+    const ClockIdentity sender{1, 2, 3, 4, 5, 6, 7, 8};
+    PTPStatus status{PortState::SLAVE,
+                     {{1, 248, 0xFE, 0x4100, 248, grandmaster, 3}, sender},
+                     {412, -7},
+                     -15,
+                     1600,
+                     {1.000125, 1.0},
+                     -2.5e-05,
+                     1};
+    std::ostringstream answer;
+
+    PrintStatusLine(status, answer);
+
+    EXPECT_EQ(answer.str(),
+              "ST:SLAVE:MC:0x001b21fffe0a0b0c:LC:0x0102030405060708:SR:3:PD0:412ns:PD1:-7ns:AD:-15ns:RMS:40:"
+              "RR0:0.000125:RR1:0:CRR:-2.5e-05:w:1\n");
+}
+
+TEST(StatusLine, NamesEveryState) {
+    for (const auto& [state, name] : {std::pair{PortState::INITIALIZING, "ST:INITIALIZING:MC"},
+                                      {PortState::LISTENING, "ST:LISTENING:MC"},
+                                      {PortState::ANNOUNCE, "ST:ANNOUNCE:MC"},
+                                      {PortState::SLAVE, "ST:SLAVE:MC"},
+                                      {PortState::MASTER, "ST:MASTER:MC"}}) {
+        PTPStatus status{};
+        status.state = state;
+        std::ostringstream answer;
+        PrintStatusLine(status, answer);
+        EXPECT_EQ(answer.str().find(name), 0U);
+    }
+}
+
+TEST(StatusLine, LeavesTheStreamAsItWas) {
+    std::ostringstream answer;
+    PrintStatusLine({}, answer);
+    answer.str("");
+    answer << 255 << " " << 7;
+    EXPECT_EQ(answer.str(), "255 7");
+}
+
+// Options of the whole handler
+
+class Control : public PtpFixture {};
+
+TEST_F(Control, OptionsAreDeclaredInTheirOrder) {
+    boost::program_options::options_description options;
+    handler->AddControlOptions(options);
+    std::vector<std::string> declared;
+    for (const auto& option : options.options())
+        declared.push_back(option->format_name() + " " + option->description());
+    EXPECT_THAT(declared, ElementsAre("-w [ --window ] set rateRatio window", "-p [ --ptp ] show PTP status",
+                                      "-a [ --as ] force AS capable decision based on port mask parameter",
+                                      "-m [ --priority1 ] set priority1 level to 0..255"));
+}
+
+TEST_F(Control, FreshHandlerShowsItsOwnClock) {
+    EXPECT_EQ(PtpFixture::Control({"--ptp"}),
+              "ST:LISTENING:MC:0x001122fffe334455:LC:0x001122fffe334455:SR:0:PD0:0ns:PD1:0ns:AD:0ns:RMS:0:RR0:0:RR1:0:"
+              "CRR:0:w:0\n");
+}
+
+TEST_F(Control, WithoutAnOptionOfOursNothingHappens) {
+    EXPECT_EQ(PtpFixture::Control({}), "");
+}
+
+TEST_F(Control, OneSettingIsActedOnTheStatusFirst) {
+    const std::string answer = PtpFixture::Control({"-p", "-w", "1", "-a", "3", "-m", "256"});
+    EXPECT_THAT(answer, HasSubstr(":w:0\n")) << "printed before the window changed";
+    EXPECT_THAT(fake.decisions, IsEmpty());
+    EXPECT_EQ(answer.find("out of range"), std::string::npos);
+    EXPECT_THAT(Status(), HasSubstr(":w:1\n"));
+
+    PtpFixture::Control({"-a", "3", "-m", "100"});
+    EXPECT_THAT(fake.decisions, SizeIs(2));
+}
+
+TEST_F(Control, DaemonControlMessageExportsTheGrandmasterAgain) {
+    EXPECT_THAT(Logged(1, [&] { handler->HandleDaemonControlMessage(); }),
+                HasSubstr("[SW-PTP] HandleDaemonControlMessage\n"));
+    EXPECT_THAT(kept.identities, ElementsAre(own));
+    EXPECT_THAT(kept.messages, IsEmpty()) << "no grandmaster has been selected";
+
+    BecomeSlave();
+    handler->HandleDaemonControlMessage();
+    EXPECT_THAT(kept.identities, ElementsAre(own, peer, peer));
+    EXPECT_THAT(kept.messages, SizeIs(2));
+}
+
+// The file and the queue
+
+class FileAndQueue : public testing::Test {
+protected:
+    FileAndQueue()
+        : directory(std::filesystem::temp_directory_path() / ("norvad-ptp-" + std::to_string(getpid()))),
+          queueName("/norvad-ptp-" + std::to_string(getpid())) {
+        std::filesystem::create_directory(directory);
+        mq_unlink(queueName.c_str());
+    }
+    ~FileAndQueue() override {
+        std::filesystem::remove_all(directory);
+        mq_unlink(queueName.c_str());
+    }
+
+    std::string FileContent() const {
+        std::ifstream file(FileName(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    std::string FileName() const { return directory / "grandmaster"; }
+
+    std::filesystem::path directory;
+    std::string queueName;
+    GrandmasterFileAndQueue output{directory / "grandmaster", queueName};
+};
+
+TEST_F(FileAndQueue, IdentityIsWrittenInWireOrderOverWhatWasThere) {
+    std::ofstream(FileName()) << "something longer than an identity";
+    output.WriteIdentity({0x00, 0x1B, 0x21, 0xFF, 0xFE, 0x0A, 0x0B, 0x0C});
+    EXPECT_EQ(FileContent(), std::string("\x00\x1B\x21\xFF\xFE\x0A\x0B\x0C", 8));
+}
+
+TEST_F(FileAndQueue, NewFileIsForAllToRead) {
+    const mode_t previous = umask(0);
+    output.WriteIdentity({});
+    umask(previous);
+    struct stat status {};
+    ASSERT_EQ(stat(FileName().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0644U);
+}
+
+TEST_F(FileAndQueue, FileThatCannotBeOpenedIsPassedOverInSilence) {
+    std::filesystem::remove_all(directory);
+    LogCapture capture(5);
+    output.WriteIdentity({});
+    EXPECT_EQ(capture.Text(), "");
+}
+
+TEST_F(FileAndQueue, MessageTravelsWholeWithItsPriority) {
+    mq_attr attributes{};
+    attributes.mq_maxmsg = 1;
+    attributes.mq_msgsize = sizeof(GrandmasterMessage);
+    const mqd_t reader = mq_open(queueName.c_str(), O_RDONLY | O_CREAT | O_EXCL | O_NONBLOCK, 0600, &attributes);
+    ASSERT_GE(reader, 0) << strerror(errno);
+    GrandmasterMessage message;
+    message.clockNumber = 0x0102030405060708;
+    message.domainNumber = 0;
+    message.pathCount = 2;
+    message.path[1] = 77;
+
+    output.Send(message);
+    output.Send(message);  // finds the queue full and is lost, at no cost
+
+    GrandmasterMessage received;
+    unsigned priority = 0;
+    EXPECT_EQ(mq_receive(reader, reinterpret_cast<char*>(&received), sizeof(received), &priority), 272);
+    EXPECT_EQ(priority, 16U);
+    EXPECT_EQ(std::memcmp(&received, &message, sizeof(message)), 0);
+    EXPECT_EQ(mq_receive(reader, reinterpret_cast<char*>(&received), sizeof(received), &priority), -1);
+    mq_close(reader);
+}
+
+TEST_F(FileAndQueue, MissingQueueIsReportedEachTimeAndNotMade) {
+    testing::internal::CaptureStderr();
+    output.Send({});
+    output.Send({});
+    const std::string line = "[Switch] open PTP mq failed: No such file or directory\n";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
+}
+
+}  // namespace
+
+}  // namespace norvad::test

@@ -1,0 +1,161 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "daemon/log.h"
+#include "daemon/timer_service.h"
+#include "daemon/wire.h"
+#include "ptp/message_builder.h"
+#include "ptp/ptp_handler.h"
+#include "ptp/ptp_messages.h"
+#include "tests/support/fake_ptp_switch.h"
+#include "tests/support/kept_grandmaster_output.h"
+#include "tests/support/stepped_clock.h"
+
+namespace norvad::test {
+
+// What is logged while it lives, at the given level of gPTP.
+class LogCapture {
+public:
+    explicit LogCapture(int32_t level = 0) : previous(Level()) {
+        Level() = level;
+        testing::internal::CaptureStdout();
+    }
+    ~LogCapture() {
+        if (!taken) Text();
+    }
+
+    std::string Text() {
+        taken = true;
+        Level() = previous;
+        (void)fflush(stdout);
+        return testing::internal::GetCapturedStdout();
+    }
+
+private:
+    static int32_t& Level() { return debugLevels[static_cast<size_t>(LogCategory::PTP)]; }
+
+    int32_t previous;
+    bool taken = false;
+};
+
+// Keeps gPTP from logging while it lives; what a failing test prints is still seen.
+class QuietLog {
+public:
+    QuietLog() { std::swap(previous, debugLevels[static_cast<size_t>(LogCategory::PTP)]); }
+    ~QuietLog() { std::swap(previous, debugLevels[static_cast<size_t>(LogCategory::PTP)]); }
+
+private:
+    int32_t previous = -1;
+};
+
+inline std::vector<uint8_t> BytesAt(std::span<const uint8_t> bytes, size_t offset, size_t length) {
+    const auto part = bytes.subspan(offset, length);
+    return {part.begin(), part.end()};
+}
+
+// A handler in front of a switch with both external ports in service, and a neighbour to speak for.
+class PtpFixture : public testing::Test {
+protected:
+    using Direction = FakePtpSwitch::Direction;
+
+    static constexpr MacAddress ownMac{0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+    static constexpr ClockIdentity own{0x00, 0x11, 0x22, 0xFF, 0xFE, 0x33, 0x44, 0x55};
+    static constexpr MacAddress peerMac{0x00, 0x1B, 0x21, 0xAA, 0xBB, 0xCC};
+    static constexpr ClockIdentity peer{0x00, 0x1B, 0x21, 0xFF, 0xFE, 0xAA, 0xBB, 0xCC};
+
+    PtpFixture() {
+        fake.Raise(0);
+        fake.Raise(1);
+        Build({});
+    }
+
+    void Build(const PtpSettings& settings) {
+        handler.reset();
+        handler = std::make_unique<PTPHandler>(fake, fake, timers, ownMac.data(), settings,
+                                               std::make_unique<KeptGrandmasterOutput>(kept));
+    }
+
+    void RunMs(uint32_t ms) {
+        for (uint32_t step = 0; step < ms; ++step) {
+            clock.AdvanceMs(1);
+            timers.runDue();
+        }
+    }
+
+    // A frame as it comes in by port: the fixed part, then what stands behind.
+    template <WireRecord Frame>
+    static std::vector<uint8_t> Received(uint8_t port, const Frame& frame, std::span<const uint8_t> behind = {}) {
+        const auto bytes = BytesOf(frame);
+        std::vector<uint8_t> received(bytes.size() + behind.size());
+        std::copy(behind.begin(), behind.end(), std::copy(bytes.begin(), bytes.end(), received.begin()));
+        received[17] = static_cast<uint8_t>(port << 3);
+        return received;
+    }
+    std::vector<uint8_t> Handle(std::vector<uint8_t> frame) {
+        handler->HandleFrame(frame, ETHERTYPE_PTP2);
+        return frame;
+    }
+    template <WireRecord Frame>
+    std::vector<uint8_t> Receive(uint8_t port, const Frame& frame, std::span<const uint8_t> behind = {}) {
+        return Handle(Received(port, frame, behind));
+    }
+
+    std::string Logged(int32_t level, const std::function<void()>& action) {
+        LogCapture capture(level);
+        action();
+        return capture.Text();
+    }
+
+    std::string Control(const std::vector<std::string>& arguments);
+    std::string Status() { return Control({"-p"}); }
+
+    // The frames of one message that were handed over for a port, oldest first.
+    std::vector<std::vector<uint8_t>> Sent(uint8_t port, PTPMessage message) const {
+        std::vector<std::vector<uint8_t>> frames;
+        for (const auto& frame : fake.sent) {
+            if (frame.port == port && frame.bytes.at(22) == static_cast<uint8_t>(message)) {
+                frames.push_back(frame.bytes);
+            }
+        }
+        return frames;
+    }
+    template <WireRecord Frame>
+    Frame LastSent(uint8_t port, PTPMessage message) const {
+        const auto frames = Sent(port, message);
+        EXPECT_FALSE(frames.empty());
+        if (frames.empty()) return {};
+        return *Peek<Frame>(frames.back());
+    }
+
+    // An Announce of the neighbour's about a clock, whose path is as long as its steps say.
+    std::vector<uint8_t> AnnounceFrom(uint8_t port, const ClockIdentity& sender, const ClockDataset& dataset) const {
+        auto announce = BuildAnnounce(peerMac, sender).frame;
+        announce.message.dataset = dataset;
+        const size_t entries = (dataset.stepsRemoved & 0xFFU) + 1U;
+        announce.message.lengthField = static_cast<uint16_t>(entries * 8);
+        announce.message.header.messageLength = static_cast<uint16_t>(68 + entries * 8);
+        std::vector<uint8_t> path(entries * 8);
+        for (size_t at = 0; at < path.size(); ++at) path[at] = sender[at % 8];
+        return Received(port, announce, path);
+    }
+    static ClockDataset DatasetOf(uint8_t priority1, const ClockIdentity& grandmaster, uint16_t stepsRemoved = 0) {
+        return {priority1, 248, 0xFE, 0x4100, 248, grandmaster, stepsRemoved};
+    }
+    // A better clock behind the neighbour on port 0.
+    void BecomeSlave() { Handle(AnnounceFrom(0, peer, DatasetOf(1, peer))); }
+
+    SteppedClock clock;
+    TimerService timers{clock};
+    FakePtpSwitch fake;
+    KeptGrandmasterOutput::Kept kept;
+    std::unique_ptr<PTPHandler> handler;
+};
+
+}  // namespace norvad::test
