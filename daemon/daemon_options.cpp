@@ -1,0 +1,75 @@
+#include "daemon/daemon_options.h"
+
+#include <boost/program_options.hpp>
+#include <cstdio>
+#include <iostream>
+#include <utility>
+#include <vector>
+
+#include "daemon/debug_option.h"
+#include "daemon/parser_words.h"
+#include "switch/socket_exception.h"
+
+namespace norvad {
+
+namespace po = boost::program_options;
+
+namespace {
+
+constexpr unsigned lineLength = 80;
+constexpr unsigned descriptionLength = 40;  // at least
+
+po::options_description Describe() {
+    po::options_description description("Supported daemon options", lineLength, descriptionLength);
+    auto option = description.add_options();
+    option("help,h", "show help");
+    option("interface,i", po::value<std::string>()->default_value("eth0"), "select interface");
+    option("priority1,y", po::value<uint32_t>()->default_value(250), "set PTP priority1 level");
+    option("nogm,g", po::bool_switch(), "don't allow the local PTP to become GM");
+    option("debug,d", po::value<DebugTokens>()->multitoken(), debugOptionHelp);
+    option("logfile,f", po::value<std::string>()->default_value(""), "log to file");
+    option("nodaemon,n", po::bool_switch(), "don't daemonize");
+    return description;
+}
+
+po::variables_map Parse(int argc, const char* const* argv, const po::options_description& description) {
+    std::vector<std::string> words;
+    for (int n = 1; n < argc; ++n) words.push_back(HidePercents(argv[n]));
+    po::variables_map values;
+    try {
+        po::store(po::command_line_parser(words).options(description).run(), values);
+        po::notify(values);
+    } catch (const po::error& failure) {
+        throw Orla::Exception(ShowPercents(failure.what()));
+    }
+    return values;
+}
+
+}  // namespace
+
+DaemonOptions::DaemonOptions(std::string pidFile) : pidFile(std::move(pidFile)) {}
+
+DaemonOptions::~DaemonOptions() {
+    (void)std::remove(pidFile.c_str());
+}
+
+bool ParseOptions(int argc, const char* const* argv, DaemonOptions& options, PtpSettings& settings) {
+    const po::options_description description = Describe();
+    const po::variables_map values = Parse(argc, argv, description);
+    if (values.count("help")) {
+        std::cout << description << std::endl;
+        return false;
+    }
+    options.interface = ShowPercents(values["interface"].as<std::string>());
+    options.logfile = ShowPercents(values["logfile"].as<std::string>());
+    options.nodaemon = values["nodaemon"].as<bool>();
+    settings.priority1 = values["priority1"].as<uint32_t>();
+    settings.noGM = values["nogm"].as<bool>();
+    // A debug option that is not understood is answered with the listing, and the daemon starts all the same.
+    if (values.count("debug") && !SetDebugLevel(values["debug"].as<DebugTokens>())) {
+        std::cout << description << std::endl;
+    }
+    return true;
+}
+
+}  // namespace norvad

@@ -1,0 +1,119 @@
+#include "daemon/event_loop.h"
+
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "daemon/log.h"
+
+namespace norvad {
+
+namespace {
+
+constexpr uint32_t signalIndex = 0;
+constexpr int loopPriority = -5;  // protocol timers matter more than an ordinary process
+constexpr uint32_t restMs = 1000;
+
+}  // namespace
+
+FileDescriptor OpenSignalDescriptor() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    if (sigprocmask(SIG_BLOCK, &signals, nullptr) < 0) {
+        std::perror("sigprocmask");
+        return {};
+    }
+    FileDescriptor descriptor(signalfd(-1, &signals, 0));
+    if (!descriptor.IsOpen()) std::perror("signalfd");
+    return descriptor;
+}
+
+EventLoop::EventLoop(TimerService& timers, int signals, EventSources sources)
+    : timers(timers),
+      entries{{{{"signals", signals, {}, {}}},
+               {std::move(sources.frames)},
+               {std::move(sources.requests)},
+               {std::move(sources.links)}}} {
+    for (uint32_t index = 0; index < set.size(); ++index) set[index] = {entries[index].source.descriptor, POLLIN, 0};
+}
+
+EventLoop::~EventLoop() {
+    for (const Entry& entry : entries) timers.cancel(entry.rest);
+}
+
+void EventLoop::Run() {
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(getpid()), loopPriority);
+    timers.startAll();
+    while (RunOnce()) {
+    }
+}
+
+bool EventLoop::RunOnce() {
+    const uint32_t waitMs = timers.runDue();
+    if (poll(set.data(), set.size(), static_cast<int>(waitMs)) < 0) return false;
+    if (!TakeSignals()) return false;
+    for (uint32_t index = signalIndex + 1; index < set.size(); ++index) Serve(index);
+    return true;
+}
+
+bool EventLoop::TakeSignals() {
+    if (set[signalIndex].revents == 0) return true;
+    if (set[signalIndex].revents != POLLIN) {
+        HandleTrouble(signalIndex);
+        return true;
+    }
+    signalfd_siginfo info;
+    if (read(set[signalIndex].fd, &info, sizeof info) != ssize_t{sizeof info}) return false;
+    switch (info.ssi_signo) {
+        case SIGINT:
+            log(LogCategory::SOCKET, 0, "[norvad] Got SIGINT");
+            return false;
+        case SIGTERM:
+            log(LogCategory::SOCKET, 0, "[norvad] Got SIGTERM");
+            return false;
+        default:
+            log(LogCategory::SOCKET, 0, "[norvad] Got unhandled signal %d", static_cast<int>(info.ssi_signo));
+            return true;
+    }
+}
+
+// Exactly POLLIN: a descriptor that also reports an error or a hang-up is not served in this round.
+void EventLoop::Serve(uint32_t index) {
+    if (set[index].revents == 0) return;
+    if (set[index].revents != POLLIN) {
+        HandleTrouble(index);
+        return;
+    }
+    entries[index].troubled = false;
+    entries[index].source.serve();
+}
+
+// A socket reports an error such as ENETDOWN until somebody takes it. What cannot be taken away, a hang-up or a
+// descriptor that is no more, would make poll return at once for ever; such a descriptor sits out for a while.
+void EventLoop::HandleTrouble(uint32_t index) {
+    Entry& entry = entries[index];
+    const bool persists = (set[index].revents & (POLLHUP | POLLNVAL)) != 0;
+    if (!persists && entry.source.takeError && entry.source.takeError() != 0) return;
+
+    if (!entry.troubled) {
+        log(LogCategory::SOCKET, 0, "[norvad] poll reports 0x%x for the %s", static_cast<unsigned>(set[index].revents),
+            entry.source.name);
+    }
+    entry.troubled = true;
+    set[index].fd = -1;
+    entry.rest = timers.addTimer(
+        restMs,
+        [this](uint32_t rested) {
+            entries[rested].rest = nullptr;
+            set[rested].fd = entries[rested].source.descriptor;
+        },
+        index);
+}
+
+}  // namespace norvad
