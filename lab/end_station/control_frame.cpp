@@ -1,0 +1,16 @@
+#include "lab/end_station/control_frame.h"
+
+#include <algorithm>
+
+#include "daemon/wire.h"
+
+namespace norvad::station {
+
+ControlFrame::ControlFrame(const MacAddress& destination, const MacAddress& source, uint16_t etherType,
+                           std::span<const uint8_t> payload)
+    : length(std::max(minLength, sizeof(EthernetHeader) + payload.size())) {
+    (void)Put(bytes, 0, EthernetHeader{destination, source, etherType});
+    std::ranges::copy(payload, bytes.begin() + sizeof(EthernetHeader));
+}
+
+}  // namespace norvad::station

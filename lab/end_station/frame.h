@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <boost/endian/arithmetic.hpp>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "switch/mac_address.h"
+
+namespace norvad::station {
+
+struct EthernetHeader {
+    MacAddress destination;
+    MacAddress source;
+    boost::endian::big_uint16_t etherType;
+};
+static_assert(sizeof(EthernetHeader) == 14 && alignof(EthernetHeader) == 1);
+
+struct VlanTag {
+    uint16_t vid = 0;
+    uint8_t priority = 0;
+
+    bool operator==(const VlanTag&) const = default;
+};
+
+// A frame as it was received: its 802.1Q tag, if it had one, stands beside it and not in its bytes.
+struct ReceivedFrame {
+    std::span<const uint8_t> bytes;  // from the destination address on
+    std::optional<VlanTag> tag;
+    uint64_t receiveTimeNs = 0;  // of the station's time-stamping clock
+};
+
+// The station's place on the wire.
+class FramePort {
+public:
+    virtual ~FramePort() = default;
+    virtual MacAddress Address() const = 0;
+    // False when the frame was not accepted.
+    virtual bool Send(std::span<const uint8_t> frame) = 0;
+    // Returns when the frame left, on the clock that stamps received frames; nothing when it was not accepted.
+    virtual std::optional<uint64_t> SendStamped(std::span<const uint8_t> frame) = 0;
+};
+
+// Takes one event line without time and name.
+using EventLog = std::function<void(const std::string&)>;
+
+}  // namespace norvad::station

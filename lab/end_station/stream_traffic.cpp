@@ -1,0 +1,96 @@
+#include "lab/end_station/stream_traffic.h"
+
+#include <string>
+#include <utility>
+
+#include "lab/end_station/text.h"
+#include "lab/end_station/time.h"
+
+namespace norvad::station {
+
+namespace {
+
+std::string TagText(const std::optional<VlanTag>& tag) {
+    if (!tag) return "untagged";
+    return "vid " + std::to_string(tag->vid) + " priority " + std::to_string(tag->priority);
+}
+
+std::string NameOf(const StreamID& id, std::string name) {
+    return name.empty() ? HexText(id) : std::move(name);
+}
+
+}  // namespace
+
+StreamSender::StreamSender(const TalkerSettings& talker, uint32_t framesPerSecond, bool eager, const Clock& clock,
+                           FramePort& port, EventLog log, std::string name)
+    : name(NameOf(talker.id, std::move(name))),
+      framesPerSecond(framesPerSecond),
+      eager(eager),
+      clock(clock),
+      port(port),
+      log(std::move(log)),
+      frame(talker.id, talker.destination, port.Address(), talker.tag, talker.maxFrameSize),
+      dueNs(never) {
+    SetWanted(false);
+}
+
+void StreamSender::SetWanted(bool wanted) {
+    const bool sends = wanted || eager;
+    if (sends == (dueNs != never)) return;
+    if (!sends) return Stop();
+    dueNs = NowNs(clock);
+    log("sends " + name + ' ' + std::to_string(framesPerSecond) + " frames/s");
+}
+
+void StreamSender::Stop() {
+    if (dueNs == never) return;
+    dueNs = never;
+    log("stops sending " + name);
+}
+
+// A sender that was held up catches up with a short burst at most; what is beyond that is not sent at all.
+void StreamSender::RunDue() {
+    constexpr uint32_t longestBurst = 16;
+    const uint64_t now = NowNs(clock);
+    for (uint32_t sent = 0; dueNs <= now && sent < longestBurst; ++sent) {
+        (void)port.Send(frame.Next());
+        dueNs += nsPerSecond / framesPerSecond;
+    }
+    if (dueNs <= now) dueNs = now + nsPerSecond / framesPerSecond;
+}
+
+void StreamSender::LogCount() const {
+    log("sent " + name + ' ' + std::to_string(frame.Count()) + " frames");
+}
+
+StreamReceiver::StreamReceiver(const StreamID& id, const Clock& clock, EventLog log, std::string name)
+    : id(id), name(NameOf(id, std::move(name))), clock(clock), log(std::move(log)), reportDueNs(never) {}
+
+void StreamReceiver::Receive(uint32_t count, const std::optional<VlanTag>& tag,
+                             const std::optional<VlanTag>& expected) {
+    if (reportDueNs == never) {
+        reportDueNs = NowNs(clock) + reportNs;
+        log(name + " frames begin " + TagText(tag));
+    }
+    counter.Count(count);
+    if (expected && tag != expected) ++wronglyTagged;
+}
+
+void StreamReceiver::RunDue() {
+    if (NowNs(clock) < reportDueNs) return;
+    const uint64_t frames = counter.received - std::exchange(reported, counter.received);
+    if (frames > 0) {
+        reportDueNs += reportNs;
+        return log("receiving " + name + ' ' + std::to_string(frames) + " frames/s");
+    }
+    reportDueNs = never;
+    counter.Resume();
+    log(name + " frames stopped");
+}
+
+void StreamReceiver::LogCount() const {
+    log("received " + name + ' ' + std::to_string(counter.received) + " frames, lost " + std::to_string(counter.lost) +
+        ", out of order " + std::to_string(counter.reordered) + ", wrongly tagged " + std::to_string(wronglyTagged));
+}
+
+}  // namespace norvad::station

@@ -1,0 +1,67 @@
+#include "lab/virtual_switch/cpu_interface.h"
+
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "lab/virtual_switch/errors.h"
+#include "lab/virtual_switch/file_descriptor.h"
+
+namespace norvad::board {
+
+namespace {
+
+constexpr uint32_t mtu = 1600;  // the CPU tag and a VLAN tag come on top of the largest frame
+
+constexpr const char* switchEnd = "cpu";
+
+// The interface carries switch frames only. A kernel without IPv6 has nothing to switch off.
+void DisableIpv6(const std::string& name) {
+    std::ofstream("/proc/sys/net/ipv6/conf/" + name + "/disable_ipv6") << "1";
+}
+
+void BringUp(BoardLinkSocket& links, const std::string& name) {
+    DisableIpv6(name);
+    if (const int error = links.Request(BringUpRequest(name))) ThrowErrno("cannot bring up interface " + name, error);
+}
+
+MacAddress HardwareAddress(const std::string& name) {
+    const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    ifreq request{};
+    name.copy(request.ifr_name, IFNAMSIZ - 1);
+    if (ioctl(socket.Get(), SIOCGIFHWADDR, &request) != 0) ThrowErrno("cannot read the address of " + name);
+    MacAddress address;
+    std::memcpy(address.data(), request.ifr_hwaddr.sa_data, address.size());
+    return address;
+}
+
+}  // namespace
+
+CpuInterface::CpuInterface(BoardLinkSocket& links, const std::string& name, std::optional<MacAddress> wanted)
+    : links(links), name(name) {
+    const int error = links.Request(MakePairRequest(name, switchEnd, network.Descriptor(), wanted, mtu));
+    if (error == EEXIST) throw StartError("interface " + name + " exists already");
+    if (error != 0) ThrowErrno("cannot make interface " + name, error);
+    BringUp(links, name);
+    address = HardwareAddress(name);
+
+    const WithinNetwork inside(network);
+    BoardLinkSocket linksInside;
+    BringUp(linksInside, switchEnd);
+}
+
+PacketPort CpuInterface::OpenSwitchEnd() const {
+    const WithinNetwork inside(network);
+    return PacketPort(switchEnd);
+}
+
+CpuInterface::~CpuInterface() {
+    (void)links.Request(RemoveRequest(name));
+}
+
+}  // namespace norvad::board

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace norvad::board {
+
+enum class Direction : uint8_t { RECEIVE, TRANSMIT };
+
+struct StampKey {
+    Direction direction;
+    uint8_t port;
+    uint8_t messageType;
+    uint16_t sequenceId;
+    auto operator<=>(const StampKey&) const = default;
+};
+
+// The stamps of event messages, each kept until it is asked for, ten seconds at most, and no longer than until
+// 64 newer ones have come. Stamps can be ordered to fail as hardware does.
+class TimestampStore {
+public:
+    static constexpr size_t capacity = 64;
+    static constexpr int64_t maximumAgeNs = 10'000'000'000;
+
+    // Keeps value, taken at referenceNs; it replaces a stamp of the same key.
+    void Keep(const StampKey& key, uint64_t value, int64_t referenceNs);
+
+    // Hands the stamp out, once. Nothing when there is none, or none yet.
+    std::optional<uint64_t> Take(const StampKey& key, int64_t referenceNs);
+
+    // The next count stamps of that port and direction are never kept.
+    void LoseNext(Direction direction, uint8_t port, uint32_t count);
+
+    // The next count stamps of that port and direction are found only after that many vain queries each.
+    void DelayNext(Direction direction, uint8_t port, uint32_t count, uint32_t queries);
+
+private:
+    struct Stamp {
+        StampKey key;
+        uint64_t value;
+        int64_t referenceNs;
+        uint32_t vainQueries;
+    };
+    struct Fault {
+        uint32_t lose = 0;
+        uint32_t delay = 0;
+        uint32_t queries = 0;
+    };
+
+    static constexpr size_t ports = 8;
+    Fault& FaultOf(Direction direction, uint8_t port);
+    std::optional<Stamp>& SlotFor(const StampKey& key);
+
+    std::array<std::optional<Stamp>, capacity> stamps;
+    std::array<Fault, 2 * ports> faults;
+};
+
+}  // namespace norvad::board
