@@ -1,0 +1,47 @@
+#include <csignal>
+#include <filesystem>
+
+#include "tests/system/support/system_test.h"
+
+namespace norvad::test {
+namespace {
+
+using Signals = DaemonTest;
+
+TEST_F(Signals, TermAndIntEndTheDaemonInOrder) {
+    const std::pair<int, const char*> cases[] = {{SIGTERM, "[norvad] Got SIGTERM"}, {SIGINT, "[norvad] Got SIGINT"}};
+    for (const auto& [signal, text] : cases) {
+        SCOPED_TRACE(text);
+        Process& daemon = StartAndWait({"-n"});
+        const size_t before = log.Count("Daemon stopped");
+
+        daemon.Signal(signal);
+
+        EXPECT_EQ(daemon.WaitForExit(), 0);
+        EXPECT_EQ(log.Count(text), 1U) << Log();
+        EXPECT_EQ(log.Count("Daemon stopped"), before + 1) << Log();
+        EXPECT_NE(daemon.Output().find(std::string(text) + "\n"), std::string::npos) << daemon.Output();
+    }
+}
+
+TEST_F(Signals, HangUpKeepsItsDefaultAction) {
+    Process& daemon = StartAndWait({"-n"});
+
+    daemon.Signal(SIGHUP);
+
+    EXPECT_EQ(daemon.WaitForExit(), -SIGHUP);
+    EXPECT_FALSE(log.Has("Daemon stopped"));
+}
+
+TEST_F(Signals, ASignalThatCameTwiceEndsTheDaemonOnce) {
+    Process& daemon = StartAndWait({"-n"});
+
+    daemon.Signal(SIGINT);
+    daemon.Signal(SIGTERM);
+
+    EXPECT_EQ(daemon.WaitForExit(), 0);
+    EXPECT_EQ(log.Count("Daemon stopped"), 1U) << Log();
+}
+
+}  // namespace
+}  // namespace norvad::test
