@@ -1,0 +1,33 @@
+#pragma once
+
+#include <boost/make_shared.hpp>
+#include <cstdio>
+
+#include "daemon/log.h"
+#include "switch/ethertypes.h"
+#include "switch/switch.h"
+#include "tests/daemon/fake_handler.h"
+#include "tests/support/fake_borders.h"
+#include "tests/support/stepped_clock.h"
+
+namespace norvad {
+
+// A switch with two handlers for the targets that play the operator; what it says goes nowhere.
+class ControlBridge {
+public:
+    ControlBridge() {
+        static FILE* const nowhere = std::freopen("/dev/null", "w", stdout);
+        (void)nowhere;
+        bridge.Dispatcher().AddHandler(boost::make_shared<test::FakeHandler>(ETHERTYPE_MSRP, "msrp"));
+        bridge.Dispatcher().AddHandler(boost::make_shared<test::FakeHandler>(ETHERTYPE_PTP2, "ptp"));
+        borders.SetPortLinks({test::linkGigabit, test::linkFastBlocked});
+        bridge.UpdateLinks();
+    }
+    ~ControlBridge() { debugLevels = {}; }
+
+    test::SteppedClock clock;
+    test::FakeBorders borders{clock};
+    Switch bridge{"eth0", clock, borders};
+};
+
+}  // namespace norvad
