@@ -27,9 +27,12 @@ namespace {
 // More than the kernel queues for a socket of the usual size: an end to reading under a flood.
 constexpr int maxDrainedDatagrams = 1024;
 
-// What one message says of its interface.
+// Which interface a message names.
+enum class Named : uint8_t { None, Ours, Other };
+
+// What one message says.
 struct LinkNews {
-    bool isOurs = false;
+    Named named = Named::None;
     uint32_t operationalState = 0;
     uint32_t portLinks = 0;
     bool up = false;
@@ -56,7 +59,7 @@ void ApplyPortLinks(LinkNews& news, std::span<const uint8_t> value) {
 
 void Apply(LinkNews& news, uint8_t family, uint16_t type, std::span<const uint8_t> value, std::string_view name) {
     const bool isBridge = family == bridgeFamily;
-    if (type == linkAttributeName) news.isOurs = IsName(value, name);
+    if (type == linkAttributeName) news.named = IsName(value, name) ? Named::Ours : Named::Other;
     if (type == linkAttributeOperState && !isBridge) ApplyOperState(news, value);
     if (type == linkAttributePortLinks && isBridge) ApplyPortLinks(news, value);
 }
@@ -128,7 +131,7 @@ int LinkMonitor::Parse(std::span<const uint8_t> datagram) {
 void LinkMonitor::ParseLink(std::span<const uint8_t> message) {
     const auto link = Peek<LinkHeader>(message, sizeof(NetlinkHeader));
     if (!link) return;
-    LinkNews news{false, operationalState, portLinks, false, false};
+    LinkNews news{Named::None, operationalState, portLinks, false, false};
     auto rest = message.subspan(sizeof(NetlinkHeader) + sizeof(LinkHeader));
     while (const auto attribute = Peek<LinkAttribute>(rest)) {
         const size_t length = attribute->length;
@@ -137,9 +140,10 @@ void LinkMonitor::ParseLink(std::span<const uint8_t> message) {
         Apply(news, link->family, attribute->type, value, interfaceName);
         rest = rest.subspan(std::min(NetlinkAlign(length), rest.size()));
     }
-    if (!news.isOurs) return;
+    // The switch's driver need not name its interface beside the port values.
+    if (news.named != Named::Other) portLinks = news.portLinks;
+    if (news.named != Named::Ours) return;
     operationalState = news.operationalState;
-    portLinks = news.portLinks;
     up |= news.up;
     down |= news.down;
 }

@@ -28,7 +28,7 @@ Switch::Switch(const std::string& interfaceName, Clock& clock, SwitchBorders& bo
       bandwidth(ports, driver),
       dispatcher(OpenFrames(borders), *this) {
     links = std::make_unique<LinkMonitor>(interfaceName, borders.OpenLinks());
-    requests = borders.OpenRequests();
+    controlQueue = borders.OpenRequests();
     SeedRandom(clock);
 }
 

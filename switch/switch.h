@@ -32,7 +32,7 @@ public:
     TimerService& Timers() { return timers; }
     SwitchIoctl& Driver() { return driver; }
     FrameDispatcher& Dispatcher() { return dispatcher; }
-    RequestQueue& Requests() { return *requests; }
+    RequestQueue& Requests() { return *controlQueue; }
     int LinkDescriptor() const { return links->Descriptor(); }
 
     // Reads one link message and tells the handlers of what changed: every link change first, port by port,
@@ -99,7 +99,7 @@ private:
     MembershipTable<VlanEntry> vlanTable;
     MembershipTable<MulticastEntry> multicastTable;
     BandwidthAccounts bandwidth;
-    std::unique_ptr<RequestQueue> requests;
+    std::unique_ptr<RequestQueue> controlQueue;
     std::unique_ptr<LinkMonitor> links;
     FrameDispatcher dispatcher;
 };

@@ -91,8 +91,18 @@ TEST_F(LinkMonitorTest, MessageForAnotherInterfaceChangesNothing) {
     }
 }
 
-TEST_F(LinkMonitorTest, MessageWithoutANameChangesNothing) {
+TEST_F(LinkMonitorTest, OfAMessageWithoutANameOnlyThePortValueCounts) {
     Read(LinkMessage(LinkMessage::bridgeFamily).PortLinkValue(0xE).Bytes());
+    EXPECT_EQ(PortLinks(), 0xEU);
+    EXPECT_FALSE(monitor.WentUp());
+
+    Read(LinkMessage(LinkMessage::plainFamily).OperState(6).Bytes());
+    EXPECT_EQ(monitor.OperationalState(), 0U);
+    EXPECT_FALSE(monitor.WentUp());
+}
+
+TEST_F(LinkMonitorTest, NameOfAnotherInterfaceBehindTheValueTakesItBack) {
+    Read(LinkMessage(LinkMessage::bridgeFamily).PortLinkValue(0xE).Name("eth1").Bytes());
 
     EXPECT_EQ(PortLinks(), 0U);
 }
