@@ -63,8 +63,8 @@ bool ParseOptions(int argc, const char* const* argv, DaemonOptions& options, Ptp
     options.interface = ShowPercents(values["interface"].as<std::string>());
     options.logfile = ShowPercents(values["logfile"].as<std::string>());
     options.nodaemon = values["nodaemon"].as<bool>();
-    settings.priority1 = values["priority1"].as<uint32_t>();
-    settings.noGM = values["nogm"].as<bool>();
+    settings.ptpPriority1 = values["priority1"].as<uint32_t>();
+    settings.ptpNoGM = values["nogm"].as<bool>();
     // A debug option that is not understood is answered with the listing, and the daemon starts all the same.
     if (values.count("debug") && !SetDebugLevel(values["debug"].as<DebugTokens>())) {
         std::cout << description << std::endl;

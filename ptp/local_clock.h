@@ -13,7 +13,7 @@ struct LocalClock {
 };
 
 inline LocalClock MakeLocalClock(const ClockIdentity& identity, const PtpSettings& settings) {
-    const ClockDataset dataset{static_cast<uint8_t>(settings.priority1), 248, 0xFE, 0x4100, 248, identity, 0};
+    const ClockDataset dataset{static_cast<uint8_t>(settings.ptpPriority1), 248, 0xFE, 0x4100, 248, identity, 0};
     return {dataset, identity};
 }
 

@@ -20,6 +20,7 @@ void SyncMaster::SendTime(uint8_t port) {
     sync.message.header.sequenceId = sequenceId;
     SendFrame(ptp.socket, port, sync);
     const uint64_t sentTime = ptp.clock.GetSyncTxTimestamp(port, MessageType(PTPMessage::SYNC), sequenceId);
+    ptp.ports.at(port).syncSentTime = sentTime;
 
     auto followUp = BuildFollowUp(ptp.macAddress, ptp.local.identity);
     followUp.message.header.sequenceId = sequenceId;

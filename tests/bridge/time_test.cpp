@@ -23,7 +23,7 @@ protected:
             config.mac = {0x02, 0, 0, 0, 0x10, n};
             config.clockErrorPpb = 20'000 * (n - 1);
             config.clockNs = startNs * (n + 1);
-            config.ptp.priority1 = 100u + n;
+            config.ptp.ptpPriority1 = 100u + n;
             bridges.emplace_back(network, config);
         }
         network.Connect(bridges[0], 1, bridges[1], 0);

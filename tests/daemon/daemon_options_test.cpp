@@ -43,7 +43,7 @@ protected:
     }
 
     DaemonOptions options{TemporaryPath()};
-    PtpSettings settings{.priority1 = 1, .noGM = true};
+    PtpSettings settings{.ptpPriority1 = 1, .ptpNoGM = true};
     std::string output;
 };
 
@@ -53,8 +53,8 @@ TEST_F(Options, WithoutAnyTheDefaultsHold) {
     EXPECT_EQ(options.interface, "eth0");
     EXPECT_FALSE(options.nodaemon);
     EXPECT_EQ(options.logfile, "");
-    EXPECT_EQ(settings.priority1, 250u);
-    EXPECT_FALSE(settings.noGM);
+    EXPECT_EQ(settings.ptpPriority1, 250u);
+    EXPECT_FALSE(settings.ptpNoGM);
     EXPECT_EQ(output, "");
 }
 
@@ -64,8 +64,8 @@ TEST_F(Options, LongNamesAreUnderstood) {
     EXPECT_EQ(options.interface, "sw0");
     EXPECT_TRUE(options.nodaemon);
     EXPECT_EQ(options.logfile, "/tmp/log");
-    EXPECT_EQ(settings.priority1, 100u);
-    EXPECT_TRUE(settings.noGM);
+    EXPECT_EQ(settings.ptpPriority1, 100u);
+    EXPECT_TRUE(settings.ptpNoGM);
 }
 
 TEST_F(Options, ShortNamesAreUnderstood) {
@@ -74,8 +74,8 @@ TEST_F(Options, ShortNamesAreUnderstood) {
     EXPECT_EQ(options.interface, "sw0");
     EXPECT_TRUE(options.nodaemon);
     EXPECT_EQ(options.logfile, "/tmp/log");
-    EXPECT_EQ(settings.priority1, 100u);
-    EXPECT_TRUE(settings.noGM);
+    EXPECT_EQ(settings.ptpPriority1, 100u);
+    EXPECT_TRUE(settings.ptpNoGM);
 }
 
 TEST_F(Options, HelpPrintsTheListingAndStops) {

@@ -104,7 +104,7 @@ TEST(Program, WithNodaemonItStillRemovesThePidFile) {
 TEST(Program, HandsItsOptionsOn) {
     const IsolatedOutcome outcome = RunIsolated([] {
         return Start({"-n", "-i", "sw0", "-y", "100", "-g"}, [](const DaemonOptions& options, const PtpSettings& ptp) {
-            std::printf("%s %u %d\n", options.interface.c_str(), ptp.priority1, ptp.noGM);
+            std::printf("%s %u %d\n", options.interface.c_str(), ptp.ptpPriority1, ptp.ptpNoGM);
         });
     });
 

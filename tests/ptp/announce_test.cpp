@@ -120,6 +120,12 @@ TEST_F(Announce, BlockEqualToTheBestOneOnlyRefreshesTheWatchdog) {
     EXPECT_THAT(kept.identities, IsEmpty());
 }
 
+TEST_F(Announce, SelectionIsLoggedAtLevelTwo) {
+    const auto announce = AnnounceFrom(0, peer, DatasetOf(250, own));
+    EXPECT_EQ(Logged(2, [&] { Handle(announce); }).substr(13), "[SW-PTP] BMC\n");
+    EXPECT_EQ(Logged(1, [&] { Handle(announce); }), "");
+}
+
 TEST_F(Announce, BetterClockMakesASlaveAndIsExported) {
     const std::string text = Logged(1, [&] { Handle(AnnounceFrom(0, peer, DatasetOf(100, peer))); });
 

@@ -1,19 +1,10 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <mqueue.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <boost/program_options.hpp>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <limits>
 #include <sstream>
 
 #include "ptp/signaling.h"
 #include "ptp/status_line.h"
-#include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
 
 namespace norvad::test {
@@ -218,86 +209,6 @@ TEST_F(Control, DaemonControlMessageExportsTheGrandmasterAgain) {
     handler->HandleDaemonControlMessage();
     EXPECT_THAT(kept.identities, ElementsAre(own, peer, peer));
     EXPECT_THAT(kept.messages, SizeIs(2));
-}
-
-// The file and the queue
-
-class FileAndQueue : public testing::Test {
-protected:
-    FileAndQueue()
-        : directory(std::filesystem::temp_directory_path() / ("norvad-ptp-" + std::to_string(getpid()))),
-          queueName("/norvad-ptp-" + std::to_string(getpid())) {
-        std::filesystem::create_directory(directory);
-        mq_unlink(queueName.c_str());
-    }
-    ~FileAndQueue() override {
-        std::filesystem::remove_all(directory);
-        mq_unlink(queueName.c_str());
-    }
-
-    std::string FileContent() const {
-        std::ifstream file(FileName(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    std::string FileName() const { return directory / "grandmaster"; }
-
-    std::filesystem::path directory;
-    std::string queueName;
-    GrandmasterFileAndQueue output{directory / "grandmaster", queueName};
-};
-
-TEST_F(FileAndQueue, IdentityIsWrittenInWireOrderOverWhatWasThere) {
-    std::ofstream(FileName()) << "something longer than an identity";
-    output.WriteIdentity({0x00, 0x1B, 0x21, 0xFF, 0xFE, 0x0A, 0x0B, 0x0C});
-    EXPECT_EQ(FileContent(), std::string("\x00\x1B\x21\xFF\xFE\x0A\x0B\x0C", 8));
-}
-
-TEST_F(FileAndQueue, NewFileIsForAllToRead) {
-    const mode_t previous = umask(0);
-    output.WriteIdentity({});
-    umask(previous);
-    struct stat status {};
-    ASSERT_EQ(stat(FileName().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0644U);
-}
-
-TEST_F(FileAndQueue, FileThatCannotBeOpenedIsPassedOverInSilence) {
-    std::filesystem::remove_all(directory);
-    LogCapture capture(5);
-    output.WriteIdentity({});
-    EXPECT_EQ(capture.Text(), "");
-}
-
-TEST_F(FileAndQueue, MessageTravelsWholeWithItsPriority) {
-    mq_attr attributes{};
-    attributes.mq_maxmsg = 1;
-    attributes.mq_msgsize = sizeof(GrandmasterMessage);
-    const mqd_t reader = mq_open(queueName.c_str(), O_RDONLY | O_CREAT | O_EXCL | O_NONBLOCK, 0600, &attributes);
-    ASSERT_GE(reader, 0) << strerror(errno);
-    GrandmasterMessage message;
-    message.clockNumber = 0x0102030405060708;
-    message.domainNumber = 0;
-    message.pathCount = 2;
-    message.path[1] = 77;
-
-    output.Send(message);
-    output.Send(message);  // finds the queue full and is lost, at no cost
-
-    GrandmasterMessage received;
-    unsigned priority = 0;
-    EXPECT_EQ(mq_receive(reader, reinterpret_cast<char*>(&received), sizeof(received), &priority), 272);
-    EXPECT_EQ(priority, 16U);
-    EXPECT_EQ(std::memcmp(&received, &message, sizeof(message)), 0);
-    EXPECT_EQ(mq_receive(reader, reinterpret_cast<char*>(&received), sizeof(received), &priority), -1);
-    mq_close(reader);
-}
-
-TEST_F(FileAndQueue, MissingQueueIsReportedEachTimeAndNotMade) {
-    testing::internal::CaptureStderr();
-    output.Send({});
-    output.Send({});
-    const std::string line = "[Switch] open PTP mq failed: No such file or directory\n";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
 }
 
 }  // namespace

@@ -110,7 +110,7 @@ protected:
         static constexpr double errorsPpm[] = {+100, -100, +37, -64, +100, -100, +12, +93, -81};
         for (size_t node = 0; node < bridges + 2; ++node) {
             PtpSettings settings;
-            if (node == 0) settings.priority1 = 1;
+            if (node == 0) settings.ptpPriority1 = 1;
             network.Add(errorsPpm[node], settings, 1'000'000'000 + node * 777'777'777);
         }
         for (size_t node = 0; node + 1 < network.Size(); ++node) {

@@ -230,6 +230,19 @@ TEST(PeerDelayEvaluation, UnreasonableResultIsReportedInFullAndChangesNothing) {
     EXPECT_TRUE(data.rateWindowStarted);
 }
 
+// The distance from one is -0.000124499997, which by itself is -0.000124 with six digits. Single precision knows
+// multiples of 2^-36 there, and 8555574.65 of them become 8555575, which is -0.00012450000213 and so -0.000125.
+TEST(PeerDelayEvaluation, UnreasonableResultIsReportedWithTheRateInSinglePrecision) {
+    PTPPortData data;
+    data.neighborRateRatio = 0.999875500003;
+    PutExchange(data, 0, 0, 0, 40'000);
+
+    LogCapture capture;
+    EvaluateExchange(0, data, runningWindow);
+
+    EXPECT_THAT(capture.Text(), testing::HasSubstr("\n\tRateRatio = 1 + -0.000125\n"));
+}
+
 TEST(TruncateTo, CutsTowardZeroAndStopsAtTheEndsOfTheRange) {
     EXPECT_EQ(TruncateTo<int32_t>(1.9), 1);
     EXPECT_EQ(TruncateTo<int32_t>(-1.9), -1);

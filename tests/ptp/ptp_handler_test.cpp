@@ -96,6 +96,28 @@ TEST_F(Handler, MessageShorterThanItsFieldsIsDroppedUnseen) {
     }
 }
 
+// The device's own messages, of which nothing but the line is left.
+TEST_F(Handler, EveryMessageIsLoggedAtLevelThree) {
+    struct Case {
+        PTPMessage message;
+        const char* line;
+    };
+    for (const Case& c :
+         {Case{PTPMessage::SYNC, "[SW-PTP] Handle PTP_SYNC_MESSAGE on in_port 1\n"},
+          {PTPMessage::PDELAY_REQ, "[SW-PTP] Handle PTP_PDELAY_REQ_MESSAGE 515\n"},
+          {PTPMessage::PDELAY_RESP, "[SW-PTP] Handle PTP_PDELAY_RESP_MESSAGE 515\n"},
+          {PTPMessage::FOLLOW_UP, "[SW-PTP] Handle PTP_FOLLOW_UP_MESSAGE on in_port 1\n"},
+          {PTPMessage::PDELAY_RESP_FOLLOW_UP, "[SW-PTP] HandlePdelayRespFollowUpMessage 515 from in_port 1\n"},
+          {PTPMessage::ANNOUNCE, "[SW-PTP] HandleAnnounceMessage\n"}}) {
+        auto mirrored = BuildFollowUp(ownMac, own);  // the longest of all
+        mirrored.message.header.firstByte = static_cast<uint8_t>(c.message);
+        mirrored.message.header.sourcePortIdentity.portNumber = 7;
+        mirrored.message.header.sequenceId = 0x0203;
+        EXPECT_EQ(Logged(3, [&] { Receive(1, mirrored); }).substr(13), c.line);
+        EXPECT_EQ(Logged(2, [&] { Receive(1, mirrored); }), "") << c.line;
+    }
+}
+
 TEST_F(Handler, ActionsRunAtTheirPeriods) {
     const auto count = [](const std::string& text, const std::string& word) {
         size_t found = 0;

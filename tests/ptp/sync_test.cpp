@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "ptp/sync_master.h"
 #include "ptp/sync_receiver.h"
 #include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
@@ -87,6 +88,27 @@ TEST_F(Sync, MasterSendsItsTimeOnEveryPortWithPortNumberOne) {
     EXPECT_EQ(
         DecodeTimestamp(LastSent<Framed<FollowUpMessage>>(0, PTPMessage::FOLLOW_UP).message.preciseOriginTimestamp),
         3'000'000'005U);
+}
+
+TEST(SyncMaster, TimeOfEachSyncIsKeptForItsPort) {
+    FakePtpSwitch fake;
+    PTPInstance ptp{fake, fake, {1, 2, 3, 4, 5, 6}, {}};
+    for (const uint8_t port : {uint8_t{0}, uint8_t{1}}) {
+        fake.Raise(port);
+        fake.ports[port].avbUp = true;
+        ptp.ports[port].syncSentTime = 77;
+    }
+    fake.ports[1].avbUp = false;
+    ptp.state.Step(PortStateEvent::LOCAL_IS_BETTER);
+    SyncMaster master(ptp);
+    fake.PutStamps(FakePtpSwitch::Direction::TRANSMIT, 0, syncType, 1, {7, 3'000'000'005});
+
+    master.PTPSyncAction();
+    EXPECT_EQ(ptp.ports[0].syncSentTime, 3'000'000'005U);
+    EXPECT_EQ(ptp.ports[1].syncSentTime, 77U) << "no Sync left by it";
+
+    master.PTPSyncAction();
+    EXPECT_EQ(ptp.ports[0].syncSentTime, noTimestamp) << "the second one has no stamp";
 }
 
 TEST_F(Sync, MasterSendsEvery125MsAndCounts) {
@@ -180,11 +202,25 @@ TEST_F(Sync, OwnTimeAndTimeThroughABlockedPortAreIgnored) {
     EXPECT_THAT(fake.steering, IsEmpty());
 }
 
-TEST_F(Sync, OnlyASlaveFollows) {
+TEST_F(Sync, ListenerFollowsNobody) {
     fake.ports[1].avbUp = true;
     Handle(AnnounceFrom(0, own, DatasetOf(1, peer)));
     ReceivePair(1, origin, origin);
     EXPECT_THAT(fake.steering, IsEmpty());
+    EXPECT_THAT(fake.sent, IsEmpty());
+}
+
+// A new priority lets a slave bid again; meanwhile its master is still the best one known and keeps sending.
+TEST_F(Sync, BidderPassesOverTheTimeOfTheMasterItKnows) {
+    BecomeRelay();
+    Control({"-m", "200"});
+    ASSERT_THAT(Status(), HasSubstr("ST:ANNOUNCE:MC:0x001b21fffeaabbcc:LC:0x001b21fffeaabbcc:"));
+    fake.sent.clear();
+
+    EXPECT_EQ(Logged(1, [&] { ReceivePair(1, origin, origin); }), "");
+
+    EXPECT_THAT(fake.steering, IsEmpty());
+    EXPECT_THAT(fake.clockSteps, IsEmpty());
     EXPECT_THAT(fake.sent, IsEmpty());
 }
 
