@@ -54,9 +54,9 @@ Bytes FrameOf(uint8_t port, uint8_t type, uint32_t first, AttributeEvent event) 
     for (uint32_t number = first; number < first + valuesPerFrame; ++number) {
         const TalkerFirstValue talker = TalkerNumber(number);
         if (type == TALKER_ADVERTISE) {
-            pdu.AddValue(false, BytesOf(talker), event, {});
+            pdu.AddFirstValue(false, BytesOf(talker), event, {});
         } else {
-            pdu.AddValue(false, talker.streamId, event, static_cast<uint8_t>(ListenerDeclaration::READY));
+            pdu.AddFirstValue(false, talker.streamId, event, static_cast<uint8_t>(ListenerDeclaration::READY));
         }
     }
     pdu.EndMessage();

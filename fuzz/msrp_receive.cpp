@@ -175,9 +175,9 @@ private:
         }
     }
 
-    // A reservation is held by a registered listener that is ready and joined to a registered talker.
+    // A reservation is held by a registered listener that is joined to a registered talker.
     void CheckReservation(const Listener& listener) {
-        Require(listener.IsRegistered() && listener.IsReady());
+        Require(listener.IsRegistered());
         bool joined = false;
         for (uint8_t port = 0; port < msrp.PortCount(); ++port) {
             const StreamRecords& there = listener.stream->On(port);

@@ -120,7 +120,7 @@ size_t MRP::AddMessage(MRPDUWriter& pdu, uint8_t port, uint8_t type, uint8_t typ
         if (!TxAttribute(attribute, port, leaveAll, pdu.IsFull())) return;
         if (values == 0) pdu.BeginMessage(typeOnWire, firstValueLength);
         const bool withLeaveAll = leaveAll && values == 0;
-        pdu.AddValue(withLeaveAll, attribute.FirstValue(), EventToSend(attribute), attribute.FourPackedEvent());
+        pdu.AddFirstValue(withLeaveAll, attribute.FirstValue(), EventToSend(attribute), attribute.FourPackedEvent());
         ++values;
     };
 

@@ -108,8 +108,8 @@ void MRPDUWriter::BeginMessage(uint8_t attributeType, uint8_t attributeLength) {
     }
 }
 
-void MRPDUWriter::AddValue(bool leaveAll, std::span<const uint8_t> firstValue, AttributeEvent event,
-                           std::optional<uint8_t> fourPackedEvent) {
+void MRPDUWriter::AddFirstValue(bool leaveAll, std::span<const uint8_t> firstValue, AttributeEvent event,
+                                std::optional<uint8_t> fourPackedEvent) {
     const size_t eventsSize = fourPackedEvent ? 2 : 1;
     if (!HasRoomFor(sizeof(MrpVectorHeader) + firstValue.size() + eventsSize)) return;
     const auto headerValue = static_cast<uint16_t>((leaveAll ? mrpLeaveAllEvent : 0) | 1);

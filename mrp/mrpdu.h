@@ -57,8 +57,8 @@ public:
     // What would not leave room for the end marks is not written; with attributes of the usual lengths IsFull keeps
     // callers far from that.
     void BeginMessage(uint8_t attributeType, uint8_t attributeLength);
-    void AddValue(bool leaveAll, std::span<const uint8_t> firstValue, AttributeEvent event,
-                  std::optional<uint8_t> fourPackedEvent);
+    void AddFirstValue(bool leaveAll, std::span<const uint8_t> firstValue, AttributeEvent event,
+                       std::optional<uint8_t> fourPackedEvent);
     void AddLeaveAll(size_t firstValueLength);  // a vector with LeaveAll, no values and a zero first value
     void EndMessage();                          // end mark, counted into the list length
 

@@ -30,7 +30,7 @@ void ListenerPropagation::Propagate(Listener& listener, Event indication) {
     for (uint8_t port = 0; port < database.PortCount(); ++port) {
         if (const Talker* talker = stream.On(port).talker; IsRegistered(talker)) Join(listener, *talker, indication);
     }
-    if (indication == Event::LV || !listener.IsReady()) reservations.Release(listener);
+    if (indication == Event::LV) reservations.Release(listener);
 }
 
 void ListenerPropagation::TalkerRegistered(const Talker& talker, Event indication) {

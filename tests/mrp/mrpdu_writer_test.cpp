@@ -34,8 +34,8 @@ TEST(MrpduWriter, WritesListenersWithListLengthAndFourPackedEvents) {
     Pdu pdu(withList);
 
     pdu.writer.BeginMessage(3, 8);
-    pdu.writer.AddValue(true, Hex("00 01 02 03 04 05 00 2a"), AttributeEvent::JOIN, 2);
-    pdu.writer.AddValue(false, Hex("00 01 02 03 04 05 00 2b"), AttributeEvent::LV, 1);
+    pdu.writer.AddFirstValue(true, Hex("00 01 02 03 04 05 00 2a"), AttributeEvent::JOIN, 2);
+    pdu.writer.AddFirstValue(false, Hex("00 01 02 03 04 05 00 2b"), AttributeEvent::LV, 1);
     pdu.writer.EndMessage();
     EXPECT_FALSE(pdu.writer.IsEmpty());
     EXPECT_EQ(pdu.Finish(),
@@ -51,8 +51,8 @@ TEST(MrpduWriter, WritesVlansWithoutListLength) {
     Pdu pdu(withoutList);
 
     pdu.writer.BeginMessage(1, 2);
-    pdu.writer.AddValue(false, Hex("00 64"), AttributeEvent::NEW, {});
-    pdu.writer.AddValue(false, Hex("00 65"), AttributeEvent::MT, {});
+    pdu.writer.AddFirstValue(false, Hex("00 64"), AttributeEvent::NEW, {});
+    pdu.writer.AddFirstValue(false, Hex("00 65"), AttributeEvent::MT, {});
     pdu.writer.EndMessage();
 
     EXPECT_EQ(pdu.Finish(), Hex("00 01 02 00 01 00 64 00 00 01 00 65 90 00 00 00 00"));
@@ -70,8 +70,9 @@ TEST(MrpduWriter, ALeaveAllAloneHasNoValuesAndAZeroFirstValue) {
 
 TEST(MrpduWriter, IsFullWhenMessagesAnd23BytesReach1400) {
     Pdu pdu(withoutList);
-    pdu.writer.BeginMessage(1, 2);                                                                     // 2 bytes
-    for (int i = 0; i < 274; ++i) pdu.writer.AddValue(false, Hex("00 01"), AttributeEvent::JOIN, {});  // 1370 bytes
+    pdu.writer.BeginMessage(1, 2);  // 2 bytes
+    for (int i = 0; i < 274; ++i)
+        pdu.writer.AddFirstValue(false, Hex("00 01"), AttributeEvent::JOIN, {});  // 1370 bytes
 
     EXPECT_FALSE(pdu.writer.IsFull());
     pdu.writer.AddLeaveAll(2);  // 1376 bytes of messages: 1399
@@ -82,15 +83,15 @@ TEST(MrpduWriter, IsFullWhenMessagesAnd23BytesReach1400) {
 
 TEST(MrpduWriter, IsFullAtExactly1400) {
     Pdu pdu(withList);
-    pdu.writer.BeginMessage(1, 100);                                  // 4 bytes
-    for (int i = 0; i < 13; ++i) pdu.writer.AddLeaveAll(100);         // 1326 bytes
-    pdu.writer.AddValue(false, Bytes(43), AttributeEvent::JOIN, {});  // 46: 1376 of messages, 1399
+    pdu.writer.BeginMessage(1, 100);                                       // 4 bytes
+    for (int i = 0; i < 13; ++i) pdu.writer.AddLeaveAll(100);              // 1326 bytes
+    pdu.writer.AddFirstValue(false, Bytes(43), AttributeEvent::JOIN, {});  // 46: 1376 of messages, 1399
     EXPECT_FALSE(pdu.writer.IsFull());
 
     Pdu full(withList);
     full.writer.BeginMessage(1, 100);
     for (int i = 0; i < 13; ++i) full.writer.AddLeaveAll(100);
-    full.writer.AddValue(false, Bytes(44), AttributeEvent::JOIN, {});  // 1377 of messages: 1400
+    full.writer.AddFirstValue(false, Bytes(44), AttributeEvent::JOIN, {});  // 1377 of messages: 1400
     EXPECT_TRUE(full.writer.IsFull());
 }
 
@@ -99,7 +100,8 @@ TEST(MrpduWriter, WhatAnEncoderWroteADecoderReads) {
         Pdu pdu(layout);
         pdu.writer.BeginMessage(3, 2);
         for (uint8_t i = 0; i < 24; ++i) {
-            pdu.writer.AddValue(i == 0, Bytes{1, i}, static_cast<AttributeEvent>(i % 6), static_cast<uint8_t>(i % 4));
+            pdu.writer.AddFirstValue(i == 0, Bytes{1, i}, static_cast<AttributeEvent>(i % 6),
+                                     static_cast<uint8_t>(i % 4));
         }
         pdu.writer.EndMessage();
         Bytes sent = pdu.Finish();
@@ -125,7 +127,7 @@ TEST(MrpduWriter, NeverWritesBehindItsBuffer) {
         for (uint8_t type = 1; type < 5; ++type) {
             writer.BeginMessage(type, 8);
             writer.AddLeaveAll(8);
-            writer.AddValue(false, Bytes(8), AttributeEvent::NEW, 3);
+            writer.AddFirstValue(false, Bytes(8), AttributeEvent::NEW, 3);
             writer.EndMessage();
         }
 
@@ -139,8 +141,8 @@ TEST(MrpduWriter, AValueThatDoesNotFitLeavesRoomForTheEndMarks) {
     MRPDUWriter writer(memory, withList);
 
     writer.BeginMessage(1, 4);
-    writer.AddValue(false, Hex("aa bb cc dd"), AttributeEvent::JOIN, {});  // 12 bytes so far, 16 with the marks
-    writer.AddValue(false, Hex("aa bb cc dd"), AttributeEvent::JOIN, {});
+    writer.AddFirstValue(false, Hex("aa bb cc dd"), AttributeEvent::JOIN, {});  // 12 bytes so far, 16 with the marks
+    writer.AddFirstValue(false, Hex("aa bb cc dd"), AttributeEvent::JOIN, {});
     writer.EndMessage();
 
     EXPECT_EQ(writer.Finish(), 16u);

@@ -107,7 +107,7 @@ TEST_F(ListenerPropagationTest, AListenerThatLeavesIsWithdrawnAsAskingFailed) {
     EXPECT_EQ(msrp.FindListener(id, 0), nullptr);
 }
 
-TEST_F(ListenerPropagationTest, AChangeToAskingFailedReleasesAndIsCarried) {
+TEST_F(ListenerPropagationTest, AChangeToAskingFailedIsCarriedAndKeepsTheReservation) {
     ReceiveTalker(0, id);
     ReceiveListener(1, id, READY);
     Run(1000);
@@ -117,11 +117,43 @@ TEST_F(ListenerPropagationTest, AChangeToAskingFailedReleasesAndIsCarried) {
     EXPECT_THAT(watch.Text(),
                 HasSubstr("[SW-MSRP] Port(0) Propagated Listener from (1): decl type changed to ASKING_FAILED\n"));
 
+    Run(300);
+    EXPECT_THAT(SentValues(0), Contains("listener 0001 JoinMt ASKING_FAILED"));
+    EXPECT_TRUE(IsReserved(1, id));
+    EXPECT_TRUE(IsOpen(1, 1));
+    EXPECT_THAT(board.bandwidthCalls, ElementsAre(FakeSwitch::BandwidthCall{1, 2, 1'200'000}));
+}
+
+// The record outlives the listener, because a talker behind the same port makes this bridge declare one there.
+TEST_F(ListenerPropagationTest, AReservationKeptWhileAskingFailedEndsWhenTheListenerLeaves) {
+    ReceiveTalker(0, id);
+    ReceiveTalker(1, id);
+    ReceiveListener(2, id, READY);
+    ReceiveListener(1, id, READY);
+    ReceiveListener(1, id, ASKING_FAILED, JoinIn);
+    ASSERT_TRUE(IsReserved(1, id));
+
+    ReceiveListener(1, id, ASKING_FAILED, LV);
+    RunLeaveTime();
+    EXPECT_TRUE(IsListenerDeclared(1, id));
     EXPECT_FALSE(IsReserved(1, id));
     EXPECT_FALSE(IsOpen(1, 1));
     EXPECT_EQ(Bandwidth(1), 0u);
-    Run(300);
-    EXPECT_THAT(SentValues(0), Contains("listener 0001 JoinMt ASKING_FAILED"));
+}
+
+TEST_F(ListenerPropagationTest, AReservationKeptWhileAskingFailedEndsWithTheTalkerAndIsNotMadeForTheNext) {
+    ReceiveTalker(0, id);
+    ReceiveListener(1, id, READY);
+    ReceiveListener(1, id, ASKING_FAILED, JoinIn);
+    ReceiveTalker(0, id, LV);
+    RunLeaveTime();
+    EXPECT_FALSE(IsReserved(1, id));
+    EXPECT_FALSE(IsOpen(1, 1));
+    EXPECT_EQ(Bandwidth(1), 0u);
+
+    ReceiveTalker(0, id);
+    EXPECT_TRUE(IsListenerDeclared(0, id));
+    EXPECT_FALSE(IsReserved(1, id));
 }
 
 TEST_F(ListenerPropagationTest, AChangeToReadyReserves) {

@@ -60,6 +60,20 @@ TEST_F(ReservationsTest, TwoListenersAddUpAndOneLeavesTheOtherAlone) {
     EXPECT_THAT(board.multicasts, IsEmpty());
 }
 
+TEST_F(ReservationsTest, TheEgressLimitIsSetBeforeTheStreamMayPass) {
+    reservations.Reserve(first, TalkerOf(Stream(1)));
+
+    EXPECT_THAT(board.calls, ElementsAre("SetBandwidth", "EnableMulticast"));
+}
+
+TEST_F(ReservationsTest, TheStreamIsStoppedBeforeItsShareOfTheEgressLimitGoes) {
+    reservations.Reserve(first, TalkerOf(Stream(1)));
+    board.calls.clear();
+    reservations.Release(first);
+
+    EXPECT_THAT(board.calls, ElementsAre("DisableMulticast", "SetBandwidth"));
+}
+
 TEST_F(ReservationsTest, AnActiveReservationStaysAsItIs) {
     reservations.Reserve(first, TalkerOf(Stream(1)));
     TalkerFirstValue larger = TalkerOf(Stream(1));

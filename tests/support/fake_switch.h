@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <span>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -47,6 +48,7 @@ public:
     std::set<Multicast> multicasts;
     std::set<Vlan> vlans;
     std::vector<BandwidthCall> bandwidthCalls;  // real changes only, as the driver would see them
+    std::vector<std::string_view> calls;        // names of the multicast calls and of SetBandwidth, as they came
 
     // Puts a port into service with all of its states up.
     void Raise(uint8_t port) { ports.at(port) = {true, true, true, false, ports.at(port).reservedBandwidth}; }
@@ -65,9 +67,11 @@ public:
     }
     void DisableVlan(uint8_t port, uint16_t vid) override { vlans.erase({port, vid}); }
     void EnableMulticast(uint8_t port, uint16_t vid, const MacAddress& address) override {
+        calls.push_back("EnableMulticast");
         if (port < portCount) multicasts.insert({port, vid, address});
     }
     void DisableMulticast(uint8_t port, uint16_t vid, const MacAddress& address) override {
+        calls.push_back("DisableMulticast");
         multicasts.erase({port, vid, address});
     }
     void AddBandwidth(uint8_t port, uint32_t trafficClass, uint32_t bytesPerSecond) override {
@@ -78,6 +82,7 @@ public:
         if (port < portCount) StoreBandwidth(port, trafficClass, ports[port].reservedBandwidth - bytesPerSecond);
     }
     void SetBandwidth(uint8_t port, uint32_t trafficClass, uint32_t bytesPerSecond) override {
+        calls.push_back("SetBandwidth");
         if (port >= portCount || ports[port].reservedBandwidth == bytesPerSecond) return;
         StoreBandwidth(port, trafficClass, bytesPerSecond);
     }
