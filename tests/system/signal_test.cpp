@@ -1,6 +1,10 @@
+#include <sys/syscall.h>
+
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 
+#include "tests/system/support/control_client.h"
 #include "tests/system/support/system_test.h"
 
 namespace norvad::test {
@@ -41,6 +45,26 @@ TEST_F(Signals, ASignalThatCameTwiceEndsTheDaemonOnce) {
 
     EXPECT_EQ(daemon.WaitForExit(), 0);
     EXPECT_EQ(log.Count("Daemon stopped"), 1U) << Log();
+}
+
+TEST_F(Signals, ThatCannotBeBlockedAreReportedAndKeepTheirDefaultAction) {
+    Process& daemon = Start({"-n"}, {{SYS_rt_sigprocmask, EINVAL}});
+    ASSERT_TRUE(log.WaitForText("Daemon started")) << Log() << daemon.Errors();
+    ASSERT_TRUE(WaitFor([&] { return daemon.Errors() == "sigprocmask: Invalid argument\n"; })) << daemon.Errors();
+
+    daemon.Signal(SIGTERM);
+
+    EXPECT_EQ(daemon.WaitForExit(), -SIGTERM);
+    EXPECT_FALSE(log.Has("Daemon stopped"));
+}
+
+TEST_F(Signals, WithoutADescriptorForThemTheDaemonRunsOn) {
+    Process& daemon = Start({"-n"}, {{SYS_signalfd4, EMFILE}});
+    ASSERT_TRUE(WaitFor([&] { return IsInEventLoop(daemon.Id()); })) << Log() << daemon.Errors();
+    EXPECT_TRUE(WaitFor([&] { return daemon.Errors() == "signalfd: Too many open files\n"; })) << daemon.Errors();
+    RecordDaemon(daemon.Id());
+
+    EXPECT_TRUE(Ask({"-s"}).starts_with("Port  0  status: is Down\n"));
 }
 
 }  // namespace

@@ -219,6 +219,34 @@ TEST_F(StartUp, ALogFileThatCannotBeOpenedIsLoggedAndEndsWithOne) {
     EXPECT_FALSE(log.Has("Daemon started"));
 }
 
+TEST_F(StartUp, AnOutputThatCannotBeDoubledIsLoggedAndEndsWithOne) {
+    EXPECT_EQ(Start({"-f", "/tmp/daemon.log"}, {{SYS_dup, EMFILE}}).WaitForExit(), 0);
+
+    EXPECT_TRUE(log.WaitForText("Unable to dup output descriptor: Too many open files")) << Log();
+    EXPECT_EQ(WaitForAllOrphans(), (std::vector<int>{0, 1}));
+    EXPECT_FALSE(log.Has("Daemon started"));
+    EXPECT_FALSE(std::filesystem::exists(pidFile));
+}
+
+TEST_F(StartUp, ADirectoryThatCannotBeLeftIsLoggedAndTheDaemonRuns) {
+    ASSERT_EQ(Start({}, {{SYS_chdir, EACCES}}).WaitForExit(), 0);
+    const pid_t id = WaitForDetached();
+    ASSERT_GT(id, 0) << Log();
+
+    EXPECT_EQ(log.Count("chdir failed"), 1U) << Log();
+    EXPECT_NE(LinkTarget(id, "cwd"), "/");
+    kill(id, SIGTERM);
+    EXPECT_EQ(WaitForAllOrphans(), (std::vector<int>{0, 0}));
+}
+
+TEST_F(StartUp, ASocketThatCannotBeBoundIsReportedAndEndsWithZero) {
+    Process& process = Start({"-n"}, {{SYS_bind, EADDRNOTAVAIL}});
+
+    EXPECT_EQ(process.WaitForExit(), 0);
+    EXPECT_TRUE(log.WaitForText("Exception: unable to bind")) << Log();
+    EXPECT_EQ(Occurrences(process.Errors(), "Exception: unable to bind\n"), 1U) << process.Errors();
+}
+
 TEST_F(StartUp, AFirstForkThatFailsIsLoggedAndEndsWithOne) {
     // The leak checker of a sanitized build would like a thread of its own at the end.
     setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
