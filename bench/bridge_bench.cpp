@@ -1,9 +1,16 @@
 // The built daemon, measured from outside: start-up, memory and processor share at rest, the way of a talker and of a
 // listener's answer from wire to wire on the virtual switch, and frames per second through the event loop.
 
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
+#include <string>
 #include <thread>
 
 #include "bench/samples.h"
@@ -28,19 +35,50 @@ void MeasureStartUp(int runs) {
     startUp.Print("start-up to event loop", "ms");
 }
 
+// A process that only wakes, so many times a second: the part of a share that is the machine's, not the daemon's.
+class BareSleeper {
+public:
+    explicit BareSleeper(double wakeUpsPerSecond) : id(fork()) {
+        if (id < 0) Fail("fork");
+        if (id > 0) return;
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const timespec pause{0, static_cast<long>(1e9 / wakeUpsPerSecond)};
+        for (;;) ppoll(nullptr, 0, &pause, nullptr);
+    }
+    ~BareSleeper() {
+        kill(id, SIGKILL);
+        waitpid(id, nullptr, 0);
+    }
+    BareSleeper(const BareSleeper&) = delete;
+    BareSleeper& operator=(const BareSleeper&) = delete;
+
+    pid_t Id() const { return id; }
+
+private:
+    pid_t id;
+};
+
+// A process at rest, and beside it, in the same seconds, one that wakes as often for nothing.
+void MeasureRestOf(const std::string& name, pid_t process, int seconds) {
+    const Usage before(name, process);
+    std::this_thread::sleep_for(std::chrono::seconds(10));
+    const BareSleeper bare(before.WakeUpsPerSecond());
+    const Usage usage(name, process);
+    const Usage bareUsage("  as many wake-ups of a bare process", bare.Id());
+    std::this_thread::sleep_for(std::chrono::seconds(seconds));
+    usage.PrintProcessor();
+    bareUsage.PrintProcessor();
+    usage.PrintMemory();
+}
+
 void MeasureRest(int seconds) {
     {
         const LoneDaemon daemon;
-        std::this_thread::sleep_for(std::chrono::seconds(2));
-        const Usage usage("at rest, no link", daemon.Id());
-        std::this_thread::sleep_for(std::chrono::seconds(seconds));
-        usage.Print();
+        MeasureRestOf("at rest, no link", daemon.Id(), seconds);
     }
     const Bridge bridge;
     std::this_thread::sleep_for(std::chrono::seconds(8));  // it takes itself for the grandmaster then
-    const Usage usage("grandmaster on two AS capable ports", bridge.daemon);
-    std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    usage.Print();
+    MeasureRestOf("grandmaster on two AS capable ports", bridge.daemon, seconds);
 }
 
 // Lone changes: what the pacing of transmit opportunities adds to crowded ones is not measured here.

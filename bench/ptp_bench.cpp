@@ -190,8 +190,10 @@ void MeasureAll(int rounds, int restSeconds) {
     const Usage daemonUsage("daemon, grandmaster of two ports", bridge.daemon),
         ptp4lUsage("ptp4l, no Sync to relay", ptp4l.program->Id());
     std::this_thread::sleep_for(std::chrono::seconds(restSeconds));
-    daemonUsage.Print();
-    ptp4lUsage.Print();
+    for (const Usage* usage : {&daemonUsage, &ptp4lUsage}) {
+        usage->PrintProcessor();
+        usage->PrintMemory();
+    }
 
     Relay relays[] = {{"daemon", *bridge.ports[0], *bridge.ports[1]}, {"ptp4l", far0, far1}};
     for (Relay& relay : relays) {

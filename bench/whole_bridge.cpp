@@ -31,7 +31,7 @@ void Fail(const std::string& what) {
     std::exit(1);
 }
 
-double Memory(pid_t process, const std::string& field) {
+double StatusNumber(pid_t process, const std::string& field) {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with(field + ":")) return std::stod(line.substr(field.size() + 1));
@@ -40,14 +40,25 @@ double Memory(pid_t process, const std::string& field) {
 }
 
 Usage::Usage(std::string name, pid_t process)
-    : name(std::move(name)), process(process), used(test::ProcessorTime(process)) {}
+    : name(std::move(name)),
+      process(process),
+      used(test::ProcessorTime(process)),
+      wakeUps(StatusNumber(process, "voluntary_ctxt_switches")) {}
 
-void Usage::Print() const {
+double Usage::WakeUpsPerSecond() const {
+    return (StatusNumber(process, "voluntary_ctxt_switches") - wakeUps) / Seconds();
+}
+
+void Usage::PrintProcessor() const {
     const double busy = std::chrono::duration<double>(test::ProcessorTime(process) - used).count();
-    const double passed = std::chrono::duration<double>(Clock::now() - begin).count();
-    std::printf("%-44s %.3f %% of one core over %.0f s\n", (name + ", processor").c_str(), 100 * busy / passed, passed);
+    const double passed = Seconds();
+    std::printf("%-44s %.3f %% of one core, %.0f wake-ups a second, over %.0f s\n", (name + ", processor").c_str(),
+                100 * busy / passed, WakeUpsPerSecond(), passed);
+}
+
+void Usage::PrintMemory() const {
     std::printf("%-44s %.0f KiB resident, %.0f KiB of them its own\n", (name + ", memory").c_str(),
-                Memory(process, "VmRSS"), Memory(process, "RssAnon"));
+                StatusNumber(process, "VmRSS"), StatusNumber(process, "RssAnon"));
 }
 
 Port::Port(const std::string& interface) : socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0)) {

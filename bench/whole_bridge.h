@@ -30,19 +30,24 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 
 extern const std::array<Bytes, 2> stations;  // addresses of the neighbours at ports 0 and 1
 
-// Resident memory in KiB: "VmRSS" is all of it, "RssAnon" what is the process's own.
-double Memory(pid_t process, const std::string& field);
+// A number in /proc/PID/status. Memory is in KiB: "VmRSS" is what is resident, "RssAnon" the process's own of it.
+double StatusNumber(pid_t process, const std::string& field);
 
-// What a process costs between the making of this object and Print: its processor share, and its memory.
+// What a process costs from the making of this object on: its processor share, how often it wakes, and its memory.
 class Usage {
 public:
     Usage(std::string name, pid_t process);
-    void Print() const;
+    double WakeUpsPerSecond() const;
+    void PrintProcessor() const;
+    void PrintMemory() const;
 
 private:
+    double Seconds() const { return std::chrono::duration<double>(Clock::now() - begin).count(); }
+
     std::string name;
     pid_t process;
     std::chrono::nanoseconds used;
+    double wakeUps;
     Clock::time_point begin = Clock::now();
 };
 
