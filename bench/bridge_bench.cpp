@@ -15,9 +15,9 @@
 
 #include "bench/samples.h"
 #include "bench/whole_bridge.h"
-#include "tests/system/support/network.h"
-#include "tests/system/support/private_world.h"
-#include "tests/system/support/process.h"
+#include "tests/support/system/network.h"
+#include "tests/support/system/private_world.h"
+#include "tests/support/system/process.h"
 
 namespace norvad::bench {
 

@@ -7,14 +7,14 @@
 #include <cstdio>
 #include <vector>
 
-#include "daemon/log.h"
-#include "daemon/timer_service.h"
-#include "daemon/wire.h"
+#include "base/log.h"
+#include "base/timer_service.h"
+#include "base/wire.h"
+#include "lab/network/stepped_clock.h"
 #include "msrp/msrp_handler.h"
 #include "mvrp/mvrp_handler.h"
 #include "switch/cpu_tag.h"
 #include "tests/support/fake_switch.h"
-#include "tests/support/stepped_clock.h"
 
 namespace norvad::bench {
 

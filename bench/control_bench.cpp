@@ -7,11 +7,11 @@
 #include <string>
 #include <thread>
 
+#include "base/message_queue.h"
 #include "bench/samples.h"
 #include "bench/whole_bridge.h"
-#include "daemon/message_queue.h"
-#include "tests/system/support/private_world.h"
-#include "tests/system/support/process.h"
+#include "tests/support/system/private_world.h"
+#include "tests/support/system/process.h"
 
 namespace norvad::bench {
 

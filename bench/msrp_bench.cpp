@@ -9,12 +9,12 @@
 #include <span>
 #include <vector>
 
+#include "base/timer_service.h"
 #include "bench/processor_time.h"
-#include "daemon/timer_service.h"
+#include "lab/network/stepped_clock.h"
 #include "mrp/mrpdu.h"
 #include "msrp/msrp_handler.h"
 #include "tests/support/fake_switch.h"
-#include "tests/support/stepped_clock.h"
 
 namespace norvad::bench {
 

@@ -6,15 +6,15 @@
 #include <span>
 #include <vector>
 
+#include "base/ethertypes.h"
+#include "base/log.h"
+#include "base/timer_service.h"
 #include "bench/processor_time.h"
-#include "daemon/log.h"
-#include "daemon/timer_service.h"
+#include "lab/network/stepped_clock.h"
 #include "mrp/mrpdu.h"
 #include "mvrp/mvrp_handler.h"
 #include "switch/cpu_tag.h"
-#include "switch/ethertypes.h"
 #include "tests/support/fake_switch.h"
-#include "tests/support/stepped_clock.h"
 
 namespace norvad::bench {
 

@@ -11,15 +11,15 @@
 #include <thread>
 #include <vector>
 
+#include "base/ethertypes.h"
+#include "base/wire.h"
 #include "bench/samples.h"
 #include "bench/whole_bridge.h"
-#include "daemon/wire.h"
 #include "ptp/message_builder.h"
-#include "switch/ethertypes.h"
-#include "tests/system/support/gptp_peer.h"
-#include "tests/system/support/network.h"
-#include "tests/system/support/private_world.h"
-#include "tests/system/support/process.h"
+#include "tests/support/system/gptp_peer.h"
+#include "tests/support/system/network.h"
+#include "tests/support/system/private_world.h"
+#include "tests/support/system/process.h"
 
 namespace norvad::bench {
 

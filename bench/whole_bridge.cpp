@@ -14,13 +14,13 @@
 #include <sstream>
 #include <thread>
 
-#include "daemon/wire.h"
+#include "base/wire.h"
 #include "switch/cpu_tag.h"
-#include "tests/system/support/gptp_peer.h"
-#include "tests/system/support/network.h"
-#include "tests/system/support/private_world.h"
-#include "tests/system/support/process.h"
-#include "tests/system/support/virtual_board.h"
+#include "tests/support/system/gptp_peer.h"
+#include "tests/support/system/network.h"
+#include "tests/support/system/private_world.h"
+#include "tests/support/system/process.h"
+#include "tests/support/system/virtual_board.h"
 
 namespace norvad::bench {
 

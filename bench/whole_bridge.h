@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "switch/file_descriptor.h"
-#include "tests/system/support/frame.h"
-#include "tests/system/support/msrp_frame.h"
+#include "base/file_descriptor.h"
+#include "tests/support/system/frame.h"
+#include "tests/support/system/msrp_frame.h"
 
 namespace norvad::test {
 class GptpPeer;

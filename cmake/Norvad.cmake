@@ -34,12 +34,12 @@ function(norvad_library name)
     target_link_libraries(${name} PUBLIC ${arg_LINKS})
 endfunction()
 
-# norvad_test(name [SOURCES ...] [LINKS ...]): one GoogleTest program, of every source of the folder unless they are
-# named; its cases are ctest's.
+# norvad_test(name [SOURCES ...] [LINKS ...]): one GoogleTest program, of every source of the folder and those below it
+# unless they are named; its cases are ctest's.
 function(norvad_test name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
     if(NOT arg_SOURCES)
-        file(GLOB arg_SOURCES CONFIGURE_DEPENDS *.cpp)
+        file(GLOB_RECURSE arg_SOURCES CONFIGURE_DEPENDS *.cpp)
     endif()
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE norvad_test_support ${arg_LINKS} GTest::gmock GTest::gtest_main)

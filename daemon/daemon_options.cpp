@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "daemon/debug_option.h"
-#include "daemon/parser_words.h"
+#include "daemon/control/debug_option.h"
+#include "daemon/control/parser_words.h"
 #include "switch/socket_exception.h"
 
 namespace norvad {

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

@@ -6,8 +6,8 @@
 #include <boost/function.hpp>
 #include <cstdint>
 
-#include "daemon/timer_service.h"
-#include "switch/file_descriptor.h"
+#include "base/file_descriptor.h"
+#include "base/timer_service.h"
 
 namespace norvad {
 

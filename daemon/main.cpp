@@ -1,5 +1,5 @@
+#include "daemon/assembly.h"
 #include "daemon/program.h"
-#include "daemon/run.h"
 
 int main(int argc, char** argv) {
     return norvad::RunProgram(argc, argv, norvad::RunDaemon);

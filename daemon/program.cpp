@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <exception>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
+#include "base/message_queue.h"
+#include "daemon/control/client.h"
 #include "daemon/daemon_options.h"
 #include "daemon/daemonize.h"
-#include "daemon/message_queue.h"
-#include "daemon/relay.h"
 
 namespace norvad {
 

@@ -1,4 +1,4 @@
-#include "daemon/command_executor.h"
+#include "daemon/control/command_executor.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -3,12 +3,12 @@
 #include <boost/make_shared.hpp>
 #include <cstdio>
 
-#include "daemon/log.h"
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
+#include "base/log.h"
+#include "lab/network/stepped_clock.h"
 #include "switch/switch.h"
-#include "tests/daemon/fake_handler.h"
-#include "tests/support/fake_borders.h"
-#include "tests/support/stepped_clock.h"
+#include "tests/support/fake_doors.h"
+#include "tests/support/fake_handler.h"
 
 namespace norvad {
 
@@ -20,14 +20,14 @@ public:
         (void)nowhere;
         bridge.Dispatcher().AddHandler(boost::make_shared<test::FakeHandler>(ETHERTYPE_MSRP, "msrp"));
         bridge.Dispatcher().AddHandler(boost::make_shared<test::FakeHandler>(ETHERTYPE_PTP2, "ptp"));
-        borders.SetPortLinks({test::linkGigabit, test::linkFastBlocked});
+        doors.SetPortLinks({test::linkGigabit, test::linkFastBlocked});
         bridge.UpdateLinks();
     }
     ~ControlBridge() { debugLevels = {}; }
 
     test::SteppedClock clock;
-    test::FakeBorders borders{clock};
-    Switch bridge{"eth0", clock, borders};
+    test::FakeDoors doors{clock};
+    Switch bridge{"eth0", clock, doors};
 };
 
 }  // namespace norvad

@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "daemon/control_channel.h"
+#include "daemon/control/control_channel.h"
 #include "fuzz/control_bridge.h"
-#include "tests/daemon/fake_message_queues.h"
+#include "tests/support/fake_message_queues.h"
 
 // Any bytes as a message on the request queue, of any length up to a whole one. Each queue it names exists, and what
 // is sent there ends with exactly one last piece.
@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const size_t nameLength = std::min(length, sizeof(ControlMessage::replyQueue));
     const std::string name(data, std::find(data, data + nameLength, uint8_t{0}));
     queues.queues[name];
-    control.borders.requests.Queue({data, data + length});
+    control.doors.requests.Queue({data, data + length});
     norvad::serveControlRequest(control.bridge, queues);
 
     const auto& pieces = queues.queues[name];

@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <vector>
 
+#include "lab/network/stepped_clock.h"
 #include "switch/lldp_handler.h"
 #include "switch/switch.h"
-#include "tests/support/fake_borders.h"
-#include "tests/support/stepped_clock.h"
+#include "tests/support/fake_doors.h"
 
 namespace {
 
@@ -40,8 +40,8 @@ private:
 
 struct Bridge {
     test::SteppedClock clock;
-    test::FakeBorders borders{clock};
-    Switch bridge{"eth0", clock, borders};
+    test::FakeDoors doors{clock};
+    Switch bridge{"eth0", clock, doors};
     size_t sent = 0;
 
     Bridge() {
@@ -49,12 +49,12 @@ struct Bridge {
             bridge.Dispatcher().AddHandler(boost::make_shared<EchoHandler>(etherType, bridge));
         }
         bridge.Dispatcher().AddHandler(boost::make_shared<LLDPHandler>());
-        borders.frames.carry = [this](std::span<const uint8_t> frame) {
+        doors.frames.carry = [this](std::span<const uint8_t> frame) {
             if (frame.size() < minimumTaggedFrame || *TaggedPort(frame) > cpuPort) std::abort();
             ++sent;
         };
         using test::linkGigabit;
-        borders.SetPortLinks({linkGigabit, linkGigabit, 0, 0, 0, 0, linkGigabit});
+        doors.SetPortLinks({linkGigabit, linkGigabit, 0, 0, 0, 0, linkGigabit});
         bridge.UpdateLinks();
     }
 };
@@ -64,10 +64,10 @@ struct Bridge {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Bridge fixture;
     if (size == 0) return 0;  // the frame socket gives no empty frames
-    fixture.borders.frames.Queue({data, data + size});
+    fixture.doors.frames.Queue({data, data + size});
     fixture.bridge.Dispatcher().ReadFrame();
     (void)FrameDispatcher::DescribeTag({data, size});
-    fixture.borders.driver.transmitted.clear();
-    fixture.borders.driver.arrived.clear();
+    fixture.doors.driver.transmitted.clear();
+    fixture.doors.driver.arrived.clear();
     return 0;
 }

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
+#include "lab/network/stepped_clock.h"
 #include "switch/switch.h"
-#include "tests/support/fake_borders.h"
-#include "tests/support/stepped_clock.h"
+#include "tests/support/fake_doors.h"
 
 namespace {
 
@@ -38,10 +38,10 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     test::SteppedClock clock;
-    test::FakeBorders borders(clock);
-    Switch bridge("eth0", clock, borders);
+    test::FakeDoors doors(clock);
+    Switch bridge("eth0", clock, doors);
     bridge.Dispatcher().AddHandler(boost::make_shared<PortWatcher>(bridge));
-    borders.links.Queue({data, data + size});
+    doors.links.Queue({data, data + size});
     bridge.UpdateLinks();
     return 0;
 }

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "mrp/table_rows.h"
 
 namespace norvad {

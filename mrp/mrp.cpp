@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "mrp/applicant.h"
 #include "mrp/mrpdu.h"
 #include "mrp/registrar.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "daemon/timer_service.h"
+#include "base/timer_service.h"
 #include "mrp/attribute_lists.h"
 #include "mrp/leave_all.h"
 #include "mrp/mrp_attribute.h"

@@ -4,8 +4,8 @@
 #include <array>
 #include <cassert>
 
-#include "daemon/log.h"
-#include "daemon/wire.h"
+#include "base/log.h"
+#include "base/wire.h"
 
 namespace norvad {
 

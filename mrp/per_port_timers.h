@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "daemon/timer_service.h"
+#include "base/timer_service.h"
 
 namespace norvad {
 

@@ -1,6 +1,6 @@
 #include "msrp/listener_propagation.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "mrp/propagation.h"
 #include "msrp/propagation_log.h"
 #include "msrp/reservation.h"

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "daemon/wire.h"
+#include "base/wire.h"
 #include "mrp/mrp_attribute.h"
 #include "msrp/msrp_wire.h"
 

@@ -3,7 +3,7 @@
 #include <boost/program_options.hpp>
 #include <ostream>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "msrp/msrp_handler.h"
 
 namespace norvad {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "daemon/timer_service.h"
+#include "base/timer_service.h"
 #include "mrp/mrpdu.h"
 #include "msrp/listener_propagation.h"
 #include "msrp/msrpdb.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "msrp/msrp_dump.h"
 #include "msrp/msrp_handler.h"
 #include "msrp/path_filter.h"

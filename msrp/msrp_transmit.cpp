@@ -1,6 +1,6 @@
 // How a port's MRPDU is made.
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "msrp/msrp_handler.h"
 #include "switch/cpu_tag.h"
 #include "switch/i4_dsa_socket.h"

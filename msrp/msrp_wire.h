@@ -4,7 +4,7 @@
 #include <boost/endian/arithmetic.hpp>
 #include <cstdint>
 
-#include "switch/mac_address.h"
+#include "base/mac_address.h"
 
 namespace norvad {
 

@@ -1,6 +1,6 @@
 #include "msrp/propagation_log.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

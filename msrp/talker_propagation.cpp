@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "mrp/propagation.h"
 #include "msrp/failure_codes.h"
 #include "msrp/path_filter.h"

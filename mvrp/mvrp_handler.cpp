@@ -3,8 +3,8 @@
 #include <boost/program_options.hpp>
 #include <ostream>
 
-#include "daemon/log.h"
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
+#include "base/log.h"
 #include "switch/i4_dsa_socket.h"
 
 namespace norvad {

@@ -1,6 +1,6 @@
 // How a VLAN that is registered on one port reaches the switch and the other ports.
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "mvrp/mvrp_handler.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_switch.h"

@@ -1,6 +1,6 @@
 // How a neighbour's MRPDU is read.
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "mvrp/mvrp_handler.h"
 #include "switch/cpu_tag.h"
 

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/mac_address.h"
 #include "mrp/mrp_wire.h"
-#include "switch/mac_address.h"
 
 namespace norvad {
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "daemon/wire.h"
+#include "base/wire.h"
 #include "mrp/mrp_attribute.h"
 #include "mvrp/mvrp_wire.h"
 

@@ -1,6 +1,6 @@
 #include "ptp/announce_sender.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "ptp/message_builder.h"
 
 namespace norvad {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

@@ -1,6 +1,6 @@
 #include "ptp/clock_servo.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

@@ -1,6 +1,6 @@
 #include "ptp/grandmaster_export.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

@@ -9,8 +9,8 @@
 #include <cstring>
 #include <utility>
 
-#include "daemon/log.h"
-#include "switch/file_descriptor.h"
+#include "base/file_descriptor.h"
+#include "base/log.h"
 
 namespace norvad {
 

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "ptp/saturate.h"
 
 namespace norvad {

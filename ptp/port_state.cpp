@@ -3,7 +3,7 @@
 #include <array>
 #include <optional>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

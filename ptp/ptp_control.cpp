@@ -5,7 +5,7 @@
 #include <boost/program_options/variables_map.hpp>
 #include <ostream>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "ptp/status_line.h"
 
 namespace norvad {

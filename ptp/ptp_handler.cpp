@@ -4,8 +4,8 @@
 #include <array>
 #include <utility>
 
-#include "daemon/log.h"
-#include "daemon/timer_service.h"
+#include "base/log.h"
+#include "base/timer_service.h"
 #include "ptp/announce_relay.h"
 #include "ptp/announce_sender.h"
 #include "ptp/as_capable.h"

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/mac_address.h"
 #include "ptp/grandmaster_message.h"
 #include "ptp/local_clock.h"
 #include "ptp/port_data.h"
@@ -10,7 +11,6 @@
 #include "ptp/ptp_settings.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_ptp.h"
-#include "switch/mac_address.h"
 
 namespace norvad {
 

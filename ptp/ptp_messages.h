@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include "daemon/wire.h"
+#include "base/mac_address.h"
+#include "base/wire.h"
 #include "ptp/clock_identity.h"
 #include "switch/cpu_tag.h"
-#include "switch/mac_address.h"
 
 namespace norvad {
 

@@ -1,6 +1,6 @@
 #include "ptp/sync_master.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "ptp/message_builder.h"
 
 namespace norvad {

@@ -1,6 +1,6 @@
 #include "ptp/sync_receiver.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "ptp/saturate.h"
 
 namespace norvad {

@@ -1,6 +1,6 @@
 #include "ptp/traffic_check.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

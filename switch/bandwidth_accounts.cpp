@@ -1,6 +1,6 @@
 #include "switch/bandwidth_accounts.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "switch/switch_ioctl.h"
 
 namespace norvad {

@@ -5,9 +5,9 @@
 #include <optional>
 #include <span>
 
-#include "daemon/wire.h"
-#include "switch/ethertypes.h"
-#include "switch/mac_address.h"
+#include "base/ethertypes.h"
+#include "base/mac_address.h"
+#include "base/wire.h"
 
 namespace norvad {
 

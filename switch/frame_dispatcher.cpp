@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "switch/i2_switch.h"
 
 namespace norvad {

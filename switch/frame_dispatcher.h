@@ -9,8 +9,8 @@
 #include <span>
 #include <string>
 
-#include "switch/borders.h"
 #include "switch/cpu_tag.h"
+#include "switch/doors.h"
 #include "switch/proto_handler.h"
 
 namespace norvad {

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "switch/mac_address.h"
+#include "base/mac_address.h"
 
 namespace norvad {
 

@@ -13,11 +13,11 @@
 #include <string_view>
 #include <utility>
 
-#include "daemon/clock.h"
-#include "daemon/log.h"
-#include "daemon/wire.h"
-#include "switch/file_descriptor.h"
-#include "switch/interface_request.h"
+#include "base/clock.h"
+#include "base/file_descriptor.h"
+#include "base/log.h"
+#include "base/wire.h"
+#include "switch/kernel/interface_request.h"
 #include "switch/netlink_wire.h"
 
 namespace norvad {

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-#include "switch/borders.h"
+#include "switch/doors.h"
 
 namespace norvad {
 

@@ -1,6 +1,6 @@
 #include "switch/lldp_handler.h"
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
 #include "switch/proto_handler.h"
 
 namespace norvad {

@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "switch/mac_address.h"
+#include "base/mac_address.h"
 
 namespace norvad {
 

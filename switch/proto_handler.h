@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <span>
 
-#include "switch/mac_address.h"
+#include "base/mac_address.h"
 
 namespace boost::program_options {
 class options_description;

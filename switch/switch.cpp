@@ -4,7 +4,7 @@
 #include <cstring>
 #include <numeric>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad {
 
@@ -19,21 +19,21 @@ uint16_t PortMask(uint8_t port) {
 
 }  // namespace
 
-Switch::Switch(const std::string& interfaceName, Clock& clock, SwitchBorders& borders)
+Switch::Switch(const std::string& interfaceName, Clock& clock, SwitchDoors& doors)
     : timers(clock),
-      driver(borders.OpenDriver(interfaceName, ETHERTYPE_TAG), clock),
+      driver(doors.OpenDriver(interfaceName, ETHERTYPE_TAG), clock),
       interfaceName(interfaceName),
       tagEtherType(ETHERTYPE_TAG),
       ports(portCount),
       bandwidth(ports, driver),
-      dispatcher(OpenFrames(borders), *this) {
-    links = std::make_unique<LinkMonitor>(interfaceName, borders.OpenLinks());
-    controlQueue = borders.OpenRequests();
+      dispatcher(OpenFrames(doors), *this) {
+    links = std::make_unique<LinkMonitor>(interfaceName, doors.OpenLinks());
+    controlQueue = doors.OpenRequests();
     SeedRandom(clock);
 }
 
-std::unique_ptr<FrameSocket> Switch::OpenFrames(SwitchBorders& borders) const {
-    auto frames = borders.OpenFrames(interfaceName, tagEtherType);
+std::unique_ptr<FrameSocket> Switch::OpenFrames(SwitchDoors& doors) const {
+    auto frames = doors.OpenFrames(interfaceName, tagEtherType);
     frames->waitForInterface();
     return frames;
 }

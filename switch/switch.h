@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
-#include "daemon/timer_service.h"
+#include "base/timer_service.h"
 #include "switch/bandwidth_accounts.h"
-#include "switch/borders.h"
+#include "switch/doors.h"
 #include "switch/frame_dispatcher.h"
 #include "switch/i2_switch.h"
 #include "switch/i4_dsa_socket.h"
@@ -26,7 +26,7 @@ public:
     // Opens the doors (driver, frames, links, requests), waits until the link of the interface runs and seeds
     // rand. Throws SocketException where driver or frame socket cannot be set up. The clock must outlive the
     // switch.
-    Switch(const std::string& interfaceName, Clock& clock, SwitchBorders& borders);
+    Switch(const std::string& interfaceName, Clock& clock, SwitchDoors& doors);
 
     // For the event loop and the run function.
     TimerService& Timers() { return timers; }
@@ -82,7 +82,7 @@ public:
     uint8_t* GetMacAddress() override { return macAddress.data(); }
 
 private:
-    std::unique_ptr<FrameSocket> OpenFrames(SwitchBorders& borders) const;
+    std::unique_ptr<FrameSocket> OpenFrames(SwitchDoors& doors) const;
     void UpdateLink(uint8_t port);
     void UpdateStp(uint8_t port);
     void SeedRandom(const Clock& clock) const;

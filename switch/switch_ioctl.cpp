@@ -3,9 +3,9 @@
 #include <boost/endian/conversion.hpp>
 #include <utility>
 
-#include "daemon/clock.h"
-#include "daemon/log.h"
-#include "daemon/wire.h"
+#include "base/clock.h"
+#include "base/log.h"
+#include "base/wire.h"
 #include "switch/driver_records.h"
 #include "switch/i4_ptp.h"
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "switch/borders.h"
-#include "switch/mac_address.h"
+#include "base/mac_address.h"
+#include "switch/doors.h"
 
 namespace norvad {
 

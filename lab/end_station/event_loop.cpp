@@ -9,7 +9,7 @@
 #include <csignal>
 #include <system_error>
 
-#include "lab/end_station/time.h"
+#include "lab/common/time.h"
 
 namespace norvad::station {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "daemon/clock.h"
+#include "base/clock.h"
+#include "base/file_descriptor.h"
 #include "lab/end_station/options.h"
 #include "lab/end_station/packet_port.h"
 #include "lab/end_station/station.h"
-#include "switch/file_descriptor.h"
 
 namespace norvad::station {
 

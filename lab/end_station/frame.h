@@ -8,7 +8,7 @@
 #include <span>
 #include <string>
 
-#include "switch/mac_address.h"
+#include "base/mac_address.h"
 
 namespace norvad::station {
 

@@ -3,10 +3,10 @@
 #include <exception>
 #include <string>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
+#include "lab/common/time.h"
 #include "lab/end_station/event_loop.h"
 #include "lab/end_station/options.h"
-#include "lab/end_station/time.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <span>
 
+#include "base/ethertypes.h"
+#include "base/mac_address.h"
 #include "msrp/msrp_wire.h"
-#include "switch/ethertypes.h"
-#include "switch/mac_address.h"
 
 namespace norvad::station {
 

@@ -5,9 +5,9 @@
 #include <map>
 #include <utility>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
+#include "lab/common/time.h"
 #include "lab/end_station/mrp_pdu.h"
-#include "lab/end_station/time.h"
 
 namespace norvad::station {
 

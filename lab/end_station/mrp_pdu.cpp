@@ -4,7 +4,7 @@
 #include <boost/endian/conversion.hpp>
 #include <optional>
 
-#include "daemon/wire.h"
+#include "base/wire.h"
 #include "mrp/mrp_wire.h"
 
 namespace norvad::station {

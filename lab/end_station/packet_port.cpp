@@ -18,7 +18,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "lab/end_station/time.h"
+#include "lab/common/time.h"
 
 namespace norvad::station {
 

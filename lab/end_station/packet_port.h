@@ -3,8 +3,8 @@
 #include <functional>
 #include <string>
 
+#include "base/file_descriptor.h"
 #include "lab/end_station/frame.h"
-#include "switch/file_descriptor.h"
 
 namespace norvad::station {
 

@@ -3,9 +3,9 @@
 #include <string>
 #include <utility>
 
+#include "base/ethertypes.h"
+#include "lab/common/time.h"
 #include "lab/end_station/control_frame.h"
-#include "lab/end_station/time.h"
-#include "switch/ethertypes.h"
 
 namespace norvad::station {
 

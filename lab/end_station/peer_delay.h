@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
 #include "lab/end_station/frame.h"
 #include "ptp/ptp_messages.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "daemon/wire.h"
+#include "base/wire.h"
 #include "lab/end_station/text.h"
 
 namespace norvad::station {

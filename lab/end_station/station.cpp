@@ -5,11 +5,11 @@
 #include <string>
 #include <utility>
 
-#include "daemon/wire.h"
+#include "base/ethertypes.h"
+#include "base/wire.h"
+#include "lab/common/time.h"
 #include "lab/end_station/control_frame.h"
 #include "lab/end_station/text.h"
-#include "lab/end_station/time.h"
-#include "switch/ethertypes.h"
 
 namespace norvad::station {
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
 #include "lab/end_station/frame.h"
 #include "lab/end_station/peer_delay.h"
 #include "lab/end_station/reservations.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "daemon/wire.h"
+#include "base/wire.h"
 
 namespace norvad::station {
 

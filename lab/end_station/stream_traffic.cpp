@@ -3,8 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "lab/common/time.h"
 #include "lab/end_station/text.h"
-#include "lab/end_station/time.h"
 
 namespace norvad::station {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
 #include "lab/end_station/frame.h"
 #include "lab/end_station/reservations.h"
 #include "lab/end_station/stream_frame.h"

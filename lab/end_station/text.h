@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/mac_address.h"
 #include "mrp/mrp_types.h"
 #include "msrp/msrp_wire.h"
-#include "switch/mac_address.h"
 
 namespace norvad::station {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "daemon/wire.h"
+#include "base/wire.h"
+#include "lab/common/time.h"
 #include "lab/end_station/text.h"
-#include "lab/end_station/time.h"
 
 namespace norvad::station {
 

@@ -4,7 +4,7 @@
 #include <deque>
 #include <vector>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
 #include "lab/end_station/frame.h"
 #include "lab/end_station/stream_traffic.h"
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
-#include "daemon/clock.h"
+#include "base/clock.h"
+#include "base/file_descriptor.h"
 #include "lab/grandmaster_reader/message_text.h"
 #include "lab/grandmaster_reader/reading_queue.h"
-#include "switch/file_descriptor.h"
 
 namespace {
 

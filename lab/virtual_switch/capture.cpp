@@ -2,7 +2,7 @@
 
 #include <pcap/pcap.h>
 
-#include "lab/virtual_switch/errors.h"
+#include "lab/common/errors.h"
 
 namespace norvad::board {
 

@@ -9,8 +9,8 @@
 #include <cstring>
 #include <fstream>
 
-#include "lab/virtual_switch/errors.h"
-#include "lab/virtual_switch/file_descriptor.h"
+#include "lab/common/errors.h"
+#include "lab/common/file_descriptor.h"
 
 namespace norvad::board {
 

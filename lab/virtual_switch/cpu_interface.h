@@ -3,10 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "base/mac_address.h"
+#include "lab/common/packet_port.h"
 #include "lab/virtual_switch/link_socket.h"
 #include "lab/virtual_switch/network_namespace.h"
-#include "lab/virtual_switch/packet_port.h"
-#include "switch/mac_address.h"
 
 namespace norvad::board {
 

@@ -13,8 +13,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "lab/common/errors.h"
 #include "lab/virtual_switch/driver_gate.h"
-#include "lab/virtual_switch/errors.h"
 
 namespace norvad::board {
 

@@ -17,8 +17,8 @@
 #include <cstring>
 #include <optional>
 
-#include "daemon/wire.h"
-#include "lab/virtual_switch/driver.h"
+#include "base/wire.h"
+#include "lab/board/driver.h"
 #include "switch/driver_records.h"
 
 namespace norvad::board {

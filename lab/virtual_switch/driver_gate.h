@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/virtual_switch/file_descriptor.h"
+#include "lab/common/file_descriptor.h"
 
 namespace norvad::board {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "lab/virtual_switch/board_observer.h"
+#include "lab/board/board_observer.h"
 
 namespace norvad::board {
 

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "lab/virtual_switch/errors.h"
+#include "lab/common/errors.h"
 
 namespace norvad::board {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/virtual_switch/file_descriptor.h"
+#include "lab/common/file_descriptor.h"
 #include "lab/virtual_switch/netlink_messages.h"
 
 namespace norvad::board {

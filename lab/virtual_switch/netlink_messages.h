@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "switch/mac_address.h"
+#include "base/mac_address.h"
 
 namespace norvad::board {
 

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <sched.h>
 
-#include "lab/virtual_switch/errors.h"
+#include "lab/common/errors.h"
 
 namespace norvad::board {
 

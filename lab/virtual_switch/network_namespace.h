@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lab/virtual_switch/file_descriptor.h"
+#include "lab/common/file_descriptor.h"
 
 namespace norvad::board {
 

@@ -5,8 +5,8 @@
 #include <limits>
 #include <sstream>
 
-#include "lab/virtual_switch/errors.h"
-#include "lab/virtual_switch/ethernet_frame.h"
+#include "lab/common/errors.h"
+#include "lab/common/ethernet_frame.h"
 
 namespace norvad::board {
 

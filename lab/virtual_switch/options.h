@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/virtual_switch/port_tables.h"
+#include "lab/board/port_tables.h"
 
 namespace norvad::board {
 

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "lab/virtual_switch/errors.h"
+#include "lab/common/errors.h"
 
 namespace norvad::board {
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "lab/virtual_switch/file_descriptor.h"
+#include "lab/common/file_descriptor.h"
 
 namespace norvad::board {
 

@@ -8,12 +8,12 @@
 #include <cerrno>
 #include <cmath>
 
-#include "daemon/wire.h"
-#include "lab/virtual_switch/errors.h"
-#include "lab/virtual_switch/ethernet_frame.h"
+#include "base/wire.h"
+#include "lab/board/status_report.h"
+#include "lab/common/errors.h"
+#include "lab/common/ethernet_frame.h"
+#include "lab/common/text.h"
 #include "lab/virtual_switch/netlink_messages.h"
-#include "lab/virtual_switch/status_report.h"
-#include "lab/virtual_switch/text.h"
 #include "switch/driver_records.h"
 
 namespace norvad::board {

@@ -7,18 +7,18 @@
 #include <span>
 #include <string>
 
-#include "lab/virtual_switch/board.h"
+#include "lab/board/board.h"
+#include "lab/common/card_clock.h"
+#include "lab/common/file_descriptor.h"
+#include "lab/common/packet_port.h"
+#include "lab/common/reference_time.h"
 #include "lab/virtual_switch/capture.h"
-#include "lab/virtual_switch/card_clock.h"
 #include "lab/virtual_switch/cpu_interface.h"
 #include "lab/virtual_switch/daemon_process.h"
 #include "lab/virtual_switch/driver_gate.h"
 #include "lab/virtual_switch/event_printer.h"
-#include "lab/virtual_switch/file_descriptor.h"
 #include "lab/virtual_switch/link_socket.h"
 #include "lab/virtual_switch/options.h"
-#include "lab/virtual_switch/packet_port.h"
-#include "lab/virtual_switch/reference_time.h"
 #include "lab/virtual_switch/status_server.h"
 
 namespace norvad::board {

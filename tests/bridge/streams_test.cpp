@@ -3,9 +3,9 @@
 #include <deque>
 #include <string>
 
-#include "tests/bridge/bridge_node.h"
-#include "tests/bridge/network.h"
-#include "tests/bridge/station_node.h"
+#include "lab/network/bridge_node.h"
+#include "lab/network/network.h"
+#include "lab/network/station_node.h"
 
 namespace norvad::test {
 

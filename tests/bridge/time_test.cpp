@@ -4,8 +4,8 @@
 #include <deque>
 #include <string>
 
-#include "tests/bridge/bridge_node.h"
-#include "tests/bridge/network.h"
+#include "lab/network/bridge_node.h"
+#include "lab/network/network.h"
 
 namespace norvad::test {
 

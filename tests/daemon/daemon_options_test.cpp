@@ -8,7 +8,7 @@
 #include <fstream>
 #include <vector>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad::test {
 namespace {

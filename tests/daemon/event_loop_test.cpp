@@ -17,11 +17,11 @@
 #include <string>
 #include <vector>
 
-#include "tests/daemon/captured_priority.h"
-#include "tests/daemon/captured_syslog.h"
-#include "tests/daemon/isolated_process.h"
+#include "lab/network/stepped_clock.h"
+#include "tests/support/captured_priority.h"
+#include "tests/support/captured_syslog.h"
+#include "tests/support/isolated_process.h"
 #include "tests/support/readiness.h"
-#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 namespace {

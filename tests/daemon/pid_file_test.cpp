@@ -12,7 +12,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/daemon/captured_syslog.h"
+#include "tests/support/captured_syslog.h"
 
 namespace norvad::test {
 namespace {

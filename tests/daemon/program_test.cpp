@@ -17,10 +17,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "daemon/control_message.h"
+#include "base/control_message.h"
 #include "daemon/daemon_options.h"
 #include "daemon/pid_file.h"
-#include "tests/daemon/isolated_process.h"
+#include "tests/support/isolated_process.h"
 
 namespace norvad::test {
 namespace {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "daemon/log.h"
+#include "base/log.h"
 #include "tests/mrp/grid.h"
 #include "tests/support/captured_log.h"
 

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
 
 namespace norvad::test {
 namespace {

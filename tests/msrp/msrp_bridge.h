@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "daemon/log.h"
-#include "daemon/timer_service.h"
+#include "base/log.h"
+#include "base/timer_service.h"
+#include "lab/network/stepped_clock.h"
 #include "msrp/msrp_handler.h"
 #include "tests/support/fake_switch.h"
-#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

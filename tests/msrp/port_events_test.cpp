@@ -1,6 +1,6 @@
 // Ports that come and go.
 
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
 #include "tests/msrp/msrp_bridge.h"
 
 namespace norvad::test {

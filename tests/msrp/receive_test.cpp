@@ -1,6 +1,6 @@
 // Frames in: every byte given, every cut tried.
 
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
 #include "tests/msrp/msrp_bridge.h"
 
 namespace norvad::test {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "switch/ethertypes.h"
+#include "base/ethertypes.h"
 #include "tests/msrp/msrp_bridge.h"
 
 namespace {

@@ -8,15 +8,15 @@
 #include <string>
 #include <vector>
 
-#include "daemon/log.h"
-#include "daemon/timer_service.h"
-#include "daemon/wire.h"
+#include "base/log.h"
+#include "base/timer_service.h"
+#include "base/wire.h"
+#include "lab/network/kept_grandmaster_output.h"
+#include "lab/network/stepped_clock.h"
 #include "ptp/message_builder.h"
 #include "ptp/ptp_handler.h"
 #include "ptp/ptp_messages.h"
 #include "tests/support/fake_ptp_switch.h"
-#include "tests/support/kept_grandmaster_output.h"
-#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

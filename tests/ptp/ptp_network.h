@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "daemon/timer_service.h"
+#include "base/timer_service.h"
+#include "lab/network/stepped_clock.h"
 #include "ptp/ptp_handler.h"
 #include "ptp/ptp_messages.h"
 #include "tests/ptp/ptp_fixture.h"
 #include "tests/support/fake_ptp_switch.h"
 #include "tests/support/modelled_ptp_clock.h"
-#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

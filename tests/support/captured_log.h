@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad::test {
 

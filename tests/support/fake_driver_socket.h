@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "daemon/clock.h"
-#include "daemon/wire.h"
-#include "switch/borders.h"
+#include "base/clock.h"
+#include "base/wire.h"
+#include "switch/doors.h"
 #include "switch/driver_records.h"
 #include "tests/support/modelled_ptp_clock.h"
 

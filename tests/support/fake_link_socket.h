@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "switch/borders.h"
+#include "switch/doors.h"
 #include "tests/support/readiness.h"
 
 namespace norvad::test {

@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "switch/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace norvad::test {
 

@@ -4,9 +4,9 @@
 
 #include <memory>
 
+#include "lab/network/stepped_clock.h"
 #include "switch/switch_ioctl.h"
 #include "tests/support/fake_driver_socket.h"
-#include "tests/support/stepped_clock.h"
 #include "tests/switch/log_capture.h"
 
 namespace norvad {

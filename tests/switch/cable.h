@@ -13,14 +13,14 @@
 #include <string>
 #include <vector>
 
-#include "daemon/clock.h"
-#include "switch/file_descriptor.h"
-#include "switch/interface_request.h"
-#include "switch/packet_address.h"
-#include "switch/packet_driver_socket.h"
+#include "base/clock.h"
+#include "base/file_descriptor.h"
+#include "switch/kernel/interface_request.h"
+#include "switch/kernel/packet_address.h"
+#include "switch/kernel/packet_driver_socket.h"
 #include "switch/socket_exception.h"
+#include "tests/support/private_namespace.h"
 #include "tests/switch/hex.h"
-#include "tests/switch/private_namespace.h"
 
 // A cable between the interfaces sw0 and sw1 of a private namespace, and what the tests of the kernel's doors do with
 // it.

@@ -7,8 +7,8 @@
 #include <memory>
 #include <vector>
 
+#include "lab/network/link_messages.h"
 #include "tests/support/fake_link_socket.h"
-#include "tests/support/link_messages.h"
 #include "tests/switch/hex.h"
 #include "tests/switch/log_capture.h"
 

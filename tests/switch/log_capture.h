@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "daemon/log.h"
+#include "base/log.h"
 
 namespace norvad::test {
 

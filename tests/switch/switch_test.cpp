@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <functional>
 
-#include "switch/ethertypes.h"
-#include "tests/support/fake_borders.h"
-#include "tests/support/stepped_clock.h"
+#include "base/ethertypes.h"
+#include "lab/network/stepped_clock.h"
+#include "tests/support/fake_doors.h"
 #include "tests/switch/hex.h"
 #include "tests/switch/log_capture.h"
 #include "tests/switch/recording_handler.h"
@@ -26,25 +26,25 @@ protected:
         bridge.Dispatcher().AddHandler(handler);
     }
     void ReportLinks(std::initializer_list<uint32_t> values) {
-        borders.SetPortLinks(values);
+        doors.SetPortLinks(values);
         bridge.UpdateLinks();
     }
     Events TakeEvents() { return std::exchange(events, {}); }
 
     Events events;
     SteppedClock clock;
-    FakeBorders borders{clock};
-    Switch bridge{"sw0", clock, borders};
+    FakeDoors doors{clock};
+    Switch bridge{"sw0", clock, doors};
     const MacAddress stream{0x91, 0xE0, 0xF0, 0x00, 0xFE, 0x01};
 };
 
 TEST_F(SwitchTest, OpensItsDoorsInOrderAndWaitsForTheInterfaceOnce) {
-    EXPECT_EQ(borders.opened, (Events{"driver sw0 dada", "frames sw0 dada", "links", "requests"}));
-    EXPECT_EQ(borders.frames.waits, 1);
-    EXPECT_EQ(borders.links.requests.size(), 1U);
-    EXPECT_EQ(bridge.LinkDescriptor(), borders.links.Descriptor());
-    EXPECT_EQ(bridge.Requests().Descriptor(), borders.requests.Descriptor());
-    EXPECT_EQ(bridge.Dispatcher().Descriptor(), borders.frames.Descriptor());
+    EXPECT_EQ(doors.opened, (Events{"driver sw0 dada", "frames sw0 dada", "links", "requests"}));
+    EXPECT_EQ(doors.frames.waits, 1);
+    EXPECT_EQ(doors.links.requests.size(), 1U);
+    EXPECT_EQ(bridge.LinkDescriptor(), doors.links.Descriptor());
+    EXPECT_EQ(bridge.Requests().Descriptor(), doors.requests.Descriptor());
+    EXPECT_EQ(bridge.Dispatcher().Descriptor(), doors.frames.Descriptor());
 }
 
 TEST_F(SwitchTest, StartsWithTheInterfacesAddressAnEmptySecondOneAndEveryPortDown) {
@@ -61,9 +61,9 @@ TEST_F(SwitchTest, StartsWithTheInterfacesAddressAnEmptySecondOneAndEveryPortDow
 TEST(Switch, SeedsRandFromItsAddressAndTheTimeOfDay) {
     SteppedClock clock(123'456'000);  // 123456 us past the second
     const auto firstRandom = [&](uint8_t lastByte) {
-        FakeBorders borders(clock);
-        borders.SetHardwareAddress({1, 2, 3, 4, 5, lastByte});
-        Switch bridge("sw0", clock, borders);
+        FakeDoors doors(clock);
+        doors.SetHardwareAddress({1, 2, 3, 4, 5, lastByte});
+        Switch bridge("sw0", clock, doors);
         return std::rand();
     };
 
@@ -76,7 +76,7 @@ TEST(Switch, SeedsRandFromItsAddressAndTheTimeOfDay) {
 TEST(Switch, DestroysItsHandlersFirst) {
     Events events;
     SteppedClock clock;
-    FakeBorders borders(clock);
+    FakeDoors doors(clock);
     // A handler that still does in its destructor what handlers do: cancels its timer and sends.
     class LeavingHandler final : public ProtoHandler {
     public:
@@ -100,10 +100,10 @@ TEST(Switch, DestroysItsHandlersFirst) {
         Timer* timer;
     };
     int framesSent = 0;
-    borders.frames.carry = [&](std::span<const uint8_t>) { ++framesSent; };
+    doors.frames.carry = [&](std::span<const uint8_t>) { ++framesSent; };
     {
-        Switch bridge("sw0", clock, borders);
-        borders.SetPortLinks({linkFast});
+        Switch bridge("sw0", clock, doors);
+        doors.SetPortLinks({linkFast});
         bridge.UpdateLinks();
         bridge.Dispatcher().AddHandler(boost::make_shared<LeavingHandler>(bridge, events));
     }
@@ -234,8 +234,8 @@ TEST_F(SwitchOutputTest, ShortFrameIsSentWithZeroPaddingTo68Bytes) {
 
     bridge.write(1, frame.data(), 30);
 
-    ASSERT_EQ(borders.frames.sent.size(), 1U);
-    EXPECT_EQ(Hex(borders.frames.sent[0]),
+    ASSERT_EQ(doors.frames.sent.size(), 1U);
+    EXPECT_EQ(Hex(doors.frames.sent[0]),
               "01 80 c2 00 00 0e "              // destination
               "02 00 00 00 10 01 "              // the interface's own address
               "da da 00 00 40 08 e0 01 "        // from the CPU, port 1
@@ -249,7 +249,7 @@ TEST_F(SwitchOutputTest, PaddingEndsAt68Bytes) {
     for (const size_t length : {67U, 68U, 69U, 1500U}) {
         auto frame = Buffer();
         bridge.write(0, frame.data(), length);
-        const auto sent = borders.frames.TakeSent();
+        const auto sent = doors.frames.TakeSent();
         ASSERT_EQ(sent.size(), 1U);
         EXPECT_EQ(sent[0].size(), std::max<size_t>(length, 68));
         EXPECT_EQ(sent[0][67], length == 67 ? 0 : 0xAA);
@@ -262,7 +262,7 @@ TEST_F(SwitchOutputTest, FrameForADownOrAbsentPortIsNotSent) {
     for (const uint8_t port : std::initializer_list<uint8_t>{2, 5, 7, 31, 32, 255})
         bridge.write(port, frame.data(), 100);
 
-    EXPECT_TRUE(borders.frames.sent.empty());
+    EXPECT_TRUE(doors.frames.sent.empty());
     EXPECT_EQ(frame, Buffer());
 }
 
@@ -272,7 +272,7 @@ TEST_F(SwitchOutputTest, NullOrEmptyFrameIsNotSent) {
     bridge.write(0, nullptr, 100);
     bridge.write(0, frame.data(), 0);
 
-    EXPECT_TRUE(borders.frames.sent.empty());
+    EXPECT_TRUE(doors.frames.sent.empty());
 }
 
 TEST_F(SwitchOutputTest, FrameForAllPortsLeavesByEveryUpPortButOneInAscendingOrder) {
@@ -282,13 +282,13 @@ TEST_F(SwitchOutputTest, FrameForAllPortsLeavesByEveryUpPortButOneInAscendingOrd
     bridge.writeAllPorts(99, frame.data(), 100);
 
     Events ports;
-    for (const auto& sent : borders.frames.sent) ports.push_back(std::to_string(*TaggedPort(sent)));
+    for (const auto& sent : doors.frames.sent) ports.push_back(std::to_string(*TaggedPort(sent)));
     EXPECT_EQ(ports, (Events{"0", "6", "0", "1", "6"}));
 }
 
 TEST_F(SwitchOutputTest, FailedSendIsLogged) {
     auto frame = Buffer();
-    borders.frames.failWrites = 1;
+    doors.frames.failWrites = 1;
 
     EXPECT_EQ(Logged(0, [&] { bridge.write(0, frame.data(), 30); }), "[Switch] write error\n");
     EXPECT_EQ(Logged(0, [&] { bridge.write(0, frame.data(), 30); }), "");
@@ -298,21 +298,21 @@ TEST_F(SwitchTest, EnablingTheSameAddressTwiceOnOnePortCallsTheDriverOnce) {
     bridge.EnableMulticast(1, 2, stream);
     bridge.EnableMulticast(1, 2, stream);
 
-    ASSERT_EQ(borders.driver.records.size(), 1U);
-    EXPECT_EQ(Hex(borders.driver.records[0]),
+    ASSERT_EQ(doors.driver.records.size(), 1U);
+    EXPECT_EQ(Hex(doors.driver.records[0]),
               "13 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00 02 00 00 00 91 e0 f0 00 fe 01");
 }
 
 TEST_F(SwitchTest, DriverGetsTheMaskOfTheOnePortThatChanges) {
     bridge.EnableMulticast(0, 2, stream);
     bridge.EnableMulticast(6, 2, stream);
-    EXPECT_EQ(borders.driver.records[1][12], 0x40);
-    EXPECT_EQ((borders.driver.multicast[{2, stream}]), 0x41U);
+    EXPECT_EQ(doors.driver.records[1][12], 0x40);
+    EXPECT_EQ((doors.driver.multicast[{2, stream}]), 0x41U);
 
     bridge.DisableMulticast(0, 2, stream);
-    EXPECT_EQ(borders.driver.records[2][8], 0);
-    EXPECT_EQ(borders.driver.records[2][12], 0x01);
-    EXPECT_EQ((borders.driver.multicast[{2, stream}]), 0x40U);
+    EXPECT_EQ(doors.driver.records[2][8], 0);
+    EXPECT_EQ(doors.driver.records[2][12], 0x01);
+    EXPECT_EQ((doors.driver.multicast[{2, stream}]), 0x40U);
 }
 
 TEST_F(SwitchTest, DisablingAnAddressNeverEnabledCallsNothing) {
@@ -321,22 +321,22 @@ TEST_F(SwitchTest, DisablingAnAddressNeverEnabledCallsNothing) {
     bridge.DisableMulticast(1, 2, stream);
     bridge.DisableMulticast(0, 3, stream);
 
-    EXPECT_EQ(borders.driver.records.size(), 1U);
+    EXPECT_EQ(doors.driver.records.size(), 1U);
 }
 
 TEST_F(SwitchTest, VlanMembershipReachesTheDriverOnChange) {
     bridge.EnableVlan(1, 100);
     bridge.EnableVlan(1, 100);
     bridge.EnableVlan(0, 100);
-    EXPECT_EQ(borders.driver.records.size(), 2U);
-    EXPECT_EQ(Hex(borders.driver.records[1]), "14 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 64 00 00 00");
-    EXPECT_EQ(borders.driver.vlans[100], 3);
+    EXPECT_EQ(doors.driver.records.size(), 2U);
+    EXPECT_EQ(Hex(doors.driver.records[1]), "14 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 64 00 00 00");
+    EXPECT_EQ(doors.driver.vlans[100], 3);
 
     bridge.DisableVlan(1, 100);
     bridge.DisableVlan(1, 100);
     bridge.DisableVlan(1, 101);
-    EXPECT_EQ(borders.driver.records.size(), 3U);
-    EXPECT_EQ(borders.driver.vlans[100], 1);
+    EXPECT_EQ(doors.driver.records.size(), 3U);
+    EXPECT_EQ(doors.driver.vlans[100], 1);
 }
 
 TEST_F(SwitchTest, MembershipsOfAPortWithoutARecordAreLoggedAndIgnored) {
@@ -352,7 +352,7 @@ TEST_F(SwitchTest, MembershipsOfAPortWithoutARecordAreLoggedAndIgnored) {
               "[Switch] DisableVlan 100 on port 7\n"
               "[Switch] EnableMulticast on port 7 vlan 2 addr 91:e0:f0:00:fe:01\n"
               "[Switch] DisableMulticast on port 7 vlan 2 addr 91:e0:f0:00:fe:01\n");
-    EXPECT_TRUE(borders.driver.records.empty());
+    EXPECT_TRUE(doors.driver.records.empty());
     EXPECT_EQ(Logged(0, [this] { bridge.EnableVlan(7, 100); }), "");
 }
 
@@ -365,9 +365,9 @@ TEST_F(SwitchTest, BandwidthGoesByTheSpeedOfThePort) {
     bridge.SubstractBandwidth(1, 3, 375'000);
     bridge.SetBandwidth(0, 2, 42);
 
-    EXPECT_EQ(borders.driver.egress[1].limit, 9'000'000);
-    EXPECT_EQ(borders.driver.egress[0].parameter, 2U);
-    EXPECT_EQ(borders.driver.egress[0].limit, 42);
+    EXPECT_EQ(doors.driver.egress[1].limit, 9'000'000);
+    EXPECT_EQ(doors.driver.egress[0].parameter, 2U);
+    EXPECT_EQ(doors.driver.egress[0].limit, 42);
 }
 
 TEST_F(SwitchTest, EgressIsOnlyLogged) {
@@ -375,7 +375,7 @@ TEST_F(SwitchTest, EgressIsOnlyLogged) {
 
     EXPECT_EQ(Logged(2, set), "[Switch] SetEgress on port 1 1000000 bps\n");
     EXPECT_EQ(Logged(1, set), "");
-    EXPECT_TRUE(borders.driver.records.empty());
+    EXPECT_TRUE(doors.driver.records.empty());
 }
 
 TEST_F(SwitchTest, TimestampQueriesGiveTheirSideOfTheDriversPair) {
@@ -386,18 +386,18 @@ TEST_F(SwitchTest, TimestampQueriesGiveTheirSideOfTheDriversPair) {
         {[this] { return bridge.GetRxTimestamp(1, 0, 7); }, 30},
     };
     for (const auto& [query, expected] : cases) {
-        borders.driver.transmitted[{1, 0, 7}] = {10, 20};
-        borders.driver.arrived[{1, 0, 7}] = {30, 40};
+        doors.driver.transmitted[{1, 0, 7}] = {10, 20};
+        doors.driver.arrived[{1, 0, 7}] = {30, 40};
         EXPECT_EQ(query(), expected);
-        borders.driver.transmitted.clear();
-        borders.driver.arrived.clear();
+        doors.driver.transmitted.clear();
+        doors.driver.arrived.clear();
         (void)Logged(0, [&, &missing = query] { EXPECT_EQ(missing(), noTimestamp); });
     }
 }
 
 TEST_F(SwitchTest, TimestampPairsComeWhole) {
-    borders.driver.transmitted[{1, 0, 7}] = {10, 20};
-    borders.driver.arrived[{0, 3, 9}] = {30, 40};
+    doors.driver.transmitted[{1, 0, 7}] = {10, 20};
+    doors.driver.arrived[{0, 3, 9}] = {30, 40};
     uint64_t first = 0, second = 0;
 
     bridge.GetTxTimestamps(1, 0, 7, first, second);
@@ -421,12 +421,12 @@ TEST_F(SwitchTest, ClockIsSteppedAndSteeredThroughTheDriver) {
               "[Switch] SetClockSteering -7\n"
               "[Switch] SetClock 18446744073709551615\n");
 
-    EXPECT_EQ(borders.driver.clock.Steering(), -7);
-    EXPECT_EQ(Hex(borders.driver.records[1]), "10 00 00 00 00 00 00 00 ff ff ff ff ff ff ff ff");
+    EXPECT_EQ(doors.driver.clock.Steering(), -7);
+    EXPECT_EQ(Hex(doors.driver.records[1]), "10 00 00 00 00 00 00 00 ff ff ff ff ff ff ff ff");
 }
 
 TEST_F(SwitchTest, PendingErrorOfTheLinkSocketCanBeTaken) {
-    borders.links.pendingError = ENOBUFS;
+    doors.links.pendingError = ENOBUFS;
 
     EXPECT_NE(Logged(0, [this] { EXPECT_EQ(bridge.TakeLinkError(), ENOBUFS); }), "");
     EXPECT_EQ(bridge.TakeLinkError(), 0);

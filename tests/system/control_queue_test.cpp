@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <random>
 
-#include "tests/system/support/control_client.h"
-#include "tests/system/support/system_test.h"
+#include "tests/support/system/control_client.h"
+#include "tests/support/system/system_test.h"
 
 namespace norvad::test {
 namespace {

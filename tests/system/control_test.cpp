@@ -1,7 +1,7 @@
 #include <regex>
 
-#include "tests/system/support/board_test.h"
-#include "tests/system/support/control_client.h"
+#include "tests/support/system/board_test.h"
+#include "tests/support/system/control_client.h"
 
 namespace norvad::test {
 namespace {

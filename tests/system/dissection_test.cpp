@@ -1,6 +1,6 @@
 #include <csignal>
 
-#include "tests/system/support/board_test.h"
+#include "tests/support/system/board_test.h"
 
 namespace norvad::test {
 namespace {

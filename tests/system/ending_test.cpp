@@ -2,7 +2,7 @@
 #include <csignal>
 #include <filesystem>
 
-#include "tests/system/support/board_test.h"
+#include "tests/support/system/board_test.h"
 
 namespace norvad::test {
 namespace {

@@ -1,8 +1,8 @@
 #include <csignal>
 
-#include "tests/system/support/board_test.h"
-#include "tests/system/support/control_client.h"
-#include "tests/system/support/mvrp_frame.h"
+#include "tests/support/system/board_test.h"
+#include "tests/support/system/control_client.h"
+#include "tests/support/system/mvrp_frame.h"
 
 namespace norvad::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/system/support/board_test.h"
+#include "tests/support/system/board_test.h"
 
 namespace norvad::test {
 namespace {

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/system/support/system_test.h"
+#include "tests/support/system/system_test.h"
 
 namespace norvad::test {
 namespace {

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "tests/system/support/ptp4l_test.h"
+#include "tests/support/system/ptp4l_test.h"
 
 namespace norvad::test {
 namespace {

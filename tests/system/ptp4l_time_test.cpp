@@ -10,8 +10,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "tests/system/support/control_client.h"
-#include "tests/system/support/ptp4l_test.h"
+#include "tests/support/system/control_client.h"
+#include "tests/support/system/ptp4l_test.h"
 
 namespace norvad::test {
 namespace {

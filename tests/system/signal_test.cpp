@@ -4,8 +4,8 @@
 #include <csignal>
 #include <filesystem>
 
-#include "tests/system/support/control_client.h"
-#include "tests/system/support/system_test.h"
+#include "tests/support/system/control_client.h"
+#include "tests/support/system/system_test.h"
 
 namespace norvad::test {
 namespace {

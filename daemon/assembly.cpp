@@ -1,0 +1,57 @@
+#include "daemon/assembly.h"
+
+#include <boost/make_shared.hpp>
+#include <utility>
+
+#include "base/clock.h"
+#include "base/message_queue.h"
+#include "daemon/control/control_channel.h"
+#include "daemon/daemon_options.h"
+#include "daemon/event_loop.h"
+#include "msrp/msrp_handler.h"
+#include "mvrp/mvrp_handler.h"
+#include "ptp/grandmaster_output.h"
+#include "ptp/ptp_handler.h"
+#include "switch/kernel/kernel_doors.h"
+#include "switch/lldp_handler.h"
+#include "switch/switch.h"
+
+namespace norvad {
+
+namespace {
+
+EventSources SourcesOf(Switch& bridge, MessageQueues& queues) {
+    return {
+        .frames = {"frames", bridge.Dispatcher().Descriptor(), [&bridge] { bridge.Dispatcher().ReadFrame(); },
+                   [&bridge] { return bridge.Dispatcher().TakeError(); }},
+        .requests = {"requests", bridge.Requests().Descriptor(), [&] { serveControlRequest(bridge, queues); }, {}},
+        .links = {"links", bridge.LinkDescriptor(), [&bridge] { bridge.UpdateLinks(); },
+                  [&bridge] { return bridge.TakeLinkError(); }},
+    };
+}
+
+}  // namespace
+
+void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output) {
+    const I4Switch& local = bridge;
+    FrameDispatcher& registry = bridge.Dispatcher();
+    registry.AddHandler(boost::make_shared<MSRPHandler>(bridge, bridge, bridge.Timers()));
+    registry.AddHandler(boost::make_shared<MVRPHandler>(bridge, bridge, bridge.Timers()));
+    registry.AddHandler(boost::make_shared<PTPHandler>(bridge, bridge, bridge.Timers(), local.GetMacAddress(), settings,
+                                                       std::move(output)));
+    registry.AddHandler(boost::make_shared<LLDPHandler>());
+}
+
+void RunDaemon(const DaemonOptions& options, const PtpSettings& settings) {
+    SystemClock clock;
+    KernelDoors doors(clock);
+    KernelMessageQueues queues;
+    Switch bridge(options.interface, clock, doors);
+    AddHandlers(bridge, settings, std::make_unique<GrandmasterFileAndQueue>());
+    bridge.Dispatcher().Start();
+
+    const FileDescriptor signals = OpenSignalDescriptor();
+    EventLoop(bridge.Timers(), signals.Get(), SourcesOf(bridge, queues)).Run();
+}
+
+}  // namespace norvad

@@ -1,0 +1,75 @@
+#include "daemon/control/client.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "base/clock.h"
+#include "base/message_queue.h"
+
+namespace norvad {
+
+namespace {
+
+constexpr long answerWaitNs = 10'000'000;
+
+// The program name is part of it, and every argument is followed by a blank.
+ControlMessage CommandOf(int argc, const char* const* argv) {
+    std::string text;
+    for (int i = 0; i < argc; ++i) text.append(argv[i]).append(" ");
+
+    ControlMessage message{};
+    PutText(message.replyQueue, replyQueueName);
+    message.type = controlCommand;
+    PutText(message.text, text);
+    message.length = static_cast<uint32_t>(TextOf(message.text).size());
+    return message;
+}
+
+// The nanoseconds are not carried into the seconds: in the last 10 ms of a second the kernel refuses the deadline,
+// and the client ends without an answer, as it always has.
+timespec AnswerDeadline(const Clock& clock) {
+    const timeval now = clock.TimeOfDay();
+    return {now.tv_sec, static_cast<long>(now.tv_usec) * 1000 + answerWaitNs};
+}
+
+void PrintAnswer(MessageQueue& replies, const Clock& clock) {
+    ControlMessage message{};
+    do {
+        message = {};
+        if (replies.Receive(message, AnswerDeadline(clock)) < 1) return;
+        const std::string_view text = TextOf(message.text);
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        std::fflush(stdout);
+    } while (!message.last);
+}
+
+int Exchange(int argc, const char* const* argv, MessageQueues& queues, const Clock& clock, MessageQueue& replies) {
+    auto requests = queues.Open(requestQueueName);
+    if (!requests) {
+        std::fprintf(stderr, "[Switch] open message queue failed: %s\n", std::strerror(errno));
+        return -1;
+    }
+    (void)requests->Send(CommandOf(argc, argv));
+    requests.reset();
+    PrintAnswer(replies, clock);
+    return 0;
+}
+
+}  // namespace
+
+int relay(int argc, const char* const* argv, MessageQueues& queues, const Clock& clock) {
+    if (argc < 2) return 0;
+    auto replies = queues.Create(replyQueueName);
+    if (!replies) {
+        std::fprintf(stderr, "[Switch] creating response message queue failed: %s\n", std::strerror(errno));
+        return -1;
+    }
+    const int result = Exchange(argc, argv, queues, clock, *replies);
+    replies.reset();
+    queues.Remove(replyQueueName);
+    return result;
+}
+
+}  // namespace norvad

@@ -1,0 +1,68 @@
+#include "lab/network/station_node.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/wire.h"
+
+namespace norvad::test {
+
+namespace {
+
+constexpr uint16_t vlanTagEtherType = 0x8100;
+constexpr size_t addressesSize = 12;
+constexpr size_t vlanTagSize = 4;
+
+struct TaggedEthernetHeader {
+    MacAddress destination;
+    MacAddress source;
+    boost::endian::big_uint16_t etherType;
+    boost::endian::big_uint16_t control;  // priority, drop eligible, VLAN id
+};
+
+}  // namespace
+
+StationNode::StationNode(Network& network, const MacAddress& mac, const station::StationSettings& settings)
+    : network(network), mac(mac) {
+    station::FramePort& wire = *this;
+    station = std::make_unique<station::Station>(settings, network.clock, wire,
+                                                 [this](const std::string& line) { lines.push_back(line); });
+    network.Add(*this);
+    station->Start();
+}
+
+size_t StationNode::Told(const std::string& text) const {
+    return static_cast<size_t>(std::count_if(
+        lines.begin(), lines.end(), [&](const std::string& line) { return line.find(text) != std::string::npos; }));
+}
+
+uint64_t StationNode::TakeStreamFrames() {
+    return std::exchange(streamFrames, 0);
+}
+
+void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame, uint64_t ns) {
+    Bytes untagged(frame.begin(), frame.end());
+    station::ReceivedFrame received;
+    received.receiveTimeNs = ns;
+    const auto header = Peek<TaggedEthernetHeader>(frame);
+    if (header && header->etherType == vlanTagEtherType) {
+        ++streamFrames;
+        received.tag = station::VlanTag{static_cast<uint16_t>(header->control & 0xFFF),
+                                        static_cast<uint8_t>(header->control >> 13)};
+        untagged.erase(untagged.begin() + addressesSize, untagged.begin() + addressesSize + vlanTagSize);
+    }
+    received.bytes = untagged;
+    station->Receive(received);
+}
+
+bool StationNode::Send(std::span<const uint8_t> frame) {
+    network.Send(*this, 0, frame);
+    return true;
+}
+
+std::optional<uint64_t> StationNode::SendStamped(std::span<const uint8_t> frame) {
+    Send(frame);
+    return network.clock.Ns();
+}
+
+}  // namespace norvad::test

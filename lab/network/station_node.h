@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lab/end_station/station.h"
+#include "lab/network/network.h"
+
+namespace norvad::test {
+
+// An end station of the lab as a node with one port, number 0. It keeps what it has to tell.
+class StationNode final : public Node, private station::FramePort {
+public:
+    StationNode(Network& network, const MacAddress& mac, const station::StationSettings& settings);
+
+    station::Station& Program() { return *station; }
+
+    // Lines told so far that hold this text.
+    size_t Told(const std::string& text) const;
+    // Stream frames that arrived since this was asked last, and wait for no one.
+    uint64_t TakeStreamFrames();
+
+    // Node
+    void RunDue() override { station->RunDue(); }
+    uint64_t DueNs() const override { return station->DueNs(); }
+    void Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t ns) override;
+    void LinkChanged(uint8_t, bool) override {}
+
+private:
+    MacAddress Address() const override { return mac; }
+    bool Send(std::span<const uint8_t> frame) override;
+    std::optional<uint64_t> SendStamped(std::span<const uint8_t> frame) override;
+
+    Network& network;
+    MacAddress mac;
+    std::vector<std::string> lines;
+    uint64_t streamFrames = 0;
+    std::unique_ptr<station::Station> station;
+};
+
+}  // namespace norvad::test

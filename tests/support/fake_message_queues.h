@@ -1,0 +1,75 @@
+#pragma once
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/message_queue.h"
+
+namespace norvad::test {
+
+// Message queues without a kernel. Each keeps what was sent to it; one that is received from and empty reports
+// a time-out.
+class FakeMessageQueues final : public MessageQueues {
+public:
+    using Messages = std::deque<ControlMessage>;
+
+    std::map<std::string, Messages> queues;  // by name; a test puts one here to let it exist
+    std::vector<std::string> removed;
+    std::vector<timespec> deadlines;
+    std::function<void(const std::string&)> onSend;  // after a message came to the named queue
+
+    std::unique_ptr<MessageQueue> Create(const std::string& name) override {
+        if (queues.contains(name)) return Failure(EEXIST);
+        queues[name];
+        return std::make_unique<Queue>(*this, name);
+    }
+    std::unique_ptr<MessageQueue> Open(const std::string& name) override {
+        if (!queues.contains(name)) return Failure(ENOENT);
+        return std::make_unique<Queue>(*this, name);
+    }
+    void Remove(const std::string& name) override {
+        queues.erase(name);
+        removed.push_back(name);
+    }
+
+private:
+    class Queue final : public MessageQueue {
+    public:
+        Queue(FakeMessageQueues& all, std::string name) : all(all), name(std::move(name)) {}
+
+        bool Send(const ControlMessage& message) override {
+            all.queues[name].push_back(message);
+            if (all.onSend) all.onSend(name);
+            return true;
+        }
+        ssize_t Receive(ControlMessage& message, const timespec& deadline) override {
+            all.deadlines.push_back(deadline);
+            Messages& messages = all.queues[name];
+            if (messages.empty()) {
+                errno = ETIMEDOUT;
+                return -1;
+            }
+            message = messages.front();
+            messages.pop_front();
+            return sizeof message;
+        }
+
+    private:
+        FakeMessageQueues& all;
+        std::string name;
+    };
+
+    static std::unique_ptr<MessageQueue> Failure(int error) {
+        errno = error;
+        return nullptr;
+    }
+};
+
+}  // namespace norvad::test

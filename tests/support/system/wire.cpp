@@ -1,0 +1,67 @@
+#include "tests/support/system/wire.h"
+
+#include <arpa/inet.h>
+#include <linux/if_ether.h>
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace norvad::test {
+
+Wire::Wire(const std::string& interface) {
+    socket = ::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+    sockaddr_ll address{};
+    address.sll_family = AF_PACKET;
+    address.sll_protocol = htons(ETH_P_ALL);
+    address.sll_ifindex = static_cast<int>(if_nametoindex(interface.c_str()));
+    const int on = 1;
+    const int bufferSize = 8 << 20;
+    const void* bytes = &address;
+    setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof bufferSize);
+    if (socket < 0 || setsockopt(socket, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on) != 0 ||
+        bind(socket, static_cast<const sockaddr*>(bytes), sizeof address) != 0)
+        throw std::runtime_error("no packet socket on " + interface + ": " + strerror(errno));
+}
+
+Wire::~Wire() {
+    close(socket);
+}
+
+void Wire::Send(const Bytes& frame) {
+    if (!TrySend(frame)) throw std::runtime_error("frame not sent: " + std::string(strerror(errno)));
+}
+
+bool Wire::TrySend(const Bytes& frame) {
+    return send(socket, frame.data(), frame.size(), 0) == static_cast<ssize_t>(frame.size());
+}
+
+const std::vector<Bytes>& Wire::Received() {
+    std::array<uint8_t, 65536> buffer;
+    for (;;) {
+        const ssize_t length = recv(socket, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        // An interface that went down reports that once, and what follows is still to be read.
+        if (length < 0 && errno == ENETDOWN) continue;
+        if (length < 0) return received;
+        received.emplace_back(buffer.begin(), buffer.begin() + length);
+    }
+}
+
+std::optional<Bytes> Wire::WaitForFrame(const Filter& filter, size_t skipped, std::chrono::milliseconds deadline) {
+    std::optional<Bytes> found;
+    size_t next = skipped;
+    const auto arrived = [&] {
+        for (const auto& frames = Received(); next < frames.size() && !found; ++next)
+            if (filter(frames[next])) found = frames[next];
+        return found.has_value();
+    };
+    WaitFor(arrived, deadline);
+    return found;
+}
+
+}  // namespace norvad::test

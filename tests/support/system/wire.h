@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "tests/support/system/frame.h"
+#include "tests/support/system/wait_for.h"
+
+namespace norvad::test {
+
+// The far end of a port's cable: sends frames into the port and keeps every frame that leaves it.
+class Wire {
+public:
+    using Filter = std::function<bool(const Bytes& frame)>;
+
+    // Listens on interface from now on.
+    explicit Wire(const std::string& interface);
+    ~Wire();
+    Wire(const Wire&) = delete;
+    Wire& operator=(const Wire&) = delete;
+
+    // Throws when the kernel refuses the frame.
+    void Send(const Bytes& frame);
+
+    // The same; false instead, for a peer that outlives its cable.
+    bool TrySend(const Bytes& frame);
+
+    // All frames received so far, in order.
+    const std::vector<Bytes>& Received();
+
+    // The first frame, the skipped ones aside, that passes filter; nothing when none comes before deadline.
+    std::optional<Bytes> WaitForFrame(const Filter& filter, size_t skipped = 0,
+                                      std::chrono::milliseconds deadline = longEnough);
+
+private:
+    int socket = -1;
+    std::vector<Bytes> received;
+};
+
+}  // namespace norvad::test
