@@ -1,7 +1,6 @@
 #include "base/timer_service.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include "base/log.h"
@@ -50,10 +49,6 @@ int64_t MillisecondsBetween(Instant from, Instant to) {
 }
 
 }  // namespace
-
-uint32_t RandomBelow(uint32_t range) {
-    return static_cast<uint32_t>(std::rand()) / (static_cast<uint32_t>(RAND_MAX) / range + 1);
-}
 
 TimerService::TimerService(const Clock& clock) : clock(clock) {}
 
@@ -129,8 +124,8 @@ Timer& TimerService::Append() {
     return timers.back();
 }
 
-void TimerService::ExpireIn(Timer& timer, uint64_t delayMs) const {
-    if (timer.jitterMs != 0) delayMs += RandomBelow(timer.jitterMs);
+void TimerService::ExpireIn(Timer& timer, uint64_t delayMs) {
+    if (timer.jitterMs != 0) delayMs += random.Below(timer.jitterMs);
     const Instant expiry = Later(Now(clock), delayMs);
     timer.expirySeconds = expiry.seconds;
     timer.expiryMicroseconds = expiry.microseconds;

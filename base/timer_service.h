@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <ctime>
 #include <list>
+#include <utility>
 
 #include "base/clock.h"
+#include "base/random_source.h"
 
 namespace norvad {
 
@@ -47,22 +49,51 @@ public:
     // The clock that the timers run on, for callers that measure intervals.
     timespec Monotonic() const { return clock.Monotonic(); }
 
+    RandomSource& Random() { return random; }  // of all jitter
+
 private:
     using Timers = std::list<Timer>;  // in insertion order
 
     Timer& Append();
-    void ExpireIn(Timer& timer, uint64_t delayMs) const;  // plus the timer's jitter
-    bool Fire(Timer& timer);                              // true when the callback has canceled its own timer
+    void ExpireIn(Timer& timer, uint64_t delayMs);  // plus the timer's jitter
+    bool Fire(Timer& timer);                        // true when the callback has canceled its own timer
     void Remove(Timers::iterator timer);
 
     const Clock& clock;
+    RandomSource random;
     Timers timers;
     Timers spares;                 // records for reuse, so that a timer for every frame costs no allocation
     Timer* running = nullptr;      // the timer whose callback is under way
     bool runningCanceled = false;  // it stays in the list until its callback has returned
 };
 
-// A random number in [0, range), range above 0; the sequence is that of the process's srand.
-uint32_t RandomBelow(uint32_t range);
+// Owns a running timer: cancels it when it goes or is given another.
+class ScopedTimer {
+public:
+    ScopedTimer() = default;
+    ScopedTimer(TimerService& service, Timer* timer) : service(&service), timer(timer) {}
+    ScopedTimer(ScopedTimer&& other) noexcept : service(other.service), timer(std::exchange(other.timer, nullptr)) {}
+    ScopedTimer& operator=(ScopedTimer&& other) noexcept {
+        std::swap(service, other.service);
+        std::swap(timer, other.timer);
+        other.Cancel();
+        return *this;
+    }
+    ~ScopedTimer() { Cancel(); }
+
+    Timer* Get() const { return timer; }  // null while none runs
+    bool IsRunning() const { return timer != nullptr; }
+
+    void Cancel() {
+        if (timer) service->cancel(std::exchange(timer, nullptr));
+    }
+
+    // A one-shot's callback says so: its handle dies when it fires.
+    void Fired() { timer = nullptr; }
+
+private:
+    TimerService* service = nullptr;
+    Timer* timer = nullptr;
+};
 
 }  // namespace norvad

@@ -1,6 +1,5 @@
 #include "msrp/msrp_handler.h"
 
-#include <algorithm>
 #include <cassert>
 
 #include "base/ethertypes.h"
@@ -18,19 +17,13 @@ constexpr uint8_t classAId = 6, classAPriority = 3;
 constexpr uint8_t classBId = 5, classBPriority = 2;
 constexpr uint16_t classVid = 2;
 
-MacAddress AddressOf(const I4Switch& bridge) {
-    MacAddress address;
-    std::copy_n(bridge.GetMacAddress(), address.size(), address.begin());
-    return address;
-}
-
 }  // namespace
 
 MSRPHandler::MSRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers)
     : MSRPDB(timers, socket.GetMaxPorts()),
       socket(socket),
       timers(timers),
-      macAddress(AddressOf(bridge)),
+      macAddress(MacAddressAt(bridge.GetMacAddress())),
       reservations(bridge),
       talkers(*this, socket, macAddress),
       listeners(*this, socket, reservations),

@@ -1,6 +1,5 @@
 #include "ptp/ptp_handler.h"
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -72,12 +71,6 @@ private:
 };
 
 namespace {
-
-MacAddress MacAddressAt(const uint8_t* bytes) {
-    MacAddress address;
-    std::copy_n(bytes, address.size(), address.begin());
-    return address;
-}
 
 // Hands the frame on when it holds the whole message.
 template <WireRecord Message, typename Action>

@@ -1,6 +1,5 @@
 #include "switch/switch.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <numeric>
 
@@ -39,9 +38,9 @@ std::unique_ptr<FrameSocket> Switch::OpenFrames(SwitchDoors& doors) const {
 }
 
 // Boards that start together must not jitter together.
-void Switch::SeedRandom(const Clock& clock) const {
+void Switch::SeedRandom(const Clock& clock) {
     const unsigned addressSum = std::accumulate(macAddress.begin(), macAddress.end(), 0U);
-    std::srand(addressSum + static_cast<unsigned>(clock.TimeOfDay().tv_usec));
+    timers.Random().Seed(addressSum + static_cast<unsigned>(clock.TimeOfDay().tv_usec));
 }
 
 void Switch::UpdateLinks() {

@@ -24,8 +24,8 @@ namespace norvad {
 class Switch final : public I4Switch, public I4PTP, public I4DSASocket, public I2Switch {
 public:
     // Opens the doors (driver, frames, links, requests), waits until the link of the interface runs and seeds
-    // rand. Throws SocketException where driver or frame socket cannot be set up. The clock must outlive the
-    // switch.
+    // the timers' randomness. Throws SocketException where driver or frame socket cannot be set up. The clock must
+    // outlive the switch.
     Switch(const std::string& interfaceName, Clock& clock, SwitchDoors& doors);
 
     // For the event loop and the run function.
@@ -85,7 +85,7 @@ private:
     std::unique_ptr<FrameSocket> OpenFrames(SwitchDoors& doors) const;
     void UpdateLink(uint8_t port);
     void UpdateStp(uint8_t port);
-    void SeedRandom(const Clock& clock) const;
+    void SeedRandom(const Clock& clock);
 
     // Destroyed from the end: the handlers go first, as they still cancel timers and may send; then the link
     // monitor, the queue and the timers.

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -293,7 +292,6 @@ TEST_F(Timers, ACallbackMayMakeItsOneShotPeriodic) {
 }
 
 TEST_F(Timers, JitterDelaysEveryArmingByLessThanItsRange) {
-    std::srand(1);
     std::set<uint64_t> delays;
     for (int i = 0; i < 200; ++i) {
         Timer* timer = timers.addPeriodicTimer(100, 1'000, 5, Note(), 0);
@@ -305,7 +303,6 @@ TEST_F(Timers, JitterDelaysEveryArmingByLessThanItsRange) {
 }
 
 TEST_F(Timers, ReArmingAddsJitterToTheInterval) {
-    std::srand(1);
     std::set<uint64_t> delays;
     Timer* timer = timers.addPeriodicTimer(0, 1'000, 3, Note(), 0);
     for (int i = 0; i < 100; ++i) {
@@ -317,15 +314,62 @@ TEST_F(Timers, ReArmingAddsJitterToTheInterval) {
     EXPECT_THAT(delays, ElementsAre(1'000, 1'001, 1'002));
 }
 
-TEST_F(Timers, ARandomNumberIsTheGeneratorsScaledDown) {
-    for (const uint32_t range : {1u, 2u, 7u, 200u, 5'000u, 0x7FFFFFFFu}) {
-        std::srand(42);
-        const auto expected = static_cast<uint32_t>(std::rand()) / (0x7FFFFFFFu / range + 1);
-        std::srand(42);
+// A timer that is owned
 
-        EXPECT_EQ(RandomBelow(range), expected) << range;
-        EXPECT_LT(RandomBelow(range), range);
+TEST_F(Timers, AnOwnedTimerIsCanceledWithItsOwner) {
+    {
+        const ScopedTimer owner(timers, timers.addTimer(10, Note(), 1));
+        EXPECT_TRUE(owner.IsRunning());
     }
+    clock.AdvanceMs(10);
+    timers.runDue();
+
+    EXPECT_THAT(fired, IsEmpty());
+}
+
+TEST_F(Timers, AnOwnerThatIsGivenAnotherTimerCancelsItsOwn) {
+    ScopedTimer owner(timers, timers.addTimer(10, Note(), 1));
+    owner = ScopedTimer(timers, timers.addTimer(20, Note(), 2));
+    clock.AdvanceMs(20);
+    timers.runDue();
+
+    EXPECT_THAT(fired, ElementsAre(2));
+    owner.Fired();
+}
+
+TEST_F(Timers, AMovedOwnerHasNothingToCancel) {
+    std::vector<ScopedTimer> owners;
+    {
+        ScopedTimer first(timers, timers.addPeriodicTimer(10, 1'000, 0, Note(), 1));
+        owners.push_back(std::move(first));
+    }
+    clock.AdvanceMs(10);
+    timers.runDue();
+    EXPECT_THAT(fired, ElementsAre(1));
+
+    owners.clear();
+    clock.AdvanceMs(1'000);
+    timers.runDue();
+    EXPECT_THAT(fired, ElementsAre(1));
+}
+
+TEST_F(Timers, AnOwnedOneShotMayBeStartedAgainByItsOwnCallback) {
+    ScopedTimer owner;
+    owner = ScopedTimer(timers, timers.addTimer(
+                                    10,
+                                    [&](uint32_t) {
+                                        owner.Fired();
+                                        owner = ScopedTimer(timers, timers.addTimer(5, Note(), 7));
+                                    },
+                                    0));
+    clock.AdvanceMs(10);
+    timers.runDue();
+    EXPECT_TRUE(owner.IsRunning());
+
+    clock.AdvanceMs(5);
+    timers.runDue();
+    EXPECT_THAT(fired, ElementsAre(7));
+    owner.Fired();
 }
 
 // restart, restartIn, startAll

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <boost/program_options.hpp>
-#include <cstdlib>
 #include <memory>
 #include <queue>
 #include <random>
@@ -71,7 +70,7 @@ public:
         bool cut = false;
     };
 
-    PtpNetwork() { srand(1); }  // the timers' jitter
+    PtpNetwork() = default;
     PtpNetwork(const PtpNetwork&) = delete;
     PtpNetwork& operator=(const PtpNetwork&) = delete;
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <boost/make_shared.hpp>
-#include <cstdlib>
 #include <functional>
 
 #include "base/ethertypes.h"
@@ -58,18 +57,19 @@ TEST_F(SwitchTest, StartsWithTheInterfacesAddressAnEmptySecondOneAndEveryPortDow
     }
 }
 
-TEST(Switch, SeedsRandFromItsAddressAndTheTimeOfDay) {
+TEST(Switch, SeedsItsRandomnessFromItsAddressAndTheTimeOfDay) {
     SteppedClock clock(123'456'000);  // 123456 us past the second
     const auto firstRandom = [&](uint8_t lastByte) {
         FakeDoors doors(clock);
         doors.SetHardwareAddress({1, 2, 3, 4, 5, lastByte});
         Switch bridge("sw0", clock, doors);
-        return std::rand();
+        return bridge.Timers().Random().Below(1'000'000);
     };
 
     const int ofSix = firstRandom(6);
-    std::srand(1 + 2 + 3 + 4 + 5 + 6 + 123'456);
-    EXPECT_EQ(ofSix, std::rand());
+    RandomSource random;
+    random.Seed(1 + 2 + 3 + 4 + 5 + 6 + 123'456);
+    EXPECT_EQ(ofSix, random.Below(1'000'000));
     EXPECT_NE(firstRandom(7), ofSix);
 }
 
