@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace norvad {
@@ -10,8 +11,23 @@ enum class LogCategory : uint8_t { SOCKET, MRP, MSRP, MVRP, PTP, IOCTL };
 
 inline constexpr uint32_t logCategoryCount = 6;
 
-// The levels by category, all 0 at start; the only global of the daemon.
+// The levels by category, all 0 at start. Beside the sink of the lines the only global of the daemon.
 extern std::array<int32_t, logCategoryCount> debugLevels;
+
+// Where lines go.
+class LogSink {
+public:
+    virtual ~LogSink() = default;
+
+    // One message, at most logMessageLength characters, as its caller wrote it: perhaps with a newline at its end,
+    // perhaps with more in it. It is the sink's until it returns.
+    virtual void Write(LogCategory category, int32_t level, const char* message) = 0;
+};
+
+inline constexpr size_t logMessageLength = 511;
+
+// Lets lines go to sink from now on, or nowhere when it is null, as it is at start. Returns the sink of before.
+LogSink* SetLogSink(LogSink* sink);
 
 // True when a message of this level is written. Ask before building an expensive text.
 inline bool IsLogged(LogCategory category, int32_t level) {
@@ -19,9 +35,8 @@ inline bool IsLogged(LogCategory category, int32_t level) {
     return index < logCategoryCount && debugLevels[index] >= level;
 }
 
-// Writes one line, printf style, with a "%H:%M:%S:mmm " stamp to standard output and without it to the
-// system log, when the category's level is at least level (0 is always written). A stamped line is cut
-// at 511 characters; a newline is added where the text has none and there is room for it.
+// Hands one message, printf style and cut at logMessageLength, to the sink when the category's level is at least
+// level (0 is always written).
 [[gnu::format(printf, 3, 4)]] void log(LogCategory category, int32_t level, const char* format, ...);
 
 }  // namespace norvad

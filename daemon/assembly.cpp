@@ -8,6 +8,7 @@
 #include "daemon/control/control_channel.h"
 #include "daemon/daemon_options.h"
 #include "daemon/event_loop.h"
+#include "daemon/standard_log.h"
 #include "msrp/msrp_handler.h"
 #include "mvrp/mvrp_handler.h"
 #include "ptp/grandmaster_output.h"
@@ -44,6 +45,7 @@ void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<Gr
 
 void RunDaemon(const DaemonOptions& options, const PtpSettings& settings) {
     SystemClock clock;
+    const StandardLog lines(clock);
     KernelDoors doors(clock);
     KernelMessageQueues queues;
     Switch bridge(options.interface, clock, doors);

@@ -2,49 +2,32 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <syslog.h>
 
 #include <string>
 
-#include "tests/support/captured_syslog.h"
+#include "tests/support/captured_log.h"
 
 namespace norvad::test {
 namespace {
 
-constexpr size_t stampLength = 13;  // "14:03:27:058 "
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr std::array allCategories = {LogCategory::SOCKET, LogCategory::MRP, LogCategory::MSRP,
                                       LogCategory::MVRP,   LogCategory::PTP, LogCategory::IOCTL};
 
-class Log : public testing::Test {
-protected:
-    Log() { CapturedSyslog().clear(); }
-    ~Log() override { debugLevels = {}; }
-
-    static std::string StandardOutputOf(const std::string& message) {
-        testing::internal::CaptureStdout();
-        log(LogCategory::SOCKET, 0, "%s", message.c_str());
-        std::fflush(stdout);
-        return testing::internal::GetCapturedStdout();
-    }
-};
-
-TEST_F(Log, WithAllLevelsZeroOnlyLevelZeroIsWritten) {
-    testing::internal::CaptureStdout();
+TEST(Log, WithAllLevelsZeroOnlyLevelZeroIsWritten) {
+    CapturedLog captured;
     for (const LogCategory category : allCategories) {
         log(category, 1, "dropped");
         log(category, 0, "written");
     }
-    std::fflush(stdout);
-    const std::string output = testing::internal::GetCapturedStdout();
 
-    EXPECT_THAT(output, testing::Not(testing::HasSubstr("dropped")));
-    ASSERT_EQ(CapturedSyslog().size(), allCategories.size());
-    for (const SyslogMessage& message : CapturedSyslog()) EXPECT_EQ(message.text, "written");
+    EXPECT_THAT(captured.Lines(), ElementsAre("written", "written", "written", "written", "written", "written"));
 }
 
-TEST_F(Log, ALevelOpensOnlyItsOwnCategoryUpToItself) {
-    debugLevels[static_cast<size_t>(LogCategory::PTP)] = 3;
+TEST(Log, ALevelOpensOnlyItsOwnCategoryUpToItself) {
+    const CapturedLog captured(LogCategory::PTP, 3);
 
     EXPECT_TRUE(IsLogged(LogCategory::PTP, 3));
     EXPECT_FALSE(IsLogged(LogCategory::PTP, 4));
@@ -52,82 +35,66 @@ TEST_F(Log, ALevelOpensOnlyItsOwnCategoryUpToItself) {
     EXPECT_FALSE(IsLogged(LogCategory::IOCTL, 1));
 }
 
-TEST_F(Log, ANegativeLevelSilencesItsCategory) {
-    debugLevels[static_cast<size_t>(LogCategory::MRP)] = -1;
+TEST(Log, ANegativeLevelSilencesItsCategory) {
+    const CapturedLog captured(LogCategory::MRP, -1);
 
     EXPECT_FALSE(IsLogged(LogCategory::MRP, 0));
 }
 
-TEST_F(Log, ACategoryPastTheLastIsNeverWritten) {
-    testing::internal::CaptureStdout();
+TEST(Log, ACategoryPastTheLastIsNeverWritten) {
+    CapturedLog captured;
     log(static_cast<LogCategory>(6), 0, "six");
     log(static_cast<LogCategory>(255), -5, "many");
-    std::fflush(stdout);
 
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_TRUE(CapturedSyslog().empty());
+    EXPECT_THAT(captured.Lines(), IsEmpty());
 }
 
-TEST_F(Log, ALineCarriesTheTimeOfDayWithMilliseconds) {
-    EXPECT_THAT(StandardOutputOf("[norvad] Got SIGTERM"),
-                testing::MatchesRegex("[0-2][0-9]:[0-5][0-9]:[0-6][0-9]:[0-9][0-9][0-9] \\[norvad\\] Got SIGTERM\n"));
+// Keeps what it is handed.
+struct KeptLog final : LogSink {
+    struct Message {
+        LogCategory category;
+        int32_t level;
+        std::string text;
+    };
+    void Write(LogCategory category, int32_t level, const char* message) override {
+        messages.push_back({category, level, message});
+    }
+    std::vector<Message> messages;
+};
+
+TEST(Log, ASinkGetsTheMessageAsItIsWithItsCategoryAndLevel) {
+    KeptLog kept;
+    LogSink* const before = SetLogSink(&kept);
+    log(LogCategory::MVRP, -1, "port %d up\n", 1);
+    EXPECT_EQ(SetLogSink(before), &kept);
+    log(LogCategory::MVRP, 0, "to another");
+
+    ASSERT_EQ(kept.messages.size(), 1u);
+    EXPECT_EQ(kept.messages[0].category, LogCategory::MVRP);
+    EXPECT_EQ(kept.messages[0].level, -1);
+    EXPECT_EQ(kept.messages[0].text, "port 1 up\n");
 }
 
-TEST_F(Log, TheSystemLogGetsTheMessageAloneAtInformationalPriority) {
-    StandardOutputOf("[norvad] Got SIGTERM");
-    StandardOutputOf("port 1 up\n");
-
-    ASSERT_EQ(CapturedSyslog().size(), 2u);
-    EXPECT_EQ(CapturedSyslog()[0].priority, LOG_INFO);
-    EXPECT_EQ(CapturedSyslog()[0].text, "[norvad] Got SIGTERM");
-    EXPECT_EQ(CapturedSyslog()[1].text, "port 1 up\n");
+TEST(Log, WithoutASinkNothingHappens) {
+    LogSink* const before = SetLogSink(nullptr);
+    log(LogCategory::SOCKET, 0, "nobody hears %s", "it");
+    EXPECT_EQ(SetLogSink(before), nullptr);
 }
 
-TEST_F(Log, AMessageThatEndsInANewlineGetsNoSecondOne) {
-    const std::string output = StandardOutputOf("port 1 up\n");
+TEST(Log, AMessageIsCutAt511Characters) {
+    for (const size_t length : {510u, 511u, 512u, 5000u}) {
+        CapturedLog captured;
+        log(LogCategory::SOCKET, 0, "%s", std::string(length, 'x').c_str());
 
-    EXPECT_EQ(output.substr(stampLength), "port 1 up\n");
-}
-
-TEST_F(Log, AnEmptyMessageIsAStampAndANewline) {
-    const std::string output = StandardOutputOf("");
-
-    EXPECT_EQ(output.size(), stampLength + 1);
-    EXPECT_EQ(output.back(), '\n');
-}
-
-TEST_F(Log, ALineOf509CharactersStillGetsItsNewline) {
-    const std::string output = StandardOutputOf(std::string(509 - stampLength, 'x'));
-
-    EXPECT_EQ(output.size(), 510u);
-    EXPECT_EQ(output.back(), '\n');
-}
-
-TEST_F(Log, ALineThatReaches510CharactersGetsNoNewline) {
-    const std::string output = StandardOutputOf(std::string(510 - stampLength, 'x'));
-
-    EXPECT_EQ(output.size(), 510u);
-    EXPECT_EQ(output.back(), 'x');
-}
-
-TEST_F(Log, ALongLineIsCutAt511CharactersAndGetsNoNewline) {
-    for (const size_t length : {511u, 512u, 600u, 5000u}) {
-        const std::string output = StandardOutputOf(std::string(length - stampLength, 'x'));
-
-        EXPECT_EQ(output.size(), 511u);
-        EXPECT_EQ(output.back(), 'x');
+        EXPECT_THAT(captured.Lines(), ElementsAre(std::string(std::min<size_t>(length, 511), 'x'))) << length;
     }
 }
 
-TEST_F(Log, TheSystemLogGets511CharactersOfALongMessage) {
-    StandardOutputOf(std::string(600, 'x'));
+TEST(Log, PercentSignsInAnArgumentAreNotFormats) {
+    CapturedLog captured;
+    log(LogCategory::SOCKET, 0, "%s", "100%s %n");
 
-    EXPECT_EQ(CapturedSyslog().at(0).text, std::string(511, 'x'));
-}
-
-TEST_F(Log, PercentSignsInAnArgumentAreNotFormats) {
-    EXPECT_EQ(StandardOutputOf("100%s %n").substr(stampLength), "100%s %n\n");
-    EXPECT_EQ(CapturedSyslog().at(0).text, "100%s %n");
+    EXPECT_THAT(captured.Lines(), ElementsAre("100%s %n"));
 }
 
 }  // namespace

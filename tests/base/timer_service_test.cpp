@@ -11,7 +11,7 @@
 
 #include "base/log.h"
 #include "lab/network/stepped_clock.h"
-#include "tests/support/captured_syslog.h"
+#include "tests/support/captured_log.h"
 
 namespace norvad::test {
 namespace {
@@ -21,8 +21,6 @@ using testing::IsEmpty;
 
 class Timers : public testing::Test {
 protected:
-    Timers() { CapturedSyslog().clear(); }
-
     TimerCallback Note() {
         return [this](uint32_t argument) { fired.push_back(argument); };
     }
@@ -35,6 +33,7 @@ protected:
     SteppedClock clock;
     TimerService timers{clock};
     std::vector<uint32_t> fired;
+    CapturedLog captured;
 };
 
 TEST_F(Timers, AnEmptyListWaitsTenSeconds) {
@@ -176,7 +175,7 @@ TEST_F(Timers, FiftyMillisecondsLateIsNotWorthAWord) {
     clock.AdvanceUs(50'999);
     timers.runDue();
 
-    EXPECT_THAT(SyslogTexts(), IsEmpty());
+    EXPECT_THAT(captured.Lines(), IsEmpty());
 }
 
 TEST_F(Timers, FiftyOneMillisecondsLateIsLogged) {
@@ -184,7 +183,7 @@ TEST_F(Timers, FiftyOneMillisecondsLateIsLogged) {
     clock.AdvanceMs(51);
     timers.runDue();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[NORVAD TIMER] late by 51 ms"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[NORVAD TIMER] late by 51 ms"));
 }
 
 TEST_F(Timers, LatenessIsLoggedOnceForAPassAndOfTheFirstLateTimer) {
@@ -194,7 +193,7 @@ TEST_F(Timers, LatenessIsLoggedOnceForAPassAndOfTheFirstLateTimer) {
     clock.AdvanceMs(80);
     timers.runDue();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[NORVAD TIMER] late by 60 ms"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[NORVAD TIMER] late by 60 ms"));
 }
 
 TEST_F(Timers, EveryPassMayWarnAnew) {
@@ -205,7 +204,7 @@ TEST_F(Timers, EveryPassMayWarnAnew) {
     clock.AdvanceMs(70);
     timers.runDue();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[NORVAD TIMER] late by 60 ms", "[NORVAD TIMER] late by 70 ms"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[NORVAD TIMER] late by 60 ms", "[NORVAD TIMER] late by 70 ms"));
 }
 
 TEST_F(Timers, LatenessIsMeasuredFromTheStartOfThePass) {
@@ -215,7 +214,7 @@ TEST_F(Timers, LatenessIsMeasuredFromTheStartOfThePass) {
     clock.AdvanceMs(10);
     timers.runDue();
 
-    EXPECT_THAT(SyslogTexts(), IsEmpty());
+    EXPECT_THAT(captured.Lines(), IsEmpty());
 }
 
 // Periodic timers

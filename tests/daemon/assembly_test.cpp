@@ -17,7 +17,7 @@
 #include "lab/network/stepped_clock.h"
 #include "switch/socket_exception.h"
 #include "switch/switch.h"
-#include "tests/support/captured_syslog.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_doors.h"
 #include "tests/support/isolated_process.h"
 
@@ -29,7 +29,6 @@ using testing::Contains;
 class Handlers : public testing::Test {
 protected:
     Handlers() { AddHandlers(bridge, settings, std::make_unique<KeptGrandmasterOutput>(grandmasters)); }
-    ~Handlers() override { debugLevels = {}; }
 
     std::string Answer(const std::string& command) {
         std::ostringstream answer;
@@ -57,13 +56,12 @@ TEST_F(Handlers, OfferTheirOptionsInTheOrderOfTheirEtherTypes) {
 }
 
 TEST_F(Handlers, AllAreThere) {
-    debugLevels[static_cast<size_t>(LogCategory::SOCKET)] = 3;
-    CapturedSyslog().clear();
+    CapturedLog captured(LogCategory::SOCKET, 3);
 
     AddHandlers(bridge, settings, std::make_unique<KeptGrandmasterOutput>(grandmasters));
 
-    EXPECT_THAT(SyslogTexts(), testing::ElementsAre(" Handler exist for 0x22ea", " Handler exist for 0x88f5",
-                                                    " Handler exist for 0x88f7", " Handler exist for 0x88cc"));
+    EXPECT_THAT(captured.Lines(), testing::ElementsAre(" Handler exist for 0x22ea", " Handler exist for 0x88f5",
+                                                       " Handler exist for 0x88f7", " Handler exist for 0x88cc"));
 }
 
 // The interface that every network has, in a network of its own.

@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "lab/network/stepped_clock.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/captured_priority.h"
-#include "tests/support/captured_syslog.h"
 #include "tests/support/isolated_process.h"
 #include "tests/support/readiness.h"
 
@@ -41,10 +41,7 @@ struct Pipe {
 
 class Loop : public testing::Test {
 protected:
-    Loop() {
-        CapturedSyslog().clear();
-        CapturedPriorities().clear();
-    }
+    Loop() { CapturedPriorities().clear(); }
 
     void Signal(uint32_t number) const {
         signalfd_siginfo info{};
@@ -80,6 +77,7 @@ protected:
     Readiness frames, requests, links;
     std::vector<std::string> served;
     EventSources sources = Sources();
+    CapturedLog captured;
 };
 
 TEST_F(Loop, SigtermEndsIt) {
@@ -87,7 +85,7 @@ TEST_F(Loop, SigtermEndsIt) {
 
     Run();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] Got SIGTERM"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] Got SIGTERM"));
 }
 
 TEST_F(Loop, SigintEndsIt) {
@@ -95,7 +93,7 @@ TEST_F(Loop, SigintEndsIt) {
 
     Run();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] Got SIGINT"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] Got SIGINT"));
 }
 
 TEST_F(Loop, AnyOtherSignalIsLoggedAndTheLoopGoesOn) {
@@ -104,7 +102,7 @@ TEST_F(Loop, AnyOtherSignalIsLoggedAndTheLoopGoesOn) {
 
     Run();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] Got unhandled signal 12", "[norvad] Got SIGINT"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] Got unhandled signal 12", "[norvad] Got SIGINT"));
 }
 
 TEST_F(Loop, AShortReadOfTheSignalDescriptorEndsIt) {
@@ -113,7 +111,7 @@ TEST_F(Loop, AShortReadOfTheSignalDescriptorEndsIt) {
 
     Run();
 
-    EXPECT_THAT(SyslogTexts(), IsEmpty());
+    EXPECT_THAT(captured.Lines(), IsEmpty());
     EXPECT_THAT(served, IsEmpty());
 }
 
@@ -202,7 +200,7 @@ TEST_F(Loop, AnInterruptedPollEndsIt) {
 
     setitimer(ITIMER_REAL, &never, nullptr);
     sigaction(SIGALRM, &previous, nullptr);
-    EXPECT_THAT(SyslogTexts(), IsEmpty());
+    EXPECT_THAT(captured.Lines(), IsEmpty());
     EXPECT_THAT(served, IsEmpty());
 }
 
@@ -220,7 +218,7 @@ TEST_F(Loop, MissingDescriptorsAreNoTrouble) {
 
     Run();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] Got SIGTERM"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] Got SIGTERM"));
 }
 
 TEST_F(Loop, WithoutSignalsItRunsOn) {
@@ -300,7 +298,7 @@ TEST_F(Loop, ATakenSocketErrorIsForgottenAndTheSocketServedAgain) {
     Run();
 
     EXPECT_THAT(errors, ElementsAre(ECONNREFUSED));
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] Got SIGTERM"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] Got SIGTERM"));
     EXPECT_EQ(timers.runDue(), 10'000u);
 }
 
@@ -335,7 +333,7 @@ TEST_F(Loop, AHungUpDescriptorIsNotServedEvenWithDataAndSitsOut) {
     EventLoop loop(timers, signals.reader.Get(), sources);
     loop.Run();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] poll reports 0x11 for the links", "[norvad] Got SIGTERM"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] poll reports 0x11 for the links", "[norvad] Got SIGTERM"));
     EXPECT_EQ(timers.runDue(), 1'000u);
 }
 
@@ -353,7 +351,7 @@ TEST_F(Loop, AnErrorThatNobodyCanTakeMakesTheDescriptorSitOut) {
     Run();
 
     EXPECT_EQ(attempts, 1);
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] poll reports 0x8 for the frames", "[norvad] Got SIGTERM"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] poll reports 0x8 for the frames", "[norvad] Got SIGTERM"));
 }
 
 TEST_F(Loop, ADescriptorThatIsNoMoreSitsOut) {
@@ -365,7 +363,7 @@ TEST_F(Loop, ADescriptorThatIsNoMoreSitsOut) {
 
     Run();
 
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] poll reports 0x20 for the frames", "[norvad] Got SIGTERM"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] poll reports 0x20 for the frames", "[norvad] Got SIGTERM"));
 }
 
 TEST_F(Loop, AHungUpSignalDescriptorDoesNotEndIt) {
@@ -374,7 +372,7 @@ TEST_F(Loop, AHungUpSignalDescriptorDoesNotEndIt) {
     sources.requests.serve = [] { throw std::runtime_error("end"); };
 
     EXPECT_THROW(Run(), std::runtime_error);
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] poll reports 0x10 for the signals"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] poll reports 0x10 for the signals"));
 }
 
 TEST_F(Loop, ADescriptorThatSatOutIsTriedAgainAndLoggedOnce) {
@@ -395,7 +393,7 @@ TEST_F(Loop, ADescriptorThatSatOutIsTriedAgainAndLoggedOnce) {
     Run();
 
     EXPECT_EQ(attempts, 3);
-    EXPECT_THAT(SyslogTexts(), ElementsAre("[norvad] poll reports 0x8 for the frames", "[norvad] Got SIGTERM"));
+    EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] poll reports 0x8 for the frames", "[norvad] Got SIGTERM"));
 }
 
 TEST_F(Loop, LeavesNoTimerBehind) {

@@ -76,7 +76,7 @@ TEST_F(MsrpControl, NoOptionOfItsOwnAnswersNothing) {
 }
 
 TEST_F(MsrpControl, WithoutEntriesThereIsNothingToLeave) {
-    LogWatch watch(0);
+    CapturedLog watch(0);
     EXPECT_EQ(Control({"-l", "0"}), "Listener not found");
     EXPECT_EQ(Control({"-t", "0"}), "Talker not found");
     EXPECT_EQ(Control({"--listenerlv=-1"}), "Listener not found");

@@ -112,7 +112,7 @@ TEST_F(ListenerPropagationTest, AChangeToAskingFailedIsCarriedAndKeepsTheReserva
     ReceiveListener(1, id, READY);
     Run(1000);
     (void)SentValues(0);
-    LogWatch watch(2);
+    CapturedLog watch(2);
     ReceiveListener(1, id, ASKING_FAILED, JoinIn);
     EXPECT_THAT(watch.Text(),
                 HasSubstr("[SW-MSRP] Port(0) Propagated Listener from (1): decl type changed to ASKING_FAILED\n"));
@@ -208,7 +208,7 @@ TEST_F(ListenerPropagationTest, TheFirstOfSeveralSetsTheDeclarationAndThenTheLas
 
 TEST_F(ListenerPropagationTest, SourcesComeAndGoInTheLog) {
     ReceiveTalker(0, id);
-    LogWatch watch(2);
+    CapturedLog watch(2);
     ReceiveListener(1, id);
     ReceiveListener(2, id);
     ReceiveListener(2, id, READY, LV);
@@ -264,7 +264,7 @@ TEST_F(ListenerPropagationTest, ATalkerThatLeavesMakesAProxyLeaveAndReleases) {
     Run(1000);
     (void)SentValues(0);
     ReceiveTalker(0, id, LV);
-    LogWatch watch(1);
+    CapturedLog watch(1);
     RunLeaveTime();
     const std::string text = watch.Text();
 
@@ -361,7 +361,7 @@ TEST_F(ListenerPropagationTest, AListenerOfTheHostReachesOnlyTheExternalPortItIs
     const StreamID bound = Stream(1, 0x3F);
     ReceiveTalker(0, bound);
     ReceiveTalker(1, bound);
-    LogWatch watch(3);
+    CapturedLog watch(3);
     ReceiveListener(6, bound);
     const std::string text = watch.Text();
 

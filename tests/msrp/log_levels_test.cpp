@@ -83,7 +83,7 @@ protected:
 
     // Makes every text; only MSRP's own lines are logged.
     std::string LoggedAt(int32_t level) {
-        LogWatch watch(-1);
+        CapturedLog watch(-1);
         debugLevels[static_cast<size_t>(LogCategory::MSRP)] = level;
         PassPortEvents();
         ReceiveWhatIsRefused();

@@ -110,21 +110,6 @@ TalkerFirstValue TalkerOf(const StreamID& id) {
     return {id, {0x91, 0xE0, 0xF0, 0x00, 0x00, id[7]}, 2, 100, 1, 3 << 5 | 1 << 4, 1000};
 }
 
-LogWatch::LogWatch(int32_t level) : before(debugLevels) {
-    debugLevels.fill(level);
-    testing::internal::CaptureStdout();
-}
-
-LogWatch::~LogWatch() {
-    if (watching) (void)Text();
-}
-
-std::string LogWatch::Text() {
-    watching = false;
-    debugLevels = before;
-    return testing::internal::GetCapturedStdout();
-}
-
 void MsrpBridge::Receive(uint8_t port, const std::vector<ByteString>& messages) {
     ByteString frame = Frame(port, messages);
     msrp.HandleFrame(frame, ETHERTYPE_MSRP);

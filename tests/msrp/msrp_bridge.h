@@ -11,6 +11,7 @@
 #include "base/timer_service.h"
 #include "lab/network/stepped_clock.h"
 #include "msrp/msrp_handler.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_switch.h"
 
 namespace norvad::test {
@@ -41,21 +42,6 @@ ByteString ToBytes(const Record& record) {
     const auto bytes = BytesOf(record);
     return {bytes.begin(), bytes.end()};
 }
-
-// What the log wrote while it was watched, with every category at the given level.
-class LogWatch {
-public:
-    explicit LogWatch(int32_t level);
-    ~LogWatch();
-    LogWatch(const LogWatch&) = delete;
-    LogWatch& operator=(const LogWatch&) = delete;
-
-    std::string Text();  // ends the watch
-
-private:
-    const std::array<int32_t, logCategoryCount> before;
-    bool watching = true;
-};
 
 // A whole MSRP bridge on a switch in software, with a clock that the test moves.
 class MsrpBridge : public ::testing::Test {

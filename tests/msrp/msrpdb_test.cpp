@@ -59,7 +59,7 @@ TEST_F(MsrpDatabase, OnlyDeclaringEventsIntroduceAValue) {
 }
 
 TEST_F(MsrpDatabase, DroppingAnUnknownValueLogsNothing) {
-    LogWatch watch(6);
+    CapturedLog watch(6);
     database.AddTalker(talker, Event::RMT, 0);
     database.AddTalkerFailed(failed, Event::RLV, 0);
     database.AddListener(id, ListenerDeclaration::READY, Event::LV, 0);
@@ -107,7 +107,7 @@ TEST_F(MsrpDatabase, ATalkerThatLeftComesBackWithTheValueThatItHasThen) {
 
 TEST_F(MsrpDatabase, ATalkerReplacesAFailedTalkerBeforeItIsAdded) {
     database.AddTalkerFailed(failed, Event::RNEW, 0);
-    LogWatch watch(1);
+    CapturedLog watch(1);
     database.AddTalker(talker, Event::RNEW, 0);
     const std::string text = watch.Text();
 
@@ -141,7 +141,7 @@ TEST_F(MsrpDatabase, AListenerWithANewDeclarationIsPropagatedAnewBeforeTheEvent)
     EXPECT_THAT(database.indications, ElementsAre("NEW listener"));
     database.indications.clear();
 
-    LogWatch watch(2);
+    CapturedLog watch(2);
     database.AddListener(id, ListenerDeclaration::READY, Event::RJOIN_IN, 1);
     EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] Port(1) Listener decl type changed to READY\n"));
     EXPECT_THAT(database.indications, ElementsAre("NEW listener", "JOIN listener"));
@@ -198,7 +198,7 @@ TEST_F(MsrpDatabase, RemovingTheLastRecordForgetsTheStream) {
 
 TEST_F(MsrpDatabase, RemovalIsLoggedWithTheRecord) {
     database.AddDomain(domain, Event::RNEW, 0);
-    LogWatch watch(1);
+    CapturedLog watch(1);
     database.RemoveAttribute(*database.FindDomain(domain, 0));
 
     EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] Port(0) Remove: [MSRP] Domain:6 Pri3 VLAN2 \n"));
@@ -212,7 +212,7 @@ TEST_F(MsrpDatabase, DeletingAnUnknownTypeIsOnlyLogged) {
         std::string Text() const override { return "foreign"; }
     } foreign;
     database.AddTalker(talker, Event::RNEW, 0);
-    LogWatch watch(0);
+    CapturedLog watch(0);
     database.DeleteAttribute(foreign);
 
     EXPECT_THAT(watch.Text(), HasSubstr("DeleteAttribute request for unknown attribute type 5\n"));
@@ -231,7 +231,7 @@ TEST_F(MsrpDatabase, APortBeyondTheTableThrows) {
 TEST_F(MsrpDatabase, AnEventThatIsNotReceivedBecomesNone) {
     database.AddTalker(talker, Event::RNEW, 0);
     database.indications.clear();
-    LogWatch watch(0);
+    CapturedLog watch(0);
     database.AddTalker(talker, Event::FLUSH, 0);
 
     EXPECT_THAT(watch.Text(), HasSubstr("Error, invalid RX EVENT 16\n"));

@@ -28,7 +28,7 @@ protected:
 };
 
 TEST_F(MsrpPortEvents, EveryEventHasItsLine) {
-    LogWatch watch(1);
+    CapturedLog watch(1);
     msrp.PortUp(1);
     msrp.PortStpUp(1);
     msrp.PortAvbUp(1);

@@ -120,7 +120,7 @@ TEST_F(MsrpReceive, APortWithoutARecordIsDropped) {
 TEST_F(MsrpReceive, AFirstAttributeLengthOfZeroDropsThePdu) {
     ByteString frame = Bytes(wholePdu);
     frame[24] = 0;
-    LogWatch watch(6);
+    CapturedLog watch(6);
     ReceiveBytes(frame);
 
     EXPECT_EQ(watch.Text(), "");
@@ -150,7 +150,7 @@ TEST_F(MsrpReceive, AnUnsupportedTypeEndsThePdu) {
     for (const uint8_t type : {uint8_t{5}, uint8_t{255}}) {
         ByteString frame = Bytes(wholePdu);
         frame[23 + 34] = type;
-        LogWatch watch(0);
+        CapturedLog watch(0);
         ReceiveBytes(frame);
 
         EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] unsupported attribute type " + std::to_string(type) + "\n"));
@@ -173,7 +173,7 @@ TEST_F(MsrpReceive, AnIllegalLengthSkipsOnlyItsMessage) {
         MSRPHandler fresh(board, board, timers);
         ByteString frame = Bytes(wholePdu);
         frame[messages[illegal].offset] = 9;
-        LogWatch watch(0);
+        CapturedLog watch(0);
         fresh.HandleFrame(frame, ETHERTYPE_MSRP);
 
         EXPECT_THAT(watch.Text(), HasSubstr(messages[illegal].text));
@@ -243,7 +243,7 @@ TEST_F(MsrpReceive, ListenersOfOneVectorHaveDeclarationsOfTheirOwn) {
 }
 
 TEST_F(MsrpReceive, IgnoreNeverReachesTheDatabase) {
-    LogWatch watch(1);
+    CapturedLog watch(1);
     ReceiveListener(0, Stream(1), ListenerDeclaration::IGNORE);
     EXPECT_THAT(watch.Text(), Not(HasSubstr("Add:")));
     EXPECT_EQ(msrp.FindListener(Stream(1), 0), nullptr);
@@ -288,7 +288,7 @@ TEST_F(MsrpReceive, ALeaveAllWithoutValuesIsHeardForEveryType) {
     ReceiveListener(0, Stream(3));
     Receive(0, {Message(4, 4, {Vector({6, 3, 0, 2}, {New})})});
     const auto leaveAll = [](size_t length) { return Vector(ByteString(length), {}, {}, true); };
-    LogWatch watch(2);
+    CapturedLog watch(2);
     Receive(0, {Message(1, 25, {leaveAll(25)}), Message(2, 34, {leaveAll(34)}), Message(3, 8, {leaveAll(8)}),
                 Message(4, 4, {leaveAll(4)})});
     const std::string text = watch.Text();
@@ -320,7 +320,7 @@ TEST_F(MsrpReceive, OwnTalkersComingBackAreDroppedOnExternalPorts) {
     TalkerFirstValue own = TalkerOf(Stream(1));
     std::copy(FakeSwitch::ownAddress.begin(), FakeSwitch::ownAddress.end(), own.streamId.begin());
     const TalkerFailedFirstValue ownFailed = {own, {}, 1};
-    LogWatch watch(2);
+    CapturedLog watch(2);
     for (uint8_t port = 0; port < 7; ++port) {
         Receive(port, {Message(1, 25, {Vector(ToBytes(own), {New})})});
         EXPECT_EQ(msrp.FindTalker(own.streamId, port) != nullptr, port == 5 || port == 6) << int{port};
@@ -337,7 +337,7 @@ TEST_F(MsrpReceive, OwnTalkersComingBackAreDroppedOnExternalPorts) {
 TEST_F(MsrpReceive, ListenersForOwnStreamsAreDroppedOnTheCpuPortOnly) {
     StreamID own = Stream(1);
     std::copy(FakeSwitch::ownAddress.begin(), FakeSwitch::ownAddress.end(), own.begin());
-    LogWatch watch(2);
+    CapturedLog watch(2);
     for (uint8_t port = 0; port < 7; ++port) {
         ReceiveListener(port, own);
         EXPECT_EQ(msrp.FindListener(own, port) != nullptr, port != 6) << int{port};
@@ -347,7 +347,7 @@ TEST_F(MsrpReceive, ListenersForOwnStreamsAreDroppedOnTheCpuPortOnly) {
 }
 
 TEST_F(MsrpReceive, LevelsOneAndTwoTellWhatIsRead) {
-    LogWatch watch(2);
+    CapturedLog watch(2);
     Receive(1, {Message(1, 25, {Vector(ToBytes(TalkerOf(Stream(1))), {New, Leave})}),
                 Message(2, 34, {Vector(ByteString(34, 1), {Leave})}),
                 Message(3, 8, {Vector(ByteString(8), {New}, {2})}), Message(4, 4, {Vector({6, 3, 0, 2}, {New})})});
@@ -362,7 +362,7 @@ TEST_F(MsrpReceive, LevelsOneAndTwoTellWhatIsRead) {
 }
 
 TEST_F(MsrpReceive, LevelThreeDumpsTheFirstValueOfEachVector) {
-    LogWatch watch(3);
+    CapturedLog watch(3);
     ReceiveBytes(Bytes(wholePdu));
     const std::string text = watch.Text();
 

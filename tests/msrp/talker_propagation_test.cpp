@@ -69,7 +69,7 @@ TEST_F(TalkerPropagationTest, ATalkerFromTwoPortsStaysUntilBothHaveLeft) {
 }
 
 TEST_F(TalkerPropagationTest, SourcesComeAndGoInTheLog) {
-    LogWatch watch(1);
+    CapturedLog watch(1);
     ReceiveTalker(0, id);
     ReceiveTalker(1, id);
     ReceiveTalker(0, id, LV);
@@ -88,7 +88,7 @@ TEST_F(TalkerPropagationTest, ALeaveOfAPortThatIsNoSourceIsSilent) {
     board.ports[2].up = false;
     msrp.PortDown(2);
     board.Raise(2);
-    LogWatch watch(1);
+    CapturedLog watch(1);
     ReceiveTalker(0, id, LV);
     RunLeaveTime();
 
@@ -126,7 +126,7 @@ TEST_F(TalkerPropagationTest, AvbUpTurnsTheFailedTalkerIntoATalker) {
     (void)SentValues(1);
 
     board.ports[1].avbUp = true;
-    LogWatch watch(1);
+    CapturedLog watch(1);
     msrp.PortAvbUp(1);
     EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] Port(1) Remove Propagated Talker failed for talker\n"));
     EXPECT_TRUE(IsTalkerDeclared(1, id));

@@ -95,7 +95,7 @@ TEST(RecordText, DomainShowsClassPriorityAndVlan) {
 }
 
 TEST(Dump, TalkerIsWrittenLineByLine) {
-    LogWatch watch(3);
+    CapturedLog watch(3);
     DumpTalker(1, SampleTalker(), 0);
     const std::string text = watch.Text();
 
@@ -108,7 +108,7 @@ TEST(Dump, TalkerIsWrittenLineByLine) {
 }
 
 TEST(Dump, TalkerFailedAddsItsCode) {
-    LogWatch watch(3);
+    CapturedLog watch(3);
     DumpTalkerFailed(0, {SampleTalker(), {}, 8}, 3);
     const std::string text = watch.Text();
 
@@ -122,7 +122,7 @@ TEST(Dump, ListenerNamesEventAndDeclaration) {
     constexpr const char* declarations[] = {"Ignore", "AskingFailed", "Ready", "Failed", "Unknown"};
     for (uint8_t event = 0; event < 7; ++event) {
         for (uint8_t declaration = 0; declaration < 5; ++declaration) {
-            LogWatch watch(3);
+            CapturedLog watch(3);
             DumpListener(0, {Stream(5)}, event, declaration);
             const std::string text = watch.Text();
 
@@ -135,7 +135,7 @@ TEST(Dump, ListenerNamesEventAndDeclaration) {
 }
 
 TEST(Dump, BelowLevelThreeNothingIsWritten) {
-    LogWatch watch(2);
+    CapturedLog watch(2);
     DumpTalker(1, SampleTalker(), 0);
 
     EXPECT_EQ(watch.Text(), "");

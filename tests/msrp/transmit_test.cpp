@@ -89,7 +89,7 @@ TEST_F(MsrpTransmit, ADeclarationIsSentUntilItIsSureToHaveArrived) {
 }
 
 TEST_F(MsrpTransmit, ValuesOfOneTypeShareAMessage) {
-    LogWatch watch(2);
+    CapturedLog watch(2);
     ReceiveTalker(0, Stream(1));
     ReceiveTalker(0, Stream(2));
     ReceiveTalkerFailed(0, Stream(3));
@@ -109,7 +109,7 @@ TEST_F(MsrpTransmit, ValuesOfOneTypeShareAMessage) {
 }
 
 TEST_F(MsrpTransmit, ListenersAndDomainsAreCountedInTheLog) {
-    LogWatch watch(2);
+    CapturedLog watch(2);
     msrp.PortUp(0);
     ReceiveTalker(0, Stream(1));
     ReceiveListener(1, Stream(1));

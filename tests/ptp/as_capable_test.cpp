@@ -32,7 +32,6 @@ protected:
         EXPECT_EQ(data.neighborRateRatio, 1.0001);
     }
 
-    QuietLog quiet;
     FakePtpSwitch fake;
     PTPPortData data;
     AsCapableDecision decision{fake};

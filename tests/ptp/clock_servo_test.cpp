@@ -104,7 +104,7 @@ TEST_F(Servo, MeanSquareWrapsAroundAtThirtyTwoBits) {
 TEST_F(Servo, ResetStopsSteeringStepsTheClockAndForgetsTheSum) {
     Steer(1000);
     const std::string text = [&] {
-        LogCapture capture(1);
+        CapturedLog capture(LogCategory::PTP, 1);
         servo.ResetClock(-5'000'000'000);
         return capture.Text();
     }();
@@ -119,7 +119,7 @@ TEST_F(Servo, ResetStopsSteeringStepsTheClockAndForgetsTheSum) {
 class Slave : public testing::Test {
 protected:
     std::string Follow(int64_t offset, int32_t level = 1) {
-        LogCapture capture(level);
+        CapturedLog capture(LogCategory::PTP, level);
         slave.Follow({offset, 0x1'0000'0002, 0x3'0000'0004});
         return capture.Text();
     }

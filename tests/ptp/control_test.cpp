@@ -33,7 +33,7 @@ protected:
         return message;
     }
     std::string Handle(const SignalingMessage& message) {
-        LogCapture capture(1);
+        CapturedLog capture(LogCategory::PTP, 1);
         receiver.HandleSignaling(0, message);
         return capture.Text();
     }
@@ -85,7 +85,6 @@ TEST_F(Signaling, NegativeIntervalIsNeverButNotCalledDisabled) {
 TEST_F(Signaling, EveryByteHasItsInterval) {
     for (int byte = 0; byte < 256; ++byte) {
         if (byte == 126 || byte == 127) continue;
-        QuietLog quiet;
         receiver.HandleSignaling(0, Request(static_cast<uint8_t>(byte), 5, 200));
         const int64_t expected = byte <= 15 ? int64_t{1000} << byte : 0x7FFFFFFF;
         EXPECT_EQ(receiver.Intervals().pdelay, expected) << byte;

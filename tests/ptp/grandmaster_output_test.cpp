@@ -108,7 +108,7 @@ TEST_F(FileAndQueue, WriteThatTakesNothingIsReported) {
 
 TEST_F(FileAndQueue, FileThatCannotBeOpenedIsPassedOverInSilence) {
     std::filesystem::remove_all(directory);
-    LogCapture capture(5);
+    CapturedLog capture(LogCategory::PTP, 5);
     output.WriteIdentity({});
     EXPECT_EQ(capture.Text(), "");
 }

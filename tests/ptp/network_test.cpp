@@ -20,7 +20,6 @@ protected:
         cable = &network.Connect({0, 0}, {1, 1}, delayNs);
     }
 
-    QuietLog quiet;
     PtpNetwork network;
     PtpNetwork::Cable* cable = nullptr;
 };
@@ -37,7 +36,6 @@ TEST_F(TwoHandlers, BecomeAsCapableAndKnowEachOtherAsOfOneMake) {
 
 TEST(TwoFreeHandlers, MeasureTheCableAndTheNeighboursRate) {
     // Without a right to be grandmaster nobody steers, so the oscillators stay 200 ppm apart.
-    QuietLog quiet;
     PtpNetwork network;
     network.Add(+100, {250, true});
     network.Add(-100, {250, true});
@@ -118,7 +116,6 @@ protected:
         }
     }
 
-    QuietLog quiet;
     PtpNetwork network;
 };
 

@@ -46,7 +46,7 @@ TEST_P(DelayRange, IsMinus3000To15000Ns) {
     data.meanLinkDelay = 64;
     PutDelay(data, GetParam().delay);
 
-    LogCapture capture;
+    CapturedLog capture(LogCategory::PTP);
     EvaluateExchange(0, data, runningWindow);
     const std::string text = capture.Text();
 
@@ -83,7 +83,6 @@ TEST(PeerDelayEvaluation, StampsMayWrapAround) {
 
 TEST(PeerDelayEvaluation, NoStampsWhateverEscapeAsAnInteger) {
     constexpr uint64_t low = 0, high = ~uint64_t{0}, middle = uint64_t{1} << 63;
-    QuietLog quiet;
     for (const uint64_t t1 : {low, high, middle}) {
         for (const uint64_t t2 : {low, high, middle}) {
             for (const uint64_t t3 : {low, high, middle}) {
@@ -170,7 +169,7 @@ TEST_P(RateRatio, BeyondItsRangeRestartsTheWindow) {
     PTPPortData data;
     EvaluateResponse(data, 0, 0, runningWindow);
 
-    LogCapture capture;
+    CapturedLog capture(LogCategory::PTP);
     EvaluateResponse(data, GetParam().neighbourInterval, 1'000'000'000, runningWindow);
     const std::string text = capture.Text();
 
@@ -190,7 +189,7 @@ TEST(PeerDelayEvaluation, ImplausibleRatioIsReportedAsItsDistanceFromOne) {
     PTPPortData data;
     EvaluateResponse(data, 0, 0, runningWindow);
 
-    LogCapture capture;
+    CapturedLog capture(LogCategory::PTP);
     EvaluateResponse(data, 1'001'000'000, 1'000'000'000, runningWindow);
 
     EXPECT_THAT(capture.Text(), testing::HasSubstr("[SW-PTP] RateRatio (0) = 0.001 : resetting !!!\n"));
@@ -198,7 +197,6 @@ TEST(PeerDelayEvaluation, ImplausibleRatioIsReportedAsItsDistanceFromOne) {
 
 TEST(PeerDelayEvaluation, QuotientOfZeroIntervalsIsImplausible) {
     PTPPortData data;
-    QuietLog quiet;
     EvaluateResponse(data, 5000, 9000, runningWindow);
     EvaluateResponse(data, 5000, 9000, runningWindow);
     EXPECT_EQ(data.neighborRateRatio, 1.0);
@@ -213,7 +211,7 @@ TEST(PeerDelayEvaluation, UnreasonableResultIsReportedInFullAndChangesNothing) {
     data.previousResponse = {3, 4};
     PutExchange(data, 0x1'0000'0001, 0x2'0000'0002, 0x2'0000'0003, 0x1'0000'0001 + 7'999'999);
 
-    LogCapture capture(1);
+    CapturedLog capture(LogCategory::PTP, 1);
     EvaluateExchange(1, data, runningWindow);
     const std::string text = capture.Text();
 
@@ -237,7 +235,7 @@ TEST(PeerDelayEvaluation, UnreasonableResultIsReportedWithTheRateInSinglePrecisi
     data.neighborRateRatio = 0.999875500003;
     PutExchange(data, 0, 0, 0, 40'000);
 
-    LogCapture capture;
+    CapturedLog capture(LogCategory::PTP);
     EvaluateExchange(0, data, runningWindow);
 
     EXPECT_THAT(capture.Text(), testing::HasSubstr("\n\tRateRatio = 1 + -0.000125\n"));

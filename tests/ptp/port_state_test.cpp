@@ -126,7 +126,7 @@ TEST(PortState, EventThatIsNotHeededChangesNothing) {
 TEST(PortState, SwitchesAreLoggedByName) {
     std::vector<PTPPortData> ports(1);
     PortStateMachine machine(ports, false);
-    LogCapture capture(1);
+    CapturedLog capture(LogCategory::PTP, 1);
     for (const PortStateEvent event : {START, NEW_PRIORITY, FOREIGN_IS_BETTER, LOCAL_IS_BETTER}) machine.Step(event);
     const std::string text = capture.Text();
 

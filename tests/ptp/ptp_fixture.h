@@ -16,44 +16,10 @@
 #include "ptp/message_builder.h"
 #include "ptp/ptp_handler.h"
 #include "ptp/ptp_messages.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_ptp_switch.h"
 
 namespace norvad::test {
-
-// What is logged while it lives, at the given level of gPTP.
-class LogCapture {
-public:
-    explicit LogCapture(int32_t level = 0) : previous(Level()) {
-        Level() = level;
-        testing::internal::CaptureStdout();
-    }
-    ~LogCapture() {
-        if (!taken) Text();
-    }
-
-    std::string Text() {
-        taken = true;
-        Level() = previous;
-        (void)fflush(stdout);
-        return testing::internal::GetCapturedStdout();
-    }
-
-private:
-    static int32_t& Level() { return debugLevels[static_cast<size_t>(LogCategory::PTP)]; }
-
-    int32_t previous;
-    bool taken = false;
-};
-
-// Keeps gPTP from logging while it lives; what a failing test prints is still seen.
-class QuietLog {
-public:
-    QuietLog() { std::swap(previous, debugLevels[static_cast<size_t>(LogCategory::PTP)]); }
-    ~QuietLog() { std::swap(previous, debugLevels[static_cast<size_t>(LogCategory::PTP)]); }
-
-private:
-    int32_t previous = -1;
-};
 
 inline std::vector<uint8_t> BytesAt(std::span<const uint8_t> bytes, size_t offset, size_t length) {
     const auto part = bytes.subspan(offset, length);
@@ -108,7 +74,7 @@ protected:
     }
 
     std::string Logged(int32_t level, const std::function<void()>& action) {
-        LogCapture capture(level);
+        CapturedLog capture(LogCategory::PTP, level);
         action();
         return capture.Text();
     }

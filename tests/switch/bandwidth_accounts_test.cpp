@@ -6,8 +6,8 @@
 
 #include "lab/network/stepped_clock.h"
 #include "switch/switch_ioctl.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_driver_socket.h"
-#include "tests/switch/log_capture.h"
 
 namespace norvad {
 namespace {

@@ -10,9 +10,9 @@
 #include "switch/i2_switch.h"
 #include "switch/lldp_handler.h"
 #include "switch/socket_exception.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_frame_socket.h"
 #include "tests/switch/hex.h"
-#include "tests/switch/log_capture.h"
 #include "tests/switch/recording_handler.h"
 
 namespace norvad {

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "lab/network/link_messages.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_link_socket.h"
 #include "tests/switch/hex.h"
-#include "tests/switch/log_capture.h"
 
 namespace norvad {
 namespace {

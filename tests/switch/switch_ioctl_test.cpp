@@ -9,9 +9,9 @@
 
 #include "lab/network/stepped_clock.h"
 #include "switch/i4_ptp.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_driver_socket.h"
 #include "tests/switch/hex.h"
-#include "tests/switch/log_capture.h"
 
 namespace norvad {
 namespace {

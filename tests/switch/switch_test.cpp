@@ -7,9 +7,9 @@
 
 #include "base/ethertypes.h"
 #include "lab/network/stepped_clock.h"
+#include "tests/support/captured_log.h"
 #include "tests/support/fake_doors.h"
 #include "tests/switch/hex.h"
-#include "tests/switch/log_capture.h"
 #include "tests/switch/recording_handler.h"
 
 namespace norvad {

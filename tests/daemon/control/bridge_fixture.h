@@ -8,7 +8,6 @@
 #include "base/log.h"
 #include "lab/network/stepped_clock.h"
 #include "switch/switch.h"
-#include "tests/support/captured_syslog.h"
 #include "tests/support/fake_doors.h"
 #include "tests/support/fake_handler.h"
 
@@ -20,7 +19,6 @@ protected:
     BridgeFixture() {
         bridge.Dispatcher().AddHandler(ptp);
         bridge.Dispatcher().AddHandler(msrp);
-        CapturedSyslog().clear();
     }
     ~BridgeFixture() override { debugLevels = {}; }
 

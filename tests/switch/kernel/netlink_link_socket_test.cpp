@@ -7,8 +7,8 @@
 
 #include "switch/kernel/netlink_link_socket.h"
 #include "switch/link_monitor.h"
+#include "tests/support/captured_log.h"
 #include "tests/switch/cable.h"
-#include "tests/switch/log_capture.h"
 
 namespace norvad {
 namespace {

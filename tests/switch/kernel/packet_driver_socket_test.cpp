@@ -6,8 +6,8 @@
 #include "switch/cpu_tag.h"
 #include "switch/kernel/packet_driver_socket.h"
 #include "switch/kernel/raw_socket.h"
+#include "tests/support/captured_log.h"
 #include "tests/switch/cable.h"
-#include "tests/switch/log_capture.h"
 
 namespace norvad {
 namespace {
