@@ -11,7 +11,8 @@ namespace norvad {
 inline constexpr const char* requestQueueName = "/norvad.mq";
 inline constexpr const char* replyQueueName = "/norvad.mqu";
 inline constexpr unsigned controlMessagePriority = 256;
-inline constexpr long controlQueueDepth = 10;  // messages
+inline constexpr long controlQueueDepth = 10;       // messages
+inline constexpr unsigned controlQueueMode = 0666;  // anybody may ask; the process's mask applies
 
 inline constexpr uint32_t controlCommand = 0;       // types of a control message
 inline constexpr uint32_t controlNotification = 1;  // for the protocol handlers
@@ -31,6 +32,10 @@ static_assert(offsetof(ControlMessage, type) == 64 && offsetof(ControlMessage, l
 // The message as a buffer to receive into.
 inline std::span<uint8_t> BufferOf(ControlMessage& message) {
     return {reinterpret_cast<uint8_t*>(&message), sizeof message};
+}
+
+inline std::span<const uint8_t> BytesOf(const ControlMessage& message) {
+    return {reinterpret_cast<const uint8_t*>(&message), sizeof message};
 }
 
 // The text in a field, which a stranger may have left without its terminator.

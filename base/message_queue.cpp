@@ -3,49 +3,55 @@
 #include <fcntl.h>
 #include <mqueue.h>
 
+#include <utility>
+
 namespace norvad {
 
 namespace {
 
-class KernelMessageQueue final : public MessageQueue {
-public:
-    explicit KernelMessageQueue(mqd_t queue) : queue(queue) {}
-    KernelMessageQueue(const KernelMessageQueue&) = delete;
-    KernelMessageQueue& operator=(const KernelMessageQueue&) = delete;
-    ~KernelMessageQueue() override { mq_close(queue); }
-
-    bool Send(const ControlMessage& message) override {
-        return mq_send(queue, reinterpret_cast<const char*>(&message), sizeof message, controlMessagePriority) == 0;
-    }
-
-    ssize_t Receive(ControlMessage& message, const timespec& deadline) override {
-        return mq_timedreceive(queue, reinterpret_cast<char*>(&message), sizeof message, nullptr, &deadline);
-    }
-
-private:
-    mqd_t queue;
-};
-
-std::unique_ptr<MessageQueue> Owned(mqd_t queue) {
-    if (queue < 0) return nullptr;
-    return std::make_unique<KernelMessageQueue>(queue);
+char* Characters(std::span<uint8_t> bytes) {
+    return reinterpret_cast<char*>(bytes.data());
 }
 
 }  // namespace
 
-std::unique_ptr<MessageQueue> KernelMessageQueues::Create(const std::string& name) {
+MessageQueue::MessageQueue(MessageQueue&& other) noexcept : descriptor(std::exchange(other.descriptor, -1)) {}
+
+MessageQueue& MessageQueue::operator=(MessageQueue&& other) noexcept {
+    std::swap(descriptor, other.descriptor);
+    return *this;
+}
+
+MessageQueue::~MessageQueue() {
+    if (IsOpen()) ::mq_close(descriptor);
+}
+
+MessageQueue MessageQueue::Create(const std::string& name, int flags, mode_t mode, const Capacity& capacity) {
     mq_attr attributes{};
-    attributes.mq_maxmsg = controlQueueDepth;
-    attributes.mq_msgsize = sizeof(ControlMessage);
-    return Owned(mq_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0666, &attributes));
+    attributes.mq_maxmsg = capacity.messages;
+    attributes.mq_msgsize = capacity.bytes;
+    return MessageQueue(::mq_open(name.c_str(), flags | O_CREAT | O_EXCL, mode, &attributes));
 }
 
-std::unique_ptr<MessageQueue> KernelMessageQueues::Open(const std::string& name) {
-    return Owned(mq_open(name.c_str(), O_WRONLY));
+MessageQueue MessageQueue::Open(const std::string& name, int flags) {
+    return MessageQueue(::mq_open(name.c_str(), flags));
 }
 
-void KernelMessageQueues::Remove(const std::string& name) {
-    (void)mq_unlink(name.c_str());
+void MessageQueue::Remove(const std::string& name) {
+    (void)::mq_unlink(name.c_str());
+}
+
+bool MessageQueue::Send(std::span<const uint8_t> message, unsigned priority) const {
+    const auto* characters = reinterpret_cast<const char*>(message.data());
+    return ::mq_send(descriptor, characters, message.size(), priority) == 0;
+}
+
+ssize_t MessageQueue::Receive(std::span<uint8_t> buffer) const {
+    return ::mq_receive(descriptor, Characters(buffer), buffer.size(), nullptr);
+}
+
+ssize_t MessageQueue::Receive(std::span<uint8_t> buffer, const timespec& deadline) const {
+    return ::mq_timedreceive(descriptor, Characters(buffer), buffer.size(), nullptr, &deadline);
 }
 
 }  // namespace norvad

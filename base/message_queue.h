@@ -2,38 +2,47 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <ctime>
-#include <memory>
+#include <span>
 #include <string>
-
-#include "base/control_message.h"
 
 namespace norvad {
 
-// An open message queue of the control channel.
+// Owns an open POSIX message queue and closes it; its name lives on until it is removed. What fails leaves its reason
+// in errno.
 class MessageQueue {
 public:
-    virtual ~MessageQueue() = default;
-    virtual bool Send(const ControlMessage& message) = 0;  // waits while the queue is full; false with errno set
+    struct Capacity {
+        long messages;
+        long bytes;  // of one message
+    };
 
-    // Waits for a message until the wall clock reaches the deadline; its length, or -1 with errno set.
-    virtual ssize_t Receive(ControlMessage& message, const timespec& deadline) = 0;
-};
+    MessageQueue() = default;  // none
+    MessageQueue(MessageQueue&& other) noexcept;
+    MessageQueue& operator=(MessageQueue&& other) noexcept;
+    ~MessageQueue();
 
-// The kernel's message queues by name.
-class MessageQueues {
-public:
-    virtual ~MessageQueues() = default;
-    virtual std::unique_ptr<MessageQueue> Create(const std::string& name) = 0;  // exclusively; null with errno set
-    virtual std::unique_ptr<MessageQueue> Open(const std::string& name) = 0;    // to send; null with errno set
-    virtual void Remove(const std::string& name) = 0;
-};
+    // flags: O_RDONLY, O_WRONLY or O_RDWR, and O_NONBLOCK. Create fails where there is a queue of the name already. The
+    // process's mask applies to mode.
+    static MessageQueue Create(const std::string& name, int flags, mode_t mode, const Capacity& capacity);
+    static MessageQueue Open(const std::string& name, int flags);
+    static void Remove(const std::string& name);
 
-class KernelMessageQueues final : public MessageQueues {
-public:
-    std::unique_ptr<MessageQueue> Create(const std::string& name) override;
-    std::unique_ptr<MessageQueue> Open(const std::string& name) override;
-    void Remove(const std::string& name) override;
+    bool IsOpen() const { return descriptor >= 0; }
+    int Descriptor() const { return descriptor; }  // for poll; -1: none
+
+    bool Send(std::span<const uint8_t> message, unsigned priority) const;
+
+    // One message; its length, or -1. buffer holds as many bytes as a message of the queue may have.
+    ssize_t Receive(std::span<uint8_t> buffer) const;
+    // Waits until the wall clock reaches the deadline.
+    ssize_t Receive(std::span<uint8_t> buffer, const timespec& deadline) const;
+
+private:
+    explicit MessageQueue(int descriptor) : descriptor(descriptor) {}
+
+    int descriptor = -1;
 };
 
 }  // namespace norvad

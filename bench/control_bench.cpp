@@ -7,9 +7,9 @@
 #include <string>
 #include <thread>
 
-#include "base/message_queue.h"
 #include "bench/samples.h"
 #include "bench/whole_bridge.h"
+#include "daemon/control/control_queues.h"
 #include "tests/support/system/private_world.h"
 #include "tests/support/system/process.h"
 
@@ -90,8 +90,8 @@ public:
     }
 
 private:
-    KernelMessageQueues queues;
-    std::unique_ptr<MessageQueue> replies = queues.Create(replyQueueName);
+    KernelControlQueues queues;
+    std::unique_ptr<ControlQueue> replies = queues.Create(replyQueueName);
 };
 
 Samples RoundTrips(Client& client, const std::string& command, int times) {

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "base/clock.h"
-#include "base/message_queue.h"
 #include "daemon/control/control_channel.h"
+#include "daemon/control/control_queues.h"
 #include "daemon/daemon_options.h"
 #include "daemon/event_loop.h"
 #include "daemon/standard_log.h"
@@ -21,7 +21,7 @@ namespace norvad {
 
 namespace {
 
-EventSources SourcesOf(Switch& bridge, MessageQueues& queues) {
+EventSources SourcesOf(Switch& bridge, ControlQueues& queues) {
     return {
         .frames = {"frames", bridge.Dispatcher().Descriptor(), [&bridge] { bridge.Dispatcher().ReadFrame(); },
                    [&bridge] { return bridge.Dispatcher().TakeError(); }},
@@ -34,12 +34,11 @@ EventSources SourcesOf(Switch& bridge, MessageQueues& queues) {
 }  // namespace
 
 void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output) {
-    const I4Switch& local = bridge;
     FrameDispatcher& registry = bridge.Dispatcher();
     registry.AddHandler(boost::make_shared<MSRPHandler>(bridge, bridge, bridge.Timers()));
     registry.AddHandler(boost::make_shared<MVRPHandler>(bridge, bridge, bridge.Timers()));
-    registry.AddHandler(boost::make_shared<PTPHandler>(bridge, bridge, bridge.Timers(), local.GetMacAddress(), settings,
-                                                       std::move(output)));
+    registry.AddHandler(boost::make_shared<PTPHandler>(bridge, bridge, bridge.Timers(), bridge.GetMacAddress(),
+                                                       settings, std::move(output)));
     registry.AddHandler(boost::make_shared<LLDPHandler>());
 }
 
@@ -47,13 +46,15 @@ void RunDaemon(const DaemonOptions& options, const PtpSettings& settings) {
     SystemClock clock;
     const StandardLog lines(clock);
     KernelDoors doors(clock);
-    KernelMessageQueues queues;
+    KernelControlQueues queues;
     Switch bridge(options.interface, clock, doors);
     AddHandlers(bridge, settings, std::make_unique<GrandmasterFileAndQueue>());
     bridge.Dispatcher().Start();
 
     const FileDescriptor signals = OpenSignalDescriptor();
-    EventLoop(bridge.Timers(), signals.Get(), SourcesOf(bridge, queues)).Run();
+    RaisePriority();
+    KernelWaiting waiting;
+    EventLoop(bridge.Timers(), waiting, signals.Get(), SourcesOf(bridge, queues)).Run();
 }
 
 }  // namespace norvad

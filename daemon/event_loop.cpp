@@ -15,10 +15,18 @@ namespace norvad {
 namespace {
 
 constexpr uint32_t signalIndex = 0;
-constexpr int loopPriority = -5;  // protocol timers matter more than an ordinary process
+constexpr int loopPriority = -5;
 constexpr uint32_t restMs = 1000;
 
 }  // namespace
+
+int KernelWaiting::Wait(std::span<pollfd> set, uint32_t waitMs) {
+    return poll(set.data(), set.size(), static_cast<int>(waitMs));
+}
+
+void RaisePriority() {
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(getpid()), loopPriority);
+}
 
 FileDescriptor OpenSignalDescriptor() {
     sigset_t signals;
@@ -34,21 +42,17 @@ FileDescriptor OpenSignalDescriptor() {
     return descriptor;
 }
 
-EventLoop::EventLoop(TimerService& timers, int signals, EventSources sources)
+EventLoop::EventLoop(TimerService& timers, Waiting& waiting, int signals, EventSources sources)
     : timers(timers),
-      entries{{{{"signals", signals, {}, {}}},
-               {std::move(sources.frames)},
-               {std::move(sources.requests)},
-               {std::move(sources.links)}}} {
+      waiting(waiting),
+      entries{{{{"signals", signals, {}, {}}, {}},
+               {std::move(sources.frames), {}},
+               {std::move(sources.requests), {}},
+               {std::move(sources.links), {}}}} {
     for (uint32_t index = 0; index < set.size(); ++index) set[index] = {entries[index].source.descriptor, POLLIN, 0};
 }
 
-EventLoop::~EventLoop() {
-    for (const Entry& entry : entries) timers.cancel(entry.rest);
-}
-
 void EventLoop::Run() {
-    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(getpid()), loopPriority);
     timers.startAll();
     while (RunOnce()) {
     }
@@ -56,7 +60,7 @@ void EventLoop::Run() {
 
 bool EventLoop::RunOnce() {
     const uint32_t waitMs = timers.runDue();
-    if (poll(set.data(), set.size(), static_cast<int>(waitMs)) < 0) return false;
+    if (waiting.Wait(set, waitMs) < 0) return false;
     if (!TakeSignals()) return false;
     for (uint32_t index = signalIndex + 1; index < set.size(); ++index) Serve(index);
     return true;
@@ -107,13 +111,11 @@ void EventLoop::HandleTrouble(uint32_t index) {
     }
     entry.troubled = true;
     set[index].fd = -1;
-    entry.rest = timers.addTimer(
-        restMs,
-        [this](uint32_t rested) {
-            entries[rested].rest = nullptr;
-            set[rested].fd = entries[rested].source.descriptor;
-        },
-        index);
+    const auto goOn = [this](uint32_t rested) {
+        entries[rested].rest.Fired();
+        set[rested].fd = entries[rested].source.descriptor;
+    };
+    entry.rest = ScopedTimer(timers, timers.addTimer(restMs, goOn, index));
 }
 
 }  // namespace norvad

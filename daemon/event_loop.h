@@ -5,6 +5,7 @@
 #include <array>
 #include <boost/function.hpp>
 #include <cstdint>
+#include <span>
 
 #include "base/file_descriptor.h"
 #include "base/timer_service.h"
@@ -21,6 +22,19 @@ struct EventSource {
     boost::function<int()> takeError;  // clears and returns the error that poll reports; may be empty
 };
 
+// Waits until a descriptor of set is ready, with poll in the daemon. Whoever moves a stepped clock waits in its own
+// way.
+class Waiting {
+public:
+    virtual ~Waiting() = default;
+    virtual int Wait(std::span<pollfd> set, uint32_t waitMs) = 0;  // what poll returns; fills in what is ready
+};
+
+class KernelWaiting final : public Waiting {
+public:
+    int Wait(std::span<pollfd> set, uint32_t waitMs) override;
+};
+
 // In the order in which they are served.
 struct EventSources {
     EventSource frames;
@@ -31,19 +45,19 @@ struct EventSources {
 // The one thread of the daemon: runs due timers, waits, and serves what is ready, until SIGTERM or SIGINT.
 class EventLoop {
 public:
-    // signals gives signalfd_siginfo records; -1: the loop runs without signals. The timers outlive the loop.
-    EventLoop(TimerService& timers, int signals, EventSources sources);
+    // signals gives signalfd_siginfo records; -1: the loop runs without signals. The timers and the waiting outlive the
+    // loop.
+    EventLoop(TimerService& timers, Waiting& waiting, int signals, EventSources sources);
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
-    ~EventLoop();
 
-    // Raises the priority of the process, arms the timers and runs until a signal ends the loop, or poll fails.
+    // Arms the timers and runs until a signal ends the loop, or waiting fails.
     void Run();
 
 private:
     struct Entry {
         EventSource source;
-        Timer* rest = nullptr;  // while the descriptor sits out
+        ScopedTimer rest;       // while the descriptor sits out
         bool troubled = false;  // and this was logged
     };
 
@@ -53,9 +67,13 @@ private:
     void HandleTrouble(uint32_t index);
 
     TimerService& timers;
+    Waiting& waiting;
     std::array<Entry, 4> entries;
     std::array<pollfd, 4> set;
 };
+
+// Lets the process run before ordinary ones, where it may: protocol timers matter more.
+void RaisePriority();
 
 // Blocks SIGTERM and SIGINT and gives the descriptor to read them from; none on failure, which is reported on
 // standard error.

@@ -6,8 +6,8 @@
 #include <exception>
 
 #include "base/clock.h"
-#include "base/message_queue.h"
 #include "daemon/control/client.h"
+#include "daemon/control/control_queues.h"
 #include "daemon/daemon_options.h"
 #include "daemon/daemonize.h"
 
@@ -43,7 +43,7 @@ int RunProgram(int argc, const char* const* argv, const DaemonRun& run) {
     // Line by line, so that a log file is current and a fork duplicates nothing.
     (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
     try {
-        KernelMessageQueues queues;
+        KernelControlQueues queues;
         if (IsDaemonRunning()) {
             (void)relay(argc, argv, queues, SystemClock());
             return 0;

@@ -5,14 +5,14 @@
 
 #include "daemon/control/control_channel.h"
 #include "fuzz/control_bridge.h"
-#include "tests/support/fake_message_queues.h"
+#include "tests/support/fake_control_queues.h"
 
 // Any bytes as a message on the request queue, of any length up to a whole one. Each queue it names exists, and what
 // is sent there ends with exactly one last piece.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using norvad::ControlMessage;
     norvad::ControlBridge control;
-    norvad::test::FakeMessageQueues queues;
+    norvad::test::FakeControlQueues queues;
 
     const size_t length = std::min(size, sizeof(ControlMessage));
     const size_t nameLength = std::min(length, sizeof(ControlMessage::replyQueue));

@@ -41,10 +41,10 @@ Path ListenerPath(const StreamID& id, const PathEnd& listener, const PathEnd& ta
     if (!IsHostTalker(selector) && !IsHostListener(selector)) {
         return listener.stpUp && talker.stpUp ? Path::Open : Path::Closed;
     }
-    if (listener.port == 6 && !IsLocalPort(talker.port)) {
+    if (listener.port == cpuPort && !IsLocalPort(talker.port)) {
         return HostMayListenTo(selector, talker.port) ? Path::Open : Path::BoundElsewhere;
     }
-    if (!IsLocalPort(listener.port) && talker.port == 6) {
+    if (!IsLocalPort(listener.port) && talker.port == cpuPort) {
         return HostMayTalkTo(selector, listener.port) ? Path::Open : Path::BoundElsewhere;
     }
     if (event == Event::LV) return Path::Open;  // a leave always reaches the talker's side

@@ -4,15 +4,12 @@
 
 #include "mrp/mrp_types.h"
 #include "msrp/msrp_wire.h"
+#include "switch/ports.h"
 
 namespace norvad {
 
 // Which ports a stream may connect. The daemon's host sits behind the local ports 5 and 6; a stream of its own talker
 // or listener whose unique id begins with one of four selector values is bound to one external port.
-
-constexpr bool IsLocalPort(uint8_t port) {
-    return port == 5 || port == 6;
-}
 
 // One end of a path: a port and its states.
 struct PathEnd {

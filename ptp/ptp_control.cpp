@@ -12,7 +12,6 @@ namespace norvad {
 
 namespace {
 
-constexpr uint8_t externalPortCount = 2;
 constexpr int32_t largestPriority1 = 255;
 
 }  // namespace

@@ -43,6 +43,7 @@ class LinkSocket {
 public:
     virtual ~LinkSocket() = default;
     virtual int Descriptor() const = 0;                          // for poll; -1 without a socket
+    virtual uint32_t PortId() const = 0;                         // what the socket's messages carry as their sender
     virtual ssize_t Send(std::span<const uint8_t> message) = 0;  // to the kernel
     virtual ssize_t Receive(std::span<uint8_t> datagram) = 0;    // does not wait; -1 with errno set
     virtual int TakeError() = 0;  // the pending error that poll reports, cleared by asking; 0 without one

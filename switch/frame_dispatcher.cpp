@@ -33,10 +33,7 @@ std::string EtherTypeName(uint16_t etherType) {
 }  // namespace
 
 FrameDispatcher::FrameDispatcher(std::unique_ptr<FrameSocket> socket, I2Switch& owner)
-    : socket(std::move(socket)), owner(owner) {
-    const MacAddress address = this->socket->HardwareAddress();
-    std::copy(address.begin(), address.end(), owner.GetMacAddress());
-}
+    : socket(std::move(socket)), owner(owner) {}
 
 void FrameDispatcher::AddHandler(boost::shared_ptr<ProtoHandler> handler) {
     const uint16_t etherType = handler->GetEtherType();

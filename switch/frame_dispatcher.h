@@ -19,7 +19,7 @@ namespace norvad {
 // the ports. Owns the handlers and the frame socket.
 class FrameDispatcher {
 public:
-    // Gives owner the hardware address of the socket's interface as the source of its frames.
+    // Handlers that are added get the owner as their switch.
     FrameDispatcher(std::unique_ptr<FrameSocket> socket, I2Switch& owner);
 
     // Keeps the handler under its EtherType; where there is one already, the first stays and the second is

@@ -11,8 +11,8 @@ public:
 
     virtual void FrameSocketEvent() = 0;  // a hook; the switch does nothing on it
 
-    // The 6 bytes that every frame sent carries as source; the socket side fills them in.
-    virtual uint8_t* GetMacAddress() = 0;
+    // The 6 bytes that every frame sent carries as source.
+    virtual const uint8_t* GetMacAddress() const = 0;
 };
 
 }  // namespace norvad

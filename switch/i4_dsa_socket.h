@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "switch/ports.h"
+
 namespace norvad {
 
 // Frame output and the state of the ports. Every query of a port beyond the records answers 0.
@@ -28,8 +30,5 @@ public:
     // gPTP's decision about the port's neighbour. A change of capable is broadcast to every handler.
     virtual void SetAsCapable(uint8_t port, bool capable, bool peerIsSameMake) = 0;
 };
-
-// The port of the switch that leads to the CPU.
-inline constexpr uint8_t cpuPort = 6;
 
 }  // namespace norvad

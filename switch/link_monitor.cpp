@@ -1,23 +1,14 @@
 #include "switch/link_monitor.h"
 
-#include <net/if.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 #include <utility>
 
-#include "base/clock.h"
-#include "base/file_descriptor.h"
 #include "base/log.h"
 #include "base/wire.h"
-#include "switch/kernel/interface_request.h"
 #include "switch/netlink_wire.h"
 
 namespace norvad {
@@ -72,8 +63,7 @@ LinkMonitor::LinkMonitor(const std::string& interfaceName, std::unique_ptr<LinkS
 }
 
 void LinkMonitor::RequestDump() {
-    const NetlinkHeader header{sizeof(LinkDumpRequest), netlinkGetLink, netlinkDumpRequest, 1,
-                               static_cast<uint32_t>(::getpid())};
+    const NetlinkHeader header{sizeof(LinkDumpRequest), netlinkGetLink, netlinkDumpRequest, 1, socket->PortId()};
     const LinkDumpRequest request{header, bridgeFamily};
     (void)socket->Send(BytesOf(request));  // without an answer the next change still arrives
 }
@@ -146,20 +136,6 @@ void LinkMonitor::ParseLink(std::span<const uint8_t> message) {
     operationalState = news.operationalState;
     up |= news.up;
     down |= news.down;
-}
-
-void LinkMonitor::WaitForInterface(const std::string& interfaceName, Clock& clock) {
-    const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    ifreq request = InterfaceRequest(interfaceName);
-    do {
-        if (::ioctl(socket.Get(), SIOCGIFFLAGS, &request) < 0) {
-            std::perror("SIOCGIFFLAGS");
-            std::printf("Error getting Interface flags !");
-            std::printf("Problem interface: %s\n", interfaceName.c_str());
-            std::exit(-1);
-        }
-        clock.Sleep(200);
-    } while ((request.ifr_flags & IFF_RUNNING) == 0);
 }
 
 }  // namespace norvad

@@ -10,8 +10,6 @@
 
 namespace norvad {
 
-class Clock;
-
 // Follows the link messages of one interface: its operational state and the link values of the switch's ports,
 // which the switch driver reports in bridge-family messages.
 class LinkMonitor {
@@ -36,9 +34,6 @@ public:
     bool WentUp() const { return up; }
     bool WentDown() const { return down; }
     uint32_t OperationalState() const { return operationalState; }
-
-    // Waits until the interface runs. Ends the process with status -1 when its flags cannot be read.
-    static void WaitForInterface(const std::string& interfaceName, Clock& clock);
 
 private:
     void RequestDump();

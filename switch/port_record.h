@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "switch/ports.h"
+
 namespace norvad {
 
 // What the switch model knows of one of its ports.
@@ -19,7 +21,5 @@ struct PortRecord {
 };
 
 using PortRecords = std::vector<PortRecord>;  // by port number
-
-inline constexpr uint8_t portCount = 7;  // ports 0..6
 
 }  // namespace norvad

@@ -31,9 +31,11 @@ Switch::Switch(const std::string& interfaceName, Clock& clock, SwitchDoors& door
     SeedRandom(clock);
 }
 
-std::unique_ptr<FrameSocket> Switch::OpenFrames(SwitchDoors& doors) const {
+// Every frame sent carries the address of the interface.
+std::unique_ptr<FrameSocket> Switch::OpenFrames(SwitchDoors& doors) {
     auto frames = doors.OpenFrames(interfaceName, tagEtherType);
     frames->waitForInterface();
+    macAddress = frames->HardwareAddress();
     return frames;
 }
 

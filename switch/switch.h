@@ -42,7 +42,7 @@ public:
     // Clears, logs and returns the error that poll reports on the link descriptor; 0 without one.
     int TakeLinkError() { return links->TakeError(); }
 
-    // I4Switch
+    // I4Switch, and with it I2Switch's GetMacAddress
     void EnableVlan(uint8_t port, uint16_t vid) override;
     void DisableVlan(uint8_t port, uint16_t vid) override;
     void EnableMulticast(uint8_t port, uint16_t vid, const MacAddress& address) override;
@@ -79,10 +79,9 @@ public:
 
     // I2Switch
     void FrameSocketEvent() override {}
-    uint8_t* GetMacAddress() override { return macAddress.data(); }
 
 private:
-    std::unique_ptr<FrameSocket> OpenFrames(SwitchDoors& doors) const;
+    std::unique_ptr<FrameSocket> OpenFrames(SwitchDoors& doors);
     void UpdateLink(uint8_t port);
     void UpdateStp(uint8_t port);
     void SeedRandom(const Clock& clock);

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/clock.h"
-#include "base/message_queue.h"
+#include "daemon/control/control_queues.h"
 
 namespace norvad {
 
@@ -34,7 +34,7 @@ timespec AnswerDeadline(const Clock& clock) {
     return {now.tv_sec, static_cast<long>(now.tv_usec) * 1000 + answerWaitNs};
 }
 
-void PrintAnswer(MessageQueue& replies, const Clock& clock) {
+void PrintAnswer(ControlQueue& replies, const Clock& clock) {
     ControlMessage message{};
     do {
         message = {};
@@ -45,7 +45,7 @@ void PrintAnswer(MessageQueue& replies, const Clock& clock) {
     } while (!message.last);
 }
 
-int Exchange(int argc, const char* const* argv, MessageQueues& queues, const Clock& clock, MessageQueue& replies) {
+int Exchange(int argc, const char* const* argv, ControlQueues& queues, const Clock& clock, ControlQueue& replies) {
     auto requests = queues.Open(requestQueueName);
     if (!requests) {
         std::fprintf(stderr, "[Switch] open message queue failed: %s\n", std::strerror(errno));
@@ -59,7 +59,7 @@ int Exchange(int argc, const char* const* argv, MessageQueues& queues, const Clo
 
 }  // namespace
 
-int relay(int argc, const char* const* argv, MessageQueues& queues, const Clock& clock) {
+int relay(int argc, const char* const* argv, ControlQueues& queues, const Clock& clock) {
     if (argc < 2) return 0;
     auto replies = queues.Create(replyQueueName);
     if (!replies) {

@@ -7,8 +7,8 @@
 #include <sstream>
 #include <string>
 
-#include "base/message_queue.h"
 #include "daemon/control/command_executor.h"
+#include "daemon/control/control_queues.h"
 #include "switch/switch.h"
 
 namespace norvad {
@@ -19,14 +19,14 @@ constexpr size_t longestPiece = 2048;  // characters of an answer in one message
 
 // An answer in the request queue would be taken for the next command and answered there again without end; with that
 // queue full the daemon would wait for itself.
-std::unique_ptr<MessageQueue> OpenReplies(MessageQueues& queues, const std::string& name) {
+std::unique_ptr<ControlQueue> OpenReplies(ControlQueues& queues, const std::string& name) {
     if (name != requestQueueName) return queues.Open(name);
     errno = EINVAL;
     return nullptr;
 }
 
 // An empty answer is one empty piece.
-void SendAnswer(MessageQueue& replies, ControlMessage& message, std::string_view answer) {
+void SendAnswer(ControlQueue& replies, ControlMessage& message, std::string_view answer) {
     do {
         const std::string_view piece = answer.substr(0, longestPiece);
         answer.remove_prefix(piece.size());
@@ -37,7 +37,7 @@ void SendAnswer(MessageQueue& replies, ControlMessage& message, std::string_view
 }
 
 // The command runs even where nobody can be told.
-void ServeCommand(Switch& bridge, MessageQueues& queues, ControlMessage& message) {
+void ServeCommand(Switch& bridge, ControlQueues& queues, ControlMessage& message) {
     const auto replies = OpenReplies(queues, std::string(TextOf(message.replyQueue)));
     const int openError = errno;
     std::ostringstream answer;
@@ -51,7 +51,7 @@ void ServeCommand(Switch& bridge, MessageQueues& queues, ControlMessage& message
 
 }  // namespace
 
-void serveControlRequest(Switch& bridge, MessageQueues& queues) {
+void serveControlRequest(Switch& bridge, ControlQueues& queues) {
     ControlMessage message{};
     const ssize_t received = bridge.Requests().Receive(BufferOf(message));
     if (received < 1) return;

@@ -25,7 +25,7 @@ void WriteState(const I4DSASocket& ports, uint8_t port, std::ostream& report) {
 }  // namespace
 
 void WritePortReport(const I4DSASocket& ports, std::ostream& report) {
-    for (const uint8_t port : {uint8_t{0}, uint8_t{1}}) {
+    for (uint8_t port = 0; port < externalPortCount; ++port) {
         report << "Port  " << unsigned{port} << " ";
         WriteState(ports, port, report);
     }

@@ -67,6 +67,7 @@ class BridgeNode::Links final : public LinkSocket {
 public:
     explicit Links(BridgeNode& node) : node(node) {}
     int Descriptor() const override { return -1; }
+    uint32_t PortId() const override { return 1; }
     ssize_t Send(std::span<const uint8_t> message) override { return static_cast<ssize_t>(message.size()); }
     ssize_t Receive(std::span<uint8_t> datagram) override {
         if (node.linkNews.empty()) {

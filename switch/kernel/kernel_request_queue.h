@@ -1,7 +1,6 @@
 #pragma once
 
-#include <mqueue.h>
-
+#include "base/message_queue.h"
 #include "switch/doors.h"
 
 namespace norvad {
@@ -12,15 +11,12 @@ namespace norvad {
 class KernelRequestQueue final : public RequestQueue {
 public:
     KernelRequestQueue();
-    KernelRequestQueue(const KernelRequestQueue&) = delete;
-    KernelRequestQueue& operator=(const KernelRequestQueue&) = delete;
-    ~KernelRequestQueue() override;
 
-    int Descriptor() const override { return queue; }
+    int Descriptor() const override { return queue.Descriptor(); }
     ssize_t Receive(std::span<uint8_t> message) override;
 
 private:
-    mqd_t queue;
+    MessageQueue queue;
 };
 
 }  // namespace norvad

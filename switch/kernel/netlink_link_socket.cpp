@@ -3,6 +3,7 @@
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include "switch/kernel/socket_error.h"
 
@@ -22,9 +23,14 @@ sockaddr_nl NetlinkAddress(uint32_t portId, uint32_t groups) {
 }  // namespace
 
 NetlinkLinkSocket::NetlinkLinkSocket() : descriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {
-    const sockaddr_nl own = NetlinkAddress(static_cast<uint32_t>(::getpid()), RTMGRP_LINK);
+    const sockaddr_nl own = NetlinkAddress(PortId(), RTMGRP_LINK);
     const auto* address = reinterpret_cast<const sockaddr*>(&own);
     if (descriptor.IsOpen() && ::bind(descriptor.Get(), address, sizeof own) < 0) descriptor.Close();
+}
+
+// The process has no other route netlink socket, so its id is free.
+uint32_t NetlinkLinkSocket::PortId() const {
+    return static_cast<uint32_t>(::getpid());
 }
 
 ssize_t NetlinkLinkSocket::Send(std::span<const uint8_t> message) {

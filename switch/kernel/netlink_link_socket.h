@@ -11,6 +11,7 @@ public:
     NetlinkLinkSocket();
 
     int Descriptor() const override { return descriptor.Get(); }
+    uint32_t PortId() const override;
     ssize_t Send(std::span<const uint8_t> message) override;
     ssize_t Receive(std::span<uint8_t> datagram) override;
     int TakeError() override;

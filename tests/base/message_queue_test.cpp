@@ -1,90 +1,79 @@
 #include "base/message_queue.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <mqueue.h>
-#include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "tests/support/isolated_process.h"
 
 namespace norvad::test {
 namespace {
 
-TEST(KernelQueues, AreMadeForTenMessagesOfTheControlChannel) {
+constexpr MessageQueue::Capacity twoOfFour{.messages = 2, .bytes = 4};
+constexpr std::array<uint8_t, 3> message = {1, 2, 3};
+
+TEST(Queue, IsMadeOnlyWhereThereIsNone) {
     const IsolatedOutcome outcome = RunIsolated([] {
-        umask(0);
-        KernelMessageQueues queues;
-        const auto made = queues.Create("/q");
-        const mqd_t opened = mq_open("/q", O_RDONLY);
-        mq_attr attributes{};
-        mq_getattr(opened, &attributes);
-        struct stat status {};
-        fstat(opened, &status);
-        std::printf("%ld %ld %ld %o", attributes.mq_flags, attributes.mq_maxmsg, attributes.mq_msgsize,
-                    status.st_mode & 0777u);
+        const MessageQueue first = MessageQueue::Create("/q", O_RDWR, 0600, twoOfFour);
+        const MessageQueue second = MessageQueue::Create("/q", O_RDWR, 0600, twoOfFour);
+        if (!second.IsOpen()) std::printf("%s %d; ", std::strerror(errno), second.Descriptor());
+        MessageQueue::Remove("/q");
+        std::printf("%d %d", first.IsOpen(), MessageQueue::Open("/q", O_RDONLY).IsOpen());
         return 0;
     });
 
-    EXPECT_EQ(outcome.standardOutput, "0 10 2124 666");
+    EXPECT_EQ(outcome.standardOutput, "File exists -1; 1 0");
 }
 
-TEST(KernelQueues, AreMadeOnlyWhereThereIsNone) {
+TEST(Queue, CarriesMessagesAsTheyAre) {
     const IsolatedOutcome outcome = RunIsolated([] {
-        KernelMessageQueues queues;
-        const auto first = queues.Create("/q");
-        if (!queues.Create("/q")) std::printf("%s; ", std::strerror(errno));
-        queues.Remove("/q");
-        std::printf("%s", queues.Create("/q") ? "made again" : "failed");
+        const MessageQueue queue = MessageQueue::Create("/q", O_RDONLY, 0600, twoOfFour);
+        if (!MessageQueue::Open("/q", O_WRONLY).Send(message, 1)) return 1;
+        std::array<uint8_t, 4> buffer{};
+        const ssize_t length = queue.Receive(buffer);
+        std::printf("%zd: %d %d %d", length, buffer[0], buffer[1], buffer[2]);
         return 0;
     });
 
-    EXPECT_EQ(outcome.standardOutput, "File exists; made again");
+    EXPECT_EQ(outcome.standardOutput, "3: 1 2 3");
 }
 
-TEST(KernelQueues, CarryAMessageAtTheChannelsPriority) {
+TEST(Queue, ThatMustNotWaitRefusesWhatItCannotTakeOrGive) {
     const IsolatedOutcome outcome = RunIsolated([] {
-        KernelMessageQueues queues;
-        const auto owner = queues.Create("/q");
-        ControlMessage message{};
-        PutText(message.text, "hello");
-        message.type = 7;
-        if (!queues.Open("/q")->Send(message)) return 1;
-        ControlMessage received{};
-        unsigned priority = 0;
-        const mqd_t reader = mq_open("/q", O_RDONLY);
-        const ssize_t length = mq_receive(reader, reinterpret_cast<char*>(&received), sizeof received, &priority);
-        std::printf("%zd %u %u %s", length, priority, received.type, received.text);
+        const MessageQueue queue = MessageQueue::Create("/q", O_RDWR | O_NONBLOCK, 0600, twoOfFour);
+        int sent = 0;
+        while (queue.Send(message, 1)) ++sent;
+        std::printf("%d, %s; ", sent, std::strerror(errno));
+        std::array<uint8_t, 4> buffer{};
+        int received = 0;
+        while (queue.Receive(buffer) > 0) ++received;
+        std::printf("%d, %s", received, std::strerror(errno));
         return 0;
     });
 
-    EXPECT_EQ(outcome.standardOutput, "2124 256 7 hello");
+    EXPECT_EQ(outcome.standardOutput, "2, Resource temporarily unavailable; 2, Resource temporarily unavailable");
 }
 
-TEST(KernelQueues, ThatDoNotExistCannotBeOpened) {
+TEST(Queue, IsClosedWithItsLastOwner) {
     const IsolatedOutcome outcome = RunIsolated([] {
-        KernelMessageQueues queues;
-        if (!queues.Open("/none")) std::printf("%s", std::strerror(errno));
+        int descriptor = -1;
+        {
+            MessageQueue queue = MessageQueue::Create("/q", O_RDWR, 0600, twoOfFour);
+            MessageQueue other = std::move(queue);
+            descriptor = other.Descriptor();
+            std::printf("%d %d ", queue.IsOpen(), fcntl(descriptor, F_GETFD) >= 0);
+        }
+        std::printf("%d", fcntl(descriptor, F_GETFD) >= 0);
         return 0;
     });
 
-    EXPECT_EQ(outcome.standardOutput, "No such file or directory");
-}
-
-TEST(KernelQueues, GiveUpAtTheDeadline) {
-    const IsolatedOutcome outcome = RunIsolated([] {
-        KernelMessageQueues queues;
-        const auto owner = queues.Create("/q");
-        ControlMessage message{};
-        if (owner->Receive(message, timespec{1, 0}) < 0) std::printf("%s; ", std::strerror(errno));
-        if (owner->Receive(message, timespec{1, 1'000'000'000}) < 0) std::printf("%s", std::strerror(errno));
-        return 0;
-    });
-
-    EXPECT_EQ(outcome.standardOutput, "Connection timed out; Invalid argument");
+    EXPECT_EQ(outcome.standardOutput, "0 1 0");
 }
 
 }  // namespace

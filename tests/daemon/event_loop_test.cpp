@@ -41,8 +41,6 @@ struct Pipe {
 
 class Loop : public testing::Test {
 protected:
-    Loop() { CapturedPriorities().clear(); }
-
     void Signal(uint32_t number) const {
         signalfd_siginfo info{};
         info.ssi_signo = number;
@@ -69,10 +67,11 @@ protected:
         };
     }
 
-    void Run() { EventLoop(timers, signals.reader.Get(), sources).Run(); }
+    void Run() { EventLoop(timers, waiting, signals.reader.Get(), sources).Run(); }
 
     SteppedClock clock;
     TimerService timers{clock};
+    KernelWaiting waiting;
     Pipe signals;
     Readiness frames, requests, links;
     std::vector<std::string> served;
@@ -168,14 +167,6 @@ TEST_F(Loop, ArmsPeriodicTimersWhenItBegins) {
     EXPECT_EQ(uint64_t{timer->expirySeconds} * 1000 + timer->expiryMicroseconds / 1000, clock.Ns() / 1'000'000 + 500);
 }
 
-TEST_F(Loop, RaisesThePriorityOfTheProcessAndRunsWithoutItToo) {
-    End();
-
-    Run();
-
-    EXPECT_THAT(CapturedPriorities(), ElementsAre(PriorityCall{PRIO_PROCESS, static_cast<id_t>(getpid()), -5}));
-}
-
 TEST_F(Loop, WithNothingReadyItWakesForTheNextTimer) {
     SystemClock system;
     TimerService realTimers(system);
@@ -184,7 +175,7 @@ TEST_F(Loop, WithNothingReadyItWakesForTheNextTimer) {
     realTimers.addTimer(
         6, [this](uint32_t) { End(); }, 0);
 
-    EventLoop(realTimers, signals.reader.Get(), sources).Run();
+    EventLoop(realTimers, waiting, signals.reader.Get(), sources).Run();
 
     EXPECT_THAT(served, ElementsAre("timer"));
 }
@@ -225,7 +216,7 @@ TEST_F(Loop, WithoutSignalsItRunsOn) {
     timers.addTimer(
         0, [](uint32_t) { throw std::runtime_error("end"); }, 0);
 
-    EXPECT_THROW(EventLoop(timers, -1, sources).Run(), std::runtime_error);
+    EXPECT_THROW(EventLoop(timers, waiting, -1, sources).Run(), std::runtime_error);
 }
 
 // A UDP socket on the loopback whose peer is not there: what it sends comes back as an error, as ENETDOWN comes to
@@ -330,7 +321,7 @@ TEST_F(Loop, AHungUpDescriptorIsNotServedEvenWithDataAndSitsOut) {
     sources.links = {"links", pipe.reader.Get(), [] { FAIL() << "served"; }, {}};
     EndAfter(3);
 
-    EventLoop loop(timers, signals.reader.Get(), sources);
+    EventLoop loop(timers, waiting, signals.reader.Get(), sources);
     loop.Run();
 
     EXPECT_THAT(captured.Lines(), ElementsAre("[norvad] poll reports 0x11 for the links", "[norvad] Got SIGTERM"));
@@ -406,6 +397,40 @@ TEST_F(Loop, LeavesNoTimerBehind) {
     clock.AdvanceMs(5'000);
 
     EXPECT_EQ(timers.runDue(), 10'000u);
+}
+
+TEST(Priority, IsRaisedWhereTheProcessMay) {
+    CapturedPriorities().clear();
+    RaisePriority();
+
+    EXPECT_THAT(CapturedPriorities(), ElementsAre(PriorityCall{PRIO_PROCESS, static_cast<id_t>(getpid()), -5}));
+}
+
+// Moves a stepped clock on instead of waiting, until it has done so often enough.
+struct SteppedWaiting final : Waiting {
+    explicit SteppedWaiting(SteppedClock& clock) : clock(clock) {}
+    int Wait(std::span<pollfd> set, uint32_t waitMs) override {
+        waits.push_back(waitMs);
+        clock.AdvanceMs(waitMs);
+        for (pollfd& entry : set) entry.revents = 0;
+        if (waits.size() == 3) set[1].revents = POLLIN;
+        return waits.size() < 5 ? 1 : -1;
+    }
+
+    SteppedClock& clock;
+    std::vector<uint32_t> waits;
+};
+
+TEST_F(Loop, RunsOnASteppedClock) {
+    SteppedWaiting stepped(clock);
+    timers.addPeriodicTimer(
+        0, 125, 0, [this](uint32_t) { served.emplace_back("timer"); }, 0);
+    frames.Add();
+
+    EventLoop(timers, stepped, -1, sources).Run();
+
+    EXPECT_THAT(stepped.waits, ElementsAre(125, 125, 125, 125, 125));
+    EXPECT_THAT(served, ElementsAre("timer", "timer", "frames", "timer", "timer"));
 }
 
 TEST(SignalDescriptor, TakesSigtermAndSigintAndNothingElse) {

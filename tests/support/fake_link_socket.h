@@ -26,6 +26,8 @@ public:
 
     int Descriptor() const override { return ready.Descriptor(); }
 
+    uint32_t PortId() const override { return 0x1234; }
+
     ssize_t Send(std::span<const uint8_t> message) override {
         requests.emplace_back(message.begin(), message.end());
         return static_cast<ssize_t>(message.size());

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "lab/network/stepped_clock.h"
-#include "tests/support/fake_message_queues.h"
+#include "tests/support/fake_control_queues.h"
 
 namespace norvad::test {
 namespace {
@@ -44,8 +44,8 @@ protected:
     const ControlMessage& Sent() { return queues.queues[requestQueueName].at(0); }
 
     SteppedClock clock;
-    FakeMessageQueues queues;
-    FakeMessageQueues::Messages answers;  // that wait when the command has been sent
+    FakeControlQueues queues;
+    FakeControlQueues::Messages answers;  // that wait when the command has been sent
     std::string standardOutput, standardError;
 };
 

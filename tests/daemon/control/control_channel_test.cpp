@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tests/daemon/control/bridge_fixture.h"
-#include "tests/support/fake_message_queues.h"
+#include "tests/support/fake_control_queues.h"
 
 namespace norvad::test {
 namespace {
@@ -67,7 +67,7 @@ protected:
         return joined;
     }
 
-    FakeMessageQueues queues;
+    FakeControlQueues queues;
 };
 
 TEST_F(ControlChannel, ACommandIsAnsweredOnTheQueueItNames) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "switch/kernel/interface_wait.h"
 #include "switch/kernel/netlink_link_socket.h"
 #include "switch/link_monitor.h"
 #include "tests/support/captured_log.h"
@@ -75,7 +76,7 @@ TEST(LinkMonitor, StartUpWaitEndsWhenTheInterfaceRuns) {
             if (round == 3) SetLink("sw1", true);
         });
 
-        LinkMonitor::WaitForInterface("sw0", clock);
+        WaitForInterface("sw0", clock);
 
         EXPECT_EQ(clock.rounds, 4);
     });
@@ -87,7 +88,7 @@ TEST(LinkMonitorDeathTest, StartUpWaitEndsTheProcessWhenThereIsNoSuchInterface) 
     EXPECT_EXIT(
         {
             ::dup2(STDERR_FILENO, STDOUT_FILENO);
-            LinkMonitor::WaitForInterface("nosuch0", clock);
+            WaitForInterface("nosuch0", clock);
         },
         testing::ExitedWithCode(255),
         "SIOCGIFFLAGS: No such device\nError getting Interface flags !Problem interface: nosuch0\n");

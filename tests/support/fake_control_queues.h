@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "base/message_queue.h"
+#include "daemon/control/control_queues.h"
 
 namespace norvad::test {
 
 // Message queues without a kernel. Each keeps what was sent to it; one that is received from and empty reports
 // a time-out.
-class FakeMessageQueues final : public MessageQueues {
+class FakeControlQueues final : public ControlQueues {
 public:
     using Messages = std::deque<ControlMessage>;
 
@@ -25,12 +25,12 @@ public:
     std::vector<timespec> deadlines;
     std::function<void(const std::string&)> onSend;  // after a message came to the named queue
 
-    std::unique_ptr<MessageQueue> Create(const std::string& name) override {
+    std::unique_ptr<ControlQueue> Create(const std::string& name) override {
         if (queues.contains(name)) return Failure(EEXIST);
         queues[name];
         return std::make_unique<Queue>(*this, name);
     }
-    std::unique_ptr<MessageQueue> Open(const std::string& name) override {
+    std::unique_ptr<ControlQueue> Open(const std::string& name) override {
         if (!queues.contains(name)) return Failure(ENOENT);
         return std::make_unique<Queue>(*this, name);
     }
@@ -40,9 +40,9 @@ public:
     }
 
 private:
-    class Queue final : public MessageQueue {
+    class Queue final : public ControlQueue {
     public:
-        Queue(FakeMessageQueues& all, std::string name) : all(all), name(std::move(name)) {}
+        Queue(FakeControlQueues& all, std::string name) : all(all), name(std::move(name)) {}
 
         bool Send(const ControlMessage& message) override {
             all.queues[name].push_back(message);
@@ -62,11 +62,11 @@ private:
         }
 
     private:
-        FakeMessageQueues& all;
+        FakeControlQueues& all;
         std::string name;
     };
 
-    static std::unique_ptr<MessageQueue> Failure(int error) {
+    static std::unique_ptr<ControlQueue> Failure(int error) {
         errno = error;
         return nullptr;
     }
