@@ -122,7 +122,7 @@ TEST_F(Announce, BlockEqualToTheBestOneOnlyRefreshesTheWatchdog) {
 
 TEST_F(Announce, SelectionIsLoggedAtLevelTwo) {
     const auto announce = AnnounceFrom(0, peer, DatasetOf(250, own));
-    EXPECT_EQ(Logged(2, [&] { Handle(announce); }).substr(13), "[SW-PTP] BMC\n");
+    EXPECT_EQ(Logged(2, [&] { Handle(announce); }), "[SW-PTP] BMC\n");
     EXPECT_EQ(Logged(1, [&] { Handle(announce); }), "");
 }
 
