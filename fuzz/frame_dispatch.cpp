@@ -21,13 +21,13 @@ public:
     EchoHandler(uint16_t etherType, I4DSASocket& output) : etherType(etherType), output(output) {}
 
     uint16_t GetEtherType() const override { return etherType; }
-    void HandleFrame(std::span<uint8_t> frame, uint16_t type) override {
+    void HandleFrame(std::span<const uint8_t> frame, uint16_t type) override {
         if (type != etherType || frame.size() < taggedHeaderSize) std::abort();
         uint8_t sum = 0;
         for (const uint8_t byte : frame) sum = static_cast<uint8_t>(sum + byte);
-        frame.back() = sum;
-        frame.front() = sum;
         answer.assign(frame.begin(), frame.end());
+        answer.back() = sum;
+        answer.front() = sum;
         answer.resize(std::max(answer.size(), minimumTaggedFrame));
         output.write(*TaggedPort(frame), answer.data(), frame.size());
     }

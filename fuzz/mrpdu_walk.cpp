@@ -26,7 +26,7 @@ void CheckVector(const AttributeGetter& getter, std::span<const uint8_t> message
 }
 
 // Every vector takes at least its header, so a walk has an end; past it there is nothing more.
-void Walk(std::span<uint8_t> message, MessageLayout layout, bool fourPacked) {
+void Walk(std::span<const uint8_t> message, MessageLayout layout, bool fourPacked) {
     AttributeGetter getter(message, layout, fourPacked);
     size_t vectors = 0;
     while (getter.GetNext()) {
@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using norvad::MessageLayout;
     const auto copy = std::make_unique<uint8_t[]>(size);
     std::copy(data, data + size, copy.get());
-    const std::span<uint8_t> message(copy.get(), size);
+    const std::span<const uint8_t> message(copy.get(), size);
     for (const bool fourPacked : {false, true}) {
         norvad::Walk(message, MessageLayout::WithListLength, fourPacked);
         norvad::Walk(message, MessageLayout::WithoutListLength, fourPacked);

@@ -20,7 +20,7 @@ public:
     explicit PortWatcher(const I4DSASocket& ports) : ports(ports) {}
 
     uint16_t GetEtherType() const override { return ETHERTYPE_MSRP; }
-    void HandleFrame(std::span<uint8_t>, uint16_t) override {}
+    void HandleFrame(std::span<const uint8_t>, uint16_t) override {}
     void PortUp(uint8_t port) override { Check(ports.IsPortUp(port)); }
     void PortDown(uint8_t port) override { Check(!ports.IsPortUp(port)); }
     void PortStpUp(uint8_t port) override { Check(ports.IsStpUp(port)); }

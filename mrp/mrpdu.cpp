@@ -26,7 +26,7 @@ size_t FourPackedSize(uint16_t values) {
 
 }  // namespace
 
-AttributeGetter::AttributeGetter(std::span<uint8_t> message, MessageLayout layout, bool fourPacked)
+AttributeGetter::AttributeGetter(std::span<const uint8_t> message, MessageLayout layout, bool fourPacked)
     : layout(layout), fourPacked(fourPacked) {
     std::span<const uint8_t> rest = message;
     if (layout == MessageLayout::WithListLength) {
@@ -39,7 +39,7 @@ AttributeGetter::AttributeGetter(std::span<uint8_t> message, MessageLayout layou
         if (!header) return;
         attributeLength = header->attributeLength;
     }
-    list = message.last(rest.size());
+    list = rest;
 }
 
 std::optional<MrpVectorHeader> AttributeGetter::GetNext() {
@@ -51,7 +51,7 @@ std::optional<MrpVectorHeader> AttributeGetter::GetNext() {
     const uint16_t values = header->NumberOfValues();
     const size_t threePackedSize = ThreePackedSize(values);
     const size_t fourPackedSize = fourPacked ? FourPackedSize(values) : 0;
-    std::span<uint8_t> rest = list.subspan(offset + sizeof(MrpVectorHeader));
+    const auto rest = list.subspan(offset + sizeof(MrpVectorHeader));
     if (rest.size() < attributeLength + threePackedSize + fourPackedSize) return {};
 
     numberOfValues = values;

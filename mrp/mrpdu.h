@@ -16,13 +16,13 @@ enum class MessageLayout : uint8_t { WithListLength, WithoutListLength };  // MS
 class AttributeGetter {
 public:
     // message starts at the attribute type and reaches to the end of what arrived.
-    AttributeGetter(std::span<uint8_t> message, MessageLayout layout, bool fourPacked);
+    AttributeGetter(std::span<const uint8_t> message, MessageLayout layout, bool fourPacked);
 
     // The next vector's header; nothing at the end of the list, where NumberOfValues becomes 0.
     std::optional<MrpVectorHeader> GetNext();
 
-    // Of the current vector. The first value may be advanced in place.
-    std::span<uint8_t> FirstValue() const { return firstValue; }
+    // Of the current vector.
+    std::span<const uint8_t> FirstValue() const { return firstValue; }
     uint16_t NumberOfValues() const { return numberOfValues; }
     uint8_t ThreePackedEvent(uint16_t index) const;  // 0..5; index below NumberOfValues
     uint8_t FourPackedEvent(uint16_t index) const;   // 0..3; only with fourPacked
@@ -31,14 +31,14 @@ private:
     bool IsEndOfList(const MrpVectorHeader& header) const;
     void LogStep() const;
 
-    std::span<uint8_t> list;  // from the first vector to the end of what arrived
+    std::span<const uint8_t> list;  // from the first vector to the end of what arrived
     MessageLayout layout;
     bool fourPacked;
     uint8_t attributeLength = 0;
     uint16_t attributeListLength = 0;  // as claimed
     size_t offset = 0;                 // into list, never behind its end
     uint16_t numberOfValues = 0;
-    std::span<uint8_t> firstValue;
+    std::span<const uint8_t> firstValue;
     std::span<const uint8_t> threePackedEvents;
     std::span<const uint8_t> fourPackedEvents;
 };

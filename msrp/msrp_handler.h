@@ -27,7 +27,7 @@ public:
     ~MSRPHandler() override;
 
     uint16_t GetEtherType() const override;
-    void HandleFrame(std::span<uint8_t> frame, uint16_t etherType) override;
+    void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) override;
 
     void PortUp(uint8_t port) override;
     void PortDown(uint8_t port) override;
@@ -49,10 +49,10 @@ private:
     void mf0();
 
     // Receive. Each Read takes one message that reaches to the end of what arrived.
-    void ReadMessages(std::span<uint8_t> messages);
-    bool ReadMessage(const MrpMessageHeader& header, std::span<uint8_t> message);
+    void ReadMessages(std::span<const uint8_t> messages);
+    bool ReadMessage(const MrpMessageHeader& header, std::span<const uint8_t> message);
     template <typename FirstValue, typename Step>
-    void ReadVectors(const MessageKind& kind, std::span<uint8_t> message, Step step);
+    void ReadVectors(const MessageKind& kind, std::span<const uint8_t> message, Step step);
     void ReadTalker(const TalkerFirstValue& value, Event event);
     void ReadTalkerFailed(const TalkerFailedFirstValue& value, Event event);
     void ReadListener(const ListenerFirstValue& value, ListenerDeclaration declaration, Event event);

@@ -101,14 +101,14 @@ bool NamesAddress(const StreamID& id, const MacAddress& address) {
 
 }  // namespace
 
-void MSRPHandler::HandleFrame(std::span<uint8_t> received, uint16_t) {
+void MSRPHandler::HandleFrame(std::span<const uint8_t> received, uint16_t) {
     const auto port = TaggedPort(received);
     if (!port || *port >= PortCount() || received.size() < taggedHeaderSize + 1) return;
     currentPort = *port;
     ReadMessages(received.subspan(taggedHeaderSize + 1));  // behind the protocol version
 }
 
-void MSRPHandler::ReadMessages(std::span<uint8_t> messages) {
+void MSRPHandler::ReadMessages(std::span<const uint8_t> messages) {
     while (const auto header = Peek<MrpMessageHeader>(messages)) {
         if (header->attributeType == 0 || header->attributeLength == 0) return;
         if (!ReadMessage(*header, messages)) return;
@@ -119,7 +119,7 @@ void MSRPHandler::ReadMessages(std::span<uint8_t> messages) {
 }
 
 // False when the rest of the PDU cannot be understood.
-bool MSRPHandler::ReadMessage(const MrpMessageHeader& header, std::span<uint8_t> message) {
+bool MSRPHandler::ReadMessage(const MrpMessageHeader& header, std::span<const uint8_t> message) {
     switch (header.attributeType) {
         case TALKER_ADVERTISE:
             ReadVectors<TalkerFirstValue>(talkerMessage, message, [this](auto& value, auto& vector, uint16_t i) {
@@ -150,7 +150,7 @@ bool MSRPHandler::ReadMessage(const MrpMessageHeader& header, std::span<uint8_t>
 
 // step(value, vector, index) is called for each value, in the order in which they arrived.
 template <typename FirstValue, typename Step>
-void MSRPHandler::ReadVectors(const MessageKind& kind, std::span<uint8_t> message, Step step) {
+void MSRPHandler::ReadVectors(const MessageKind& kind, std::span<const uint8_t> message, Step step) {
     const uint8_t attributeLength = message[1];
     if (attributeLength != kind.firstValueLength) {
         log(LogCategory::MSRP, 0, kind.illegalLength, attributeLength);

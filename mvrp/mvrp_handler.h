@@ -22,7 +22,7 @@ public:
     MVRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers);
 
     uint16_t GetEtherType() const override;
-    void HandleFrame(std::span<uint8_t> frame, uint16_t etherType) override;
+    void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) override;
 
     void PortUp(uint8_t port) override;
     void PortDown(uint8_t port) override;
@@ -41,9 +41,9 @@ protected:
 
 private:
     // Receive. A message reaches to the end of what arrived.
-    void ReadMessages(uint8_t protocolVersion, std::span<uint8_t> messages);
-    bool ReadMessage(const MrpShortMessageHeader& header, std::span<uint8_t> message);
-    void ReadVlans(std::span<uint8_t> message);
+    void ReadMessages(uint8_t protocolVersion, std::span<const uint8_t> messages);
+    bool ReadMessage(const MrpShortMessageHeader& header, std::span<const uint8_t> message);
+    void ReadVlans(std::span<const uint8_t> message);
 
     void ProgramSwitch(const Vlan& vlan, Event indication);
     void Declare(const Vlan& registered, Event indication, uint8_t port);

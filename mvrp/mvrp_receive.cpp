@@ -6,7 +6,7 @@
 
 namespace norvad {
 
-void MVRPHandler::HandleFrame(std::span<uint8_t> received, uint16_t) {
+void MVRPHandler::HandleFrame(std::span<const uint8_t> received, uint16_t) {
     const auto header = Peek<TaggedHeader>(received);
     const auto port = TaggedPort(received);
     if (!header || !port || *port >= PortCount() || header->destination != mvrpGroupAddress) return;
@@ -17,7 +17,7 @@ void MVRPHandler::HandleFrame(std::span<uint8_t> received, uint16_t) {
 
 // A message has no length of its own and is taken for one vector. One of several vectors, such as this bridge sends
 // too, is read whole; what the walk then finds in the middle of it is rarely a message, and never behind the frame.
-void MVRPHandler::ReadMessages(uint8_t protocolVersion, std::span<uint8_t> messages) {
+void MVRPHandler::ReadMessages(uint8_t protocolVersion, std::span<const uint8_t> messages) {
     while (!messages.empty() && messages[0] != 0) {
         const auto header = Peek<MrpShortMessageHeader>(messages);
         if (header && header->attributeLength == 0) return;
@@ -32,7 +32,7 @@ void MVRPHandler::ReadMessages(uint8_t protocolVersion, std::span<uint8_t> messa
 }
 
 // False for an attribute type that is not known.
-bool MVRPHandler::ReadMessage(const MrpShortMessageHeader& header, std::span<uint8_t> message) {
+bool MVRPHandler::ReadMessage(const MrpShortMessageHeader& header, std::span<const uint8_t> message) {
     if (header.attributeType != REGISTER_VLAN) {
         log(LogCategory::MVRP, 0, "[SW-MVRP] unsupported attribute type %d\n", header.attributeType);
         return false;
@@ -45,7 +45,7 @@ bool MVRPHandler::ReadMessage(const MrpShortMessageHeader& header, std::span<uin
     return true;
 }
 
-void MVRPHandler::ReadVlans(std::span<uint8_t> message) {
+void MVRPHandler::ReadVlans(std::span<const uint8_t> message) {
     AttributeGetter vector(message, MessageLayout::WithoutListLength, false);
     auto header = vector.GetNext();
     if (header && (header->value & mrpLeaveAllEvent) != 0) {

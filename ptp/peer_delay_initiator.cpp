@@ -14,11 +14,6 @@ bool CarriesSameMakeTrailer(std::span<const uint8_t> frame) {
     return Peek<SameMakeTrailer>(frame, trailerOffset) == sameMakeTrailer;
 }
 
-// The receive buffer is used again: a shorter frame must not seem to carry the trailer of this one.
-void MarkTrailerUsed(std::span<uint8_t> frame) {
-    (void)Put(frame, trailerOffset, usedTrailer);
-}
-
 void ReportCorrection(uint8_t port, const PTPHeader& header) {
     if (header.correctionField == 0) return;
     log(LogCategory::PTP, 0, "[SW-PTP] Port %d PdelayRespMessage correctionField = %d\n", port,
@@ -88,16 +83,16 @@ bool PeerDelayInitiator::TakeResponse(uint8_t port, PTPPortData& data, const Pde
     return true;
 }
 
-void PeerDelayInitiator::HandleFollowUp(uint8_t port, std::span<uint8_t> frame,
+void PeerDelayInitiator::HandleFollowUp(uint8_t port, std::span<const uint8_t> frame,
                                         const PdelayRespFollowUpMessage& message) {
     log(LogCategory::PTP, 3, "[SW-PTP] HandlePdelayRespFollowUpMessage %d from in_port %d\n",
         uint16_t{message.header.sequenceId}, port);
-    if (ptp.IsOwn(message.header)) return MarkTrailerUsed(frame);
+    if (ptp.IsOwn(message.header)) return;
     PTPPortData& data = ptp.ports.at(port);
     if (!TakeFollowUp(port, data, frame, message)) data.localPDelayState = PDelayState::IDLE;
 }
 
-bool PeerDelayInitiator::TakeFollowUp(uint8_t port, PTPPortData& data, std::span<uint8_t> frame,
+bool PeerDelayInitiator::TakeFollowUp(uint8_t port, PTPPortData& data, std::span<const uint8_t> frame,
                                       const PdelayRespFollowUpMessage& message) {
     if (message.requestingPortIdentity.clockIdentity != ptp.local.identity) {
         log(LogCategory::PTP, 0, "[SW-PTP] invalid pdelay resp follow up ClockIdentity\n");
@@ -110,7 +105,6 @@ bool PeerDelayInitiator::TakeFollowUp(uint8_t port, PTPPortData& data, std::span
     if (data.localPDelayState != PDelayState::RESPONSE_RECEIVED) {
         log(LogCategory::PTP, 0, "[SW-PTP] Port %d HandlePdelayRespFollowUpMessage ERROR: localPDelayState = %d\n",
             port, static_cast<int32_t>(data.localPDelayState));
-        MarkTrailerUsed(frame);
         return false;
     }
     if (message.header.sequenceId != data.pdelaySequenceId) {
@@ -123,7 +117,6 @@ bool PeerDelayInitiator::TakeFollowUp(uint8_t port, PTPPortData& data, std::span
     data.foreignPDelayRespSentTime = DecodeTimestamp(message.responseOriginTimestamp);
     data.localPDelayState = PDelayState::COMPLETE;
     data.peerIsSameMake = CarriesSameMakeTrailer(frame);
-    if (data.peerIsSameMake) MarkTrailerUsed(frame);
     return true;
 }
 

@@ -17,14 +17,14 @@ public:
     void PTPPDelayAction();
     void HandleResponse(uint8_t port, const PdelayRespMessage& message);
 
-    // Looks for the trailer behind the message as well, and marks it as used in the frame.
-    void HandleFollowUp(uint8_t port, std::span<uint8_t> frame, const PdelayRespFollowUpMessage& message);
+    // Looks for the trailer behind the message as well.
+    void HandleFollowUp(uint8_t port, std::span<const uint8_t> frame, const PdelayRespFollowUpMessage& message);
 
 private:
     void Evaluate(uint8_t port);
     void SendRequests();
     bool TakeResponse(uint8_t port, PTPPortData& data, const PdelayRespMessage& message);
-    bool TakeFollowUp(uint8_t port, PTPPortData& data, std::span<uint8_t> frame,
+    bool TakeFollowUp(uint8_t port, PTPPortData& data, std::span<const uint8_t> frame,
                       const PdelayRespFollowUpMessage& message);
     void ReportForeignRequester(uint8_t port, const ClockIdentity& requester) const;
 

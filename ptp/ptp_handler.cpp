@@ -98,7 +98,7 @@ uint16_t PTPHandler::GetEtherType() const {
     return ETHERTYPE_PTP2;
 }
 
-void PTPHandler::HandleFrame(std::span<uint8_t> frame, uint16_t) {
+void PTPHandler::HandleFrame(std::span<const uint8_t> frame, uint16_t) {
     const auto header = Peek<PTPHeader>(frame, taggedHeaderSize);
     const auto port = TaggedPort(frame);
     if (!header || !port || *port >= parts->instance.ports.size()) return;
@@ -109,7 +109,7 @@ void PTPHandler::HandleFrame(std::span<uint8_t> frame, uint16_t) {
     Dispatch(*port, frame);
 }
 
-void PTPHandler::Dispatch(uint8_t port, std::span<uint8_t> frame) {
+void PTPHandler::Dispatch(uint8_t port, std::span<const uint8_t> frame) {
     const auto message = static_cast<PTPMessage>(frame[taggedHeaderSize]);
     switch (message) {
         case PTPMessage::SYNC:

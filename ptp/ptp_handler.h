@@ -25,7 +25,7 @@ public:
     ~PTPHandler() override;
 
     uint16_t GetEtherType() const override;
-    void HandleFrame(std::span<uint8_t> frame, uint16_t etherType) override;
+    void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) override;
     void PortUp(uint8_t port) override;
     void PortDown(uint8_t port) override;
     void AddControlOptions(boost::program_options::options_description& options) override;
@@ -36,7 +36,7 @@ private:
     struct Parts;
     class Timers;
 
-    void Dispatch(uint8_t port, std::span<uint8_t> frame);
+    void Dispatch(uint8_t port, std::span<const uint8_t> frame);
     void HandleAnnounceMessage(uint8_t port, std::span<const uint8_t> frame);
 
     std::unique_ptr<Parts> parts;

@@ -132,7 +132,6 @@ static_assert(sizeof(PdelayRespFollowUpMessage) == 54);
 // make. The used mark replaces it in a receive buffer once it has been seen.
 using SameMakeTrailer = std::array<uint8_t, 5>;
 inline constexpr SameMakeTrailer sameMakeTrailer{'O', 'R', 'L', 'A', 0};
-inline constexpr SameMakeTrailer usedTrailer{'x', 'x', 'x', 'x', 0};
 
 // What clocks are compared by, in the order of the comparison and of the Announce message.
 struct ClockDataset {

@@ -48,7 +48,7 @@ void FrameDispatcher::AddHandler(boost::shared_ptr<ProtoHandler> handler) {
 
 void FrameDispatcher::ReadFrame() {
     const size_t received = socket->read(buffer.data(), buffer.size());
-    const auto frame = std::span<uint8_t>(buffer).first(std::min(received, buffer.size()));
+    const auto frame = std::span<const uint8_t>(buffer).first(std::min(received, buffer.size()));
     const auto header = Peek<TaggedHeader>(frame);
     if (!header) return;
     const auto found = handlers.find(header->etherType);

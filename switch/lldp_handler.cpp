@@ -4,7 +4,7 @@
 
 namespace norvad {
 
-void LLDPHandler::HandleFrame(std::span<uint8_t>, uint16_t) {
+void LLDPHandler::HandleFrame(std::span<const uint8_t>, uint16_t) {
     log(LogCategory::SOCKET, 2, " [SW-LLDP] Handle \n");
 }
 

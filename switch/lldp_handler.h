@@ -9,7 +9,7 @@ namespace norvad {
 class LLDPHandler final : public ProtoHandler {
 public:
     uint16_t GetEtherType() const override { return ETHERTYPE_LLDP; }
-    void HandleFrame(std::span<uint8_t> frame, uint16_t etherType) override;
+    void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) override;
 };
 
 }  // namespace norvad

@@ -24,8 +24,8 @@ public:
     virtual uint16_t GetEtherType() const = 0;
 
     // A received frame with its tag, as long as it arrived. A frame that is too short or names a port
-    // without a record is dropped without touching state. The bytes are the handler's until it returns.
-    virtual void HandleFrame(std::span<uint8_t> frame, uint16_t etherType) = 0;
+    // without a record is dropped without touching state. The bytes are valid until it returns.
+    virtual void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) = 0;
 
     // A group address to join on the frame socket, or null.
     virtual const MacAddress* GetMulticastAddress() const { return nullptr; }

@@ -364,10 +364,8 @@ TEST_F(PeerDelay, ResponseMovesNothingWhenTheLocalClockMayNotBeGrandmaster) {
 
 TEST_F(PeerDelay, FollowUpBeforeItsResponseIsRejectedAndResetsTheExchange) {
     const uint16_t id = NextRequest(0);
-    std::vector<uint8_t> frame;
-    EXPECT_THAT(Logged(0, [&] { frame = Receive(0, FollowUpOfPeer(0, id)); }),
+    EXPECT_THAT(Logged(0, [&] { Receive(0, FollowUpOfPeer(0, id)); }),
                 HasSubstr("[SW-PTP] Port 0 HandlePdelayRespFollowUpMessage ERROR: localPDelayState = 1\n"));
-    EXPECT_EQ(Hex(BytesAt(frame, 76, 5)), Hex(Bytes("78 78 78 78 00"))) << "the trailer is wiped";
 
     Receive(0, ResponseOfPeer(0, id));
     EXPECT_THAT(Logged(0, [&] { Receive(0, FollowUpOfPeer(0, id)); }), HasSubstr("localPDelayState = 0\n"));
@@ -383,10 +381,8 @@ TEST_F(PeerDelay, FollowUpToAnotherClockPortOrSequenceIsReported) {
 
     id = NextRequest(0);
     Receive(0, ResponseOfPeer(0, id));
-    std::vector<uint8_t> frame;
-    EXPECT_THAT(Logged(0, [&] { frame = Receive(0, FollowUpOfPeer(1, id)); }),
+    EXPECT_THAT(Logged(0, [&] { Receive(0, FollowUpOfPeer(1, id)); }),
                 HasSubstr("[SW-PTP] invalid pdelay resp followup Id\n"));
-    EXPECT_EQ(Hex(BytesAt(frame, 76, 5)), Hex(Bytes("4f 52 4c 41 00"))) << "the trailer stays";
 
     id = NextRequest(0);
     Receive(0, ResponseOfPeer(0, id));
@@ -397,21 +393,35 @@ TEST_F(PeerDelay, FollowUpToAnotherClockPortOrSequenceIsReported) {
     EXPECT_TRUE(fake.decisions.empty()) << "none of the three was complete";
 }
 
-TEST_F(PeerDelay, OwnFollowUpOnlyLosesItsTrailer) {
-    auto mirrored = FollowUpOfPeer(0, NextRequest(0));
-    mirrored.frame.message.header.sourcePortIdentity.clockIdentity = own;
-    std::vector<uint8_t> frame;
-    EXPECT_EQ(Logged(0, [&] { frame = Receive(0, mirrored); }), "");
-    EXPECT_EQ(Hex(BytesAt(frame, 76, 5)), Hex(Bytes("78 78 78 78 00")));
-}
-
-TEST_F(PeerDelay, TrailerMarksThePeerAndIsWipedOnceSeen) {
+TEST_F(PeerDelay, OwnFollowUpChangesNothing) {
     const uint16_t id = NextRequest(0);
     Receive(0, ResponseOfPeer(0, id));
-    const auto frame = Receive(0, FollowUpOfPeer(0, id));
-    EXPECT_EQ(Hex(BytesAt(frame, 76, 5)), Hex(Bytes("78 78 78 78 00")));
+    auto mirrored = FollowUpOfPeer(0, id);
+    mirrored.frame.message.header.sourcePortIdentity.clockIdentity = own;
+    EXPECT_EQ(Logged(0, [&] { Receive(0, mirrored); }), "");
+
+    Receive(0, FollowUpOfPeer(0, id));
     NextRequest(0);
     EXPECT_EQ(fake.decisions.back(), (FakePtpSwitch::Decision{0, true, true}));
+}
+
+TEST_F(PeerDelay, TrailerMarksThePeer) {
+    const uint16_t id = NextRequest(0);
+    Receive(0, ResponseOfPeer(0, id));
+    Receive(0, FollowUpOfPeer(0, id));
+    NextRequest(0);
+    EXPECT_EQ(fake.decisions.back(), (FakePtpSwitch::Decision{0, true, true}));
+}
+
+// Frames are received into one buffer, so behind a short frame stand the bytes of a longer one that came before.
+TEST_F(PeerDelay, TrailerOfAnEarlierFrameInTheSameBufferIsNone) {
+    RunExchange(0, 400);
+    const uint16_t id = NextRequest(0);
+    Receive(0, ResponseOfPeer(0, id));
+    const auto buffer = Received(0, FollowUpOfPeer(0, id));
+    handler->HandleFrame(std::span(buffer).first(buffer.size() - sizeof(SameMakeTrailer)), ETHERTYPE_PTP2);
+    NextRequest(0);
+    EXPECT_EQ(fake.decisions.back(), (FakePtpSwitch::Decision{0, true, false}));
 }
 
 TEST_F(PeerDelay, PeerWithoutTheTrailerIsOfAnotherMake) {
@@ -429,8 +439,7 @@ TEST_F(PeerDelay, TrailerThatIsCutOffOrAlteredIsNone) {
         Receive(0, ResponseOfPeer(0, id));
         auto frame = Received(0, FollowUpOfPeer(0, id));
         frame.resize(frame.size() - cut);
-        const auto after = Handle(frame);
-        EXPECT_EQ(after, frame) << "nothing to wipe";
+        Handle(frame);
         NextRequest(0);
         EXPECT_EQ(fake.decisions.back(), (FakePtpSwitch::Decision{0, true, false})) << cut;
     }

@@ -64,13 +64,10 @@ protected:
         received[17] = static_cast<uint8_t>(port << 3);
         return received;
     }
-    std::vector<uint8_t> Handle(std::vector<uint8_t> frame) {
-        handler->HandleFrame(frame, ETHERTYPE_PTP2);
-        return frame;
-    }
+    void Handle(std::span<const uint8_t> frame) { handler->HandleFrame(frame, ETHERTYPE_PTP2); }
     template <WireRecord Frame>
-    std::vector<uint8_t> Receive(uint8_t port, const Frame& frame, std::span<const uint8_t> behind = {}) {
-        return Handle(Received(port, frame, behind));
+    void Receive(uint8_t port, const Frame& frame, std::span<const uint8_t> behind = {}) {
+        Handle(Received(port, frame, behind));
     }
 
     std::string Logged(int32_t level, const std::function<void()>& action) {

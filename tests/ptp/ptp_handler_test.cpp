@@ -84,7 +84,7 @@ TEST_F(Handler, MessageShorterThanItsFieldsIsDroppedUnseen) {
         const std::string before = Status();
         for (size_t length = 56; length < c.shortest; ++length) {
             frame.resize(length);
-            EXPECT_EQ(Logged(5, [&] { EXPECT_EQ(Handle(frame), frame); }), "") << length;
+            EXPECT_EQ(Logged(5, [&] { Handle(frame); }), "") << length;
         }
         EXPECT_TRUE(fake.sent.empty());
         EXPECT_TRUE(fake.decisions.empty());

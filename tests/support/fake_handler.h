@@ -16,7 +16,7 @@ public:
     FakeHandler(uint16_t etherType, std::string name) : etherType(etherType), name(std::move(name)) {}
 
     uint16_t GetEtherType() const override { return etherType; }
-    void HandleFrame(std::span<uint8_t>, uint16_t) override {}
+    void HandleFrame(std::span<const uint8_t>, uint16_t) override {}
 
     void AddControlOptions(boost::program_options::options_description& options) override {
         ++timesAsked;

@@ -21,7 +21,7 @@ public:
     I2Switch* owner = nullptr;
 
     uint16_t GetEtherType() const override { return etherType; }
-    void HandleFrame(std::span<uint8_t> frame, uint16_t type) override {
+    void HandleFrame(std::span<const uint8_t> frame, uint16_t type) override {
         frames.emplace_back(frame.begin(), frame.end());
         Note(type == etherType ? "frame" : "foreign frame");
     }

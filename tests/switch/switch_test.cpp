@@ -92,7 +92,7 @@ TEST(Switch, DestroysItsHandlersFirst) {
             events.emplace_back("left");
         }
         uint16_t GetEtherType() const override { return ETHERTYPE_MSRP; }
-        void HandleFrame(std::span<uint8_t>, uint16_t) override {}
+        void HandleFrame(std::span<const uint8_t>, uint16_t) override {}
 
     private:
         Switch& bridge;
