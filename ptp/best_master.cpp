@@ -37,10 +37,10 @@ void BestMasterSelection::BMC(const ReceivedAnnounce& announce) {
     log(LogCategory::PTP, 2, "[SW-PTP] BMC\n");
     const ClockDataset& announced = announce.frame.message.dataset;
     if (announced == ptp.best.dataset) {
-        ptp.state.announceWatchdog = 1;
+        watchdogs.BestClockAnnounced();
         return;
     }
-    if (ptp.state.announceWatchdog < 0) {
+    if (watchdogs.AnnouncingStopped()) {
         ptp.best.dataset = WorstDataset();
         log(LogCategory::PTP, 1, "[SW-PTP] PTP GM clock stopped announcing, resetting master\n");
     }
@@ -65,7 +65,7 @@ void BestMasterSelection::TakeBetter(const ReceivedAnnounce& announce) {
     log(LogCategory::PTP, 1, "[SW-PTP] local clock is worse\n");
     ptp.state.Step(PortStateEvent::FOREIGN_IS_BETTER);
     exporter.SendGrandmasterId();
-    ptp.state.announceWatchdog = 1;
+    watchdogs.BestClockAnnounced();
 }
 
 void BestMasterSelection::TakeWorse() {
@@ -77,15 +77,27 @@ void BestMasterSelection::TakeWorse() {
     exporter.SendGrandmasterId();
 }
 
-void BestMasterSelection::EndWait() {
-    if (!ptp.state.Step(PortStateEvent::NO_BETTER_ANNOUNCED)) return;
-    StoreLocal();
-    exporter.SendGrandmasterId();
+void BestMasterSelection::PTPCheckTrafficAction() {
+    log(LogCategory::PTP, 4, "[SW-PTP] PTPCheckTrafficAction\n");
+    if (ptp.state.State() == PortState::SLAVE) return CheckMaster();
+    if (ptp.state.State() == PortState::ANNOUNCE) CheckWait();
 }
 
-void BestMasterSelection::ForgetMaster() {
-    ptp.best = {ptp.local.dataset, ptp.local.identity};
-    ptp.state.Step(PortStateEvent::SYNC_STOPPED);
+// The grandmaster that was told to others stays theirs until another one is selected.
+void BestMasterSelection::CheckMaster() {
+    if (watchdogs.TimeStopped()) {
+        log(LogCategory::PTP, 0, "[SW-PTP] No sync coming in\n");
+        ptp.best = {ptp.local.dataset, ptp.local.identity};
+        ptp.state.Step(PortStateEvent::SYNC_STOPPED);
+    }
+    watchdogs.CheckMaster();
+}
+
+void BestMasterSelection::CheckWait() {
+    watchdogs.CheckWait();
+    if (!watchdogs.WaitIsOver() || !ptp.state.Step(PortStateEvent::NO_BETTER_ANNOUNCED)) return;
+    StoreLocal();
+    exporter.SendGrandmasterId();
 }
 
 void BestMasterSelection::StoreForeign(const ReceivedAnnounce& announce) {

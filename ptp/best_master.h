@@ -4,6 +4,7 @@
 #include "ptp/grandmaster_export.h"
 #include "ptp/ptp_instance.h"
 #include "ptp/received_announce.h"
+#include "ptp/watchdogs.h"
 
 namespace norvad {
 
@@ -11,18 +12,18 @@ namespace norvad {
 // device to the state that follows.
 class BestMasterSelection {
 public:
-    BestMasterSelection(PTPInstance& ptp, AnnounceSender& announcer, GrandmasterExport& exporter)
-        : ptp(ptp), announcer(announcer), exporter(exporter) {}
+    BestMasterSelection(PTPInstance& ptp, Watchdogs& watchdogs, AnnounceSender& announcer, GrandmasterExport& exporter)
+        : ptp(ptp), watchdogs(watchdogs), announcer(announcer), exporter(exporter) {}
 
     void BMC(const ReceivedAnnounce& announce);
 
-    // Nobody better was announced while this clock waited: it becomes grandmaster, when its time is over.
-    void EndWait();
-
-    // The master fell silent: the local clock is the best one known until another is announced.
-    void ForgetMaster();
+    // Every 2000 ms: a slave whose master fell silent gives it up, a clock that bids to be grandmaster becomes it when
+    // nobody better has turned up.
+    void PTPCheckTrafficAction();
 
 private:
+    void CheckMaster();
+    void CheckWait();
     void TakeBetter(const ReceivedAnnounce& announce);
     void TakeWorse();
     void StoreForeign(const ReceivedAnnounce& announce);
@@ -30,6 +31,7 @@ private:
     void StorePath(const ReceivedAnnounce& announce);
 
     PTPInstance& ptp;
+    Watchdogs& watchdogs;
     AnnounceSender& announcer;
     GrandmasterExport& exporter;
 };

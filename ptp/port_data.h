@@ -41,6 +41,13 @@ struct PTPPortData {
         rateWindowStarted = false;
         neighborRateRatio = 1.0;
     }
+
+    // A switch of the port state: the link is measured anew and a Sync awaited; the exchange under way goes on.
+    void StateSwitched() {
+        meanLinkDelay = 0;
+        syncSequenceId = 0xFFFFFFFF;
+        RestartRateWindow();
+    }
 };
 
 }  // namespace norvad

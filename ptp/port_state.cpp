@@ -71,14 +71,7 @@ bool PortStateMachine::Step(PortStateEvent event) {
 
 void PortStateMachine::SwitchTo(PortState next) {
     log(LogCategory::PTP, 1, "[SW-PTP] switching to state %s\n", stateNames[static_cast<size_t>(next)]);
-    syncWatchdog = 1;
-    announceWait = 1;
-    bigOffsetCount = 2;  // one large offset is enough now: the first one steps the clock
-    for (PTPPortData& port : ports) {
-        port.meanLinkDelay = 0;
-        port.syncSequenceId = 0xFFFFFFFF;
-        port.RestartRateWindow();
-    }
+    onSwitch();
     state = next;
 }
 

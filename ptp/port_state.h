@@ -2,9 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
-#include "ptp/port_data.h"
+#include <functional>
+#include <utility>
 
 namespace norvad {
 
@@ -25,11 +24,14 @@ enum class PortStateEvent : uint8_t {
 };
 inline constexpr size_t portStateEventCount = 8;
 
-// The state and the counters that every switch starts anew.
+// Holds the state of the device and moves it by events; tells of every switch, since much starts anew with a state.
 class PortStateMachine {
 public:
     // With noGM the device never bids to become grandmaster.
-    PortStateMachine(std::vector<PTPPortData>& ports, bool noGM) : ports(ports), noGM(noGM) {}
+    explicit PortStateMachine(bool noGM) : noGM(noGM) {}
+
+    // The action runs at every switch, also to the same state, right before the new state holds.
+    void OnSwitch(std::function<void()> action) { onSwitch = std::move(action); }
 
     PortState State() const { return state; }
     bool MayBecomeGrandmaster() const { return !noGM; }
@@ -40,16 +42,11 @@ public:
     // Does what the event asks for in this state; true when that was a switch.
     bool Step(PortStateEvent event);
 
-    int32_t syncWatchdog = 0;      // 1 at every Follow_Up accepted, one less at every traffic check
-    int32_t announceWatchdog = 0;  // 1 at every Announce that repeats the best clock, one less at every check
-    int32_t announceWait = 0;      // traffic checks left before this clock takes over
-    int32_t bigOffsetCount = 0;    // Follow_Ups in a row that were too far off to steer
-
 private:
     void SwitchTo(PortState next);
 
-    std::vector<PTPPortData>& ports;
     bool noGM;
+    std::function<void()> onSwitch = [] {};
     PortState state = PortState::INITIALIZING;
 };
 

@@ -19,14 +19,25 @@
 #include "ptp/slave_clock.h"
 #include "ptp/sync_master.h"
 #include "ptp/sync_receiver.h"
-#include "ptp/traffic_check.h"
+#include "ptp/watchdogs.h"
 
 namespace norvad {
 
 struct PTPHandler::Parts {
     Parts(I4PTP& clock, I4DSASocket& socket, const MacAddress& macAddress, const PtpSettings& settings,
           std::unique_ptr<GrandmasterOutput> output)
-        : output(std::move(output)), instance(clock, socket, macAddress, settings) {}
+        : output(std::move(output)), instance(clock, socket, macAddress, settings) {
+        instance.state.OnSwitch([this] { StartAnew(); });
+    }
+    Parts(const Parts&) = delete;
+    Parts& operator=(const Parts&) = delete;
+
+    // What was counted and measured in one state says nothing in the next.
+    void StartAnew() {
+        watchdogs.StateSwitched();
+        slave.StateSwitched();
+        for (PTPPortData& port : instance.ports) port.StateSwitched();
+    }
 
     std::unique_ptr<GrandmasterOutput> output;
     PTPInstance instance;
@@ -34,12 +45,13 @@ struct PTPHandler::Parts {
     PeerDelayInitiator initiator{instance, asCapable};
     PeerDelayResponder responder{instance};
     ClockServo servo{instance.clock};
-    SlaveClock slave{servo, instance.state.bigOffsetCount};
-    SyncReceiver receiver{instance, slave};
+    SlaveClock slave{servo};
+    Watchdogs watchdogs;
+    SyncReceiver receiver{instance, slave, watchdogs};
     SyncMaster master{instance};
     AnnounceSender announcer{instance};
     GrandmasterExport exporter{instance, *output};
-    BestMasterSelection selection{instance, announcer, exporter};
+    BestMasterSelection selection{instance, watchdogs, announcer, exporter};
     SignalingReceiver signaling{instance};
     PTPControl control{instance, asCapable, announcer, servo, receiver};
 };
@@ -52,7 +64,7 @@ public:
           actions{Every(125, 5, [&parts] { parts.master.PTPSyncAction(); }),
                   Every(1000, 50, [&parts] { parts.initiator.PTPPDelayAction(); }),
                   Every(1000, 50, [&parts] { parts.announcer.PTPAnnounceAction(); }),
-                  Every(2000, 0, [&parts] { PTPCheckTrafficAction(parts.instance, parts.selection); })} {}
+                  Every(2000, 0, [&parts] { parts.selection.PTPCheckTrafficAction(); })} {}
     Timers(const Timers&) = delete;
     Timers& operator=(const Timers&) = delete;
     ~Timers() {

@@ -23,7 +23,7 @@ struct PTPInstance {
           local(MakeLocalClock(ClockIdentityOf(macAddress), settings)),
           best{local.dataset, local.identity},
           ports(socket.GetMaxPorts()),
-          state(ports, settings.ptpNoGM) {}
+          state(settings.ptpNoGM) {}
     PTPInstance(const PTPInstance&) = delete;
     PTPInstance& operator=(const PTPInstance&) = delete;
 

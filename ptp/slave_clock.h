@@ -16,18 +16,20 @@ struct MasterTime {
 // The own clock while it follows a master: steered when it is near, stepped when it is far off twice in a row.
 class SlaveClock {
 public:
-    // bigOffsetCount is the counter that a switch of the port state sets.
-    SlaveClock(ClockServo& servo, int32_t& bigOffsetCount) : servo(servo), bigOffsetCount(bigOffsetCount) {}
+    explicit SlaveClock(ClockServo& servo) : servo(servo) {}
 
     void Follow(const MasterTime& master);
+
+    // A switch of the port state: the first large offset now steps the clock.
+    void StateSwitched() { bigOffsetCount = 2; }
 
 private:
     void TakeBigOffset(const MasterTime& master);
     void CountInSync(int64_t offset);
 
     ClockServo& servo;
-    int32_t& bigOffsetCount;
-    int32_t inSyncCount = 0;
+    int32_t bigOffsetCount = 0;  // in a row
+    int32_t inSyncCount = 0;     // in a row; stops behind the one that acquires
 };
 
 }  // namespace norvad

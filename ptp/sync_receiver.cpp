@@ -39,7 +39,7 @@ void SyncReceiver::HandleFollowUp(uint8_t port, const Framed<FollowUpMessage>& f
         log(LogCategory::PTP, 1, "[SW-PTP] FOLLOWUP message from unknown clock\n");
         return;
     }
-    ptp.state.syncWatchdog = 1;
+    watchdogs.TimeArrived();
     if (ptp.state.State() != PortState::SLAVE) return;
     const uint32_t syncSequenceId = ptp.ports.at(port).syncSequenceId;
     if (header.sequenceId != syncSequenceId) {

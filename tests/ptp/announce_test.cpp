@@ -285,6 +285,26 @@ TEST_F(Announce, SecondCheckWithoutABetterClockMakesAMaster) {
     EXPECT_EQ(kept.messages.at(0).pathCount, 1);
 }
 
+TEST_F(Announce, EverySwitchStartsTheWaitAnew) {
+    Enter("ANNOUNCE");
+    PassChecks(1);
+    Control({"-m", "200"});
+    PassChecks(1);
+    EXPECT_EQ(State(), "ANNOUNCE");
+    PassChecks(1);
+    EXPECT_EQ(State(), "MASTER");
+}
+
+TEST_F(Announce, EverySwitchGivesTheMasterThreeChecksAnew) {
+    Enter("SLAVE");
+    PassChecks(2);
+    Handle(AnnounceFrom(0, peer, DatasetOf(99, peer)));
+    PassChecks(2);
+    EXPECT_EQ(State(), "SLAVE");
+    PassChecks(1);
+    EXPECT_EQ(State(), "LISTENING");
+}
+
 TEST_F(Announce, ListenerWaitsForEver) {
     PassChecks(10);
     EXPECT_EQ(State(), "LISTENING");

@@ -190,6 +190,13 @@ TEST_F(PeerDelay, CompleteExchangeMakesThePortAsCapableAndShowsItsDelay) {
     EXPECT_EQ(ShownDelay(0), 400);
 }
 
+TEST_F(PeerDelay, EverySwitchOfTheStateStartsTheDelaysAnew) {
+    for (int exchange = 0; exchange < 3; ++exchange) RunExchange(1, 700);
+    ASSERT_EQ(ShownDelay(1), 700);
+    BecomeSlave();
+    EXPECT_EQ(ShownDelay(1), 0);
+}
+
 TEST_F(PeerDelay, CapableIsLoggedOnceAndDecidedAfterEveryExchange) {
     RunExchange(0, 400);
     RunExchange(0, 400);

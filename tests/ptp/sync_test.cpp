@@ -374,8 +374,9 @@ protected:
     FakePtpSwitch fake;
     PTPInstance ptp{fake, fake, {1, 2, 3, 4, 5, 6}, {}};
     ClockServo servo{fake};
-    SlaveClock slave{servo, ptp.state.bigOffsetCount};
-    SyncReceiver receiver{ptp, slave};
+    SlaveClock slave{servo};
+    Watchdogs watchdogs;
+    SyncReceiver receiver{ptp, slave, watchdogs};
 };
 
 TEST_F(Receiver, LinkDelayCountsForTheOffsetAndTheRelay) {
