@@ -129,7 +129,7 @@ struct PdelayRespFollowUpMessage {
 static_assert(sizeof(PdelayRespFollowUpMessage) == 54);
 
 // Stands behind a Pdelay_Resp_Follow_Up, outside its messageLength, and marks the sender as a bridge of the same
-// make. The used mark replaces it in a receive buffer once it has been seen.
+// make.
 using SameMakeTrailer = std::array<uint8_t, 5>;
 inline constexpr SameMakeTrailer sameMakeTrailer{'O', 'R', 'L', 'A', 0};
 
