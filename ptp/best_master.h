@@ -1,9 +1,8 @@
 #pragma once
 
-#include "ptp/announce_sender.h"
+#include "ptp/announce.h"
 #include "ptp/grandmaster_export.h"
 #include "ptp/ptp_instance.h"
-#include "ptp/received_announce.h"
 #include "ptp/watchdogs.h"
 
 namespace norvad {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <iosfwd>
 
-#include "ptp/announce_sender.h"
+#include "ptp/announce.h"
 #include "ptp/as_capable.h"
 #include "ptp/clock_servo.h"
 #include "ptp/ptp_instance.h"

@@ -5,8 +5,7 @@
 
 #include "base/log.h"
 #include "base/timer_service.h"
-#include "ptp/announce_relay.h"
-#include "ptp/announce_sender.h"
+#include "ptp/announce.h"
 #include "ptp/as_capable.h"
 #include "ptp/best_master.h"
 #include "ptp/clock_servo.h"

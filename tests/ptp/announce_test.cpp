@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "ptp/received_announce.h"
+#include "ptp/announce.h"
 #include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
 
