@@ -7,7 +7,7 @@
 #include "ptp/as_capable.h"
 #include "ptp/clock_servo.h"
 #include "ptp/ptp_instance.h"
-#include "ptp/sync_receiver.h"
+#include "ptp/sync.h"
 
 namespace boost::program_options {
 class options_description;

@@ -16,8 +16,7 @@
 #include "ptp/ptp_instance.h"
 #include "ptp/signaling.h"
 #include "ptp/slave_clock.h"
-#include "ptp/sync_master.h"
-#include "ptp/sync_receiver.h"
+#include "ptp/sync.h"
 #include "ptp/watchdogs.h"
 
 namespace norvad {

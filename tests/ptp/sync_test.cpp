@@ -2,8 +2,7 @@
 
 #include <limits>
 
-#include "ptp/sync_master.h"
-#include "ptp/sync_receiver.h"
+#include "ptp/sync.h"
 #include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
 
