@@ -5,8 +5,8 @@
 
 #include "ptp/announce.h"
 #include "ptp/as_capable.h"
-#include "ptp/clock_servo.h"
 #include "ptp/ptp_instance.h"
+#include "ptp/slave_clock.h"
 #include "ptp/sync.h"
 
 namespace boost::program_options {

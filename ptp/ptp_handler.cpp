@@ -8,7 +8,6 @@
 #include "ptp/announce.h"
 #include "ptp/as_capable.h"
 #include "ptp/best_master.h"
-#include "ptp/clock_servo.h"
 #include "ptp/grandmaster_export.h"
 #include "ptp/peer_delay_initiator.h"
 #include "ptp/peer_delay_responder.h"

@@ -1,10 +1,9 @@
-#include "ptp/clock_servo.h"
+#include "ptp/slave_clock.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "ptp/slave_clock.h"
 #include "tests/ptp/ptp_fixture.h"
 
 namespace norvad::test {
