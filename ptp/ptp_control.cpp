@@ -3,10 +3,11 @@
 #include <boost/program_options/options_description.hpp>
 #include <boost/program_options/value_semantic.hpp>
 #include <boost/program_options/variables_map.hpp>
+#include <cmath>
+#include <cstdio>
 #include <ostream>
 
 #include "base/log.h"
-#include "ptp/status_line.h"
 
 namespace norvad {
 
@@ -14,7 +15,47 @@ namespace {
 
 constexpr int32_t largestPriority1 = 255;
 
+const char* StateText(PortState state) {
+    switch (state) {
+        case PortState::INITIALIZING:
+            return "INITIALIZING:";
+        case PortState::LISTENING:
+            return "LISTENING:";
+        case PortState::ANNOUNCE:
+            return "ANNOUNCE:";
+        case PortState::SLAVE:
+            return "SLAVE:";
+        case PortState::MASTER:
+            break;
+    }
+    return "MASTER:";
+}
+
+void PrintIdentity(const ClockIdentity& identity, std::ostream& answer) {
+    for (const uint8_t byte : identity) {
+        char digits[3];
+        (void)snprintf(digits, sizeof(digits), "%02x", byte);
+        answer << digits;
+    }
+}
+
 }  // namespace
+
+void PrintStatusLine(const PTPStatus& status, std::ostream& answer) {
+    const uint16_t stepsRemoved = status.best.dataset.stepsRemoved;
+    answer << "ST:" << StateText(status.state) << "MC:0x";
+    PrintIdentity(status.best.dataset.grandmasterIdentity, answer);
+    answer << ":LC:0x";
+    PrintIdentity(status.best.sender, answer);
+    // 255, not 256: readers of the line undo it, and below 256 steps it makes no difference.
+    answer << ":SR:" << (stepsRemoved >> 8) * 255 + (stepsRemoved & 0xFF) << ":";
+    answer << "PD0:" << status.linkDelay[0] << "ns:PD1:" << status.linkDelay[1] << "ns:";
+    answer << "AD:" << status.filteredOffset << "ns:";
+    answer << "RMS:" << std::sqrt(static_cast<double>(status.filteredSquare)) << ":";
+    answer << "RR0:" << status.neighborRateRatio[0] - 1 << ":RR1:" << status.neighborRateRatio[1] - 1 << ":";
+    answer << "CRR:" << status.cumulativeRateRatioOffset << ":";
+    answer << "w:" << status.windowMode << std::endl;
+}
 
 void PTPControl::AddOptions(boost::program_options::options_description& options) {
     using boost::program_options::value;
