@@ -1,10 +1,8 @@
 #include "ptp/ptp_handler.h"
 
-#include <array>
 #include <utility>
 
 #include "base/log.h"
-#include "base/timer_service.h"
 #include "ptp/announce.h"
 #include "ptp/as_capable.h"
 #include "ptp/best_master.h"
@@ -53,33 +51,13 @@ struct PTPHandler::Parts {
     PTPControl control{instance, asCapable, announcer, servo, receiver};
 };
 
-// The four periodic actions, for as long as the handler lives.
-class PTPHandler::Timers {
-public:
-    Timers(TimerService& service, Parts& parts)
-        : service(service),
-          actions{Every(125, 5, [&parts] { parts.master.PTPSyncAction(); }),
-                  Every(1000, 50, [&parts] { parts.initiator.PTPPDelayAction(); }),
-                  Every(1000, 50, [&parts] { parts.announcer.PTPAnnounceAction(); }),
-                  Every(2000, 0, [&parts] { parts.selection.PTPCheckTrafficAction(); })} {}
-    Timers(const Timers&) = delete;
-    Timers& operator=(const Timers&) = delete;
-    ~Timers() {
-        for (Timer* timer : actions) service.cancel(timer);
-    }
-
-private:
-    template <typename Action>
-    Timer* Every(uint32_t intervalMs, uint32_t jitterMs, Action action) {
-        return service.addPeriodicTimer(
-            intervalMs, intervalMs, jitterMs, [action](uint32_t) { action(); }, 0);
-    }
-
-    TimerService& service;
-    std::array<Timer*, 4> actions;
-};
-
 namespace {
+
+template <typename Action>
+ScopedTimer Every(TimerService& service, uint32_t intervalMs, uint32_t jitterMs, Action action) {
+    return {service, service.addPeriodicTimer(
+                         intervalMs, intervalMs, jitterMs, [action](uint32_t) { action(); }, 0)};
+}
 
 // Hands the frame on when it holds the whole message.
 template <WireRecord Message, typename Action>
@@ -97,7 +75,10 @@ bool IsValid(const PTPHeader& header) {
 PTPHandler::PTPHandler(I4PTP& clock, I4DSASocket& socket, TimerService& timers, const uint8_t* macAddress,
                        const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output)
     : parts(std::make_unique<Parts>(clock, socket, MacAddressAt(macAddress), settings, std::move(output))),
-      timers(std::make_unique<Timers>(timers, *parts)) {
+      actions{Every(timers, 125, 5, [this] { parts->master.PTPSyncAction(); }),
+              Every(timers, 1000, 50, [this] { parts->initiator.PTPPDelayAction(); }),
+              Every(timers, 1000, 50, [this] { parts->announcer.PTPAnnounceAction(); }),
+              Every(timers, 2000, 0, [this] { parts->selection.PTPCheckTrafficAction(); })} {
     parts->instance.state.Step(PortStateEvent::START);
 }
 

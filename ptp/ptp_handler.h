@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
 #include <span>
 
+#include "base/timer_service.h"
 #include "ptp/ptp_settings.h"
 #include "switch/proto_handler.h"
 
@@ -13,7 +15,6 @@ namespace norvad {
 class GrandmasterOutput;
 class I4DSASocket;
 class I4PTP;
-class TimerService;
 
 // gPTP (IEEE 802.1AS) on the external ports: measures the links, follows or is the grandmaster, and hands time on.
 class PTPHandler final : public ProtoHandler {
@@ -34,13 +35,12 @@ public:
 
 private:
     struct Parts;
-    class Timers;
 
     void Dispatch(uint8_t port, std::span<const uint8_t> frame);
     void HandleAnnounceMessage(uint8_t port, std::span<const uint8_t> frame);
 
     std::unique_ptr<Parts> parts;
-    std::unique_ptr<Timers> timers;
+    std::array<ScopedTimer, 4> actions;  // the periodic ones
 };
 
 }  // namespace norvad
