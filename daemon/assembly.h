@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "ptp/ptp_settings.h"
+#include "ptp/clocks.h"
 
 namespace norvad {
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "daemon/pid_file.h"
-#include "ptp/ptp_settings.h"
+#include "ptp/clocks.h"
 
 namespace norvad {
 

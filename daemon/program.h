@@ -2,7 +2,7 @@
 
 #include <boost/function.hpp>
 
-#include "ptp/ptp_settings.h"
+#include "ptp/clocks.h"
 
 namespace norvad {
 

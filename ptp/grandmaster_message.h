@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "ptp/local_clock.h"
+#include "ptp/clocks.h"
 
 namespace norvad {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "ptp/clock_identity.h"
+#include "ptp/clocks.h"
 #include "ptp/grandmaster_message.h"
 
 namespace norvad {

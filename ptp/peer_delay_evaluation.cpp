@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "base/log.h"
-#include "ptp/saturate.h"
+#include "ptp/time_arithmetic.h"
 
 namespace norvad {
 
@@ -18,13 +18,6 @@ constexpr double largestRateOffset = 0.000974;
 // Stamps wrap around; the difference of two is signed.
 double Elapsed(uint64_t from, uint64_t to) {
     return static_cast<double>(static_cast<int64_t>(to - from));
-}
-
-uint32_t High(uint64_t value) {
-    return static_cast<uint32_t>(value >> 32);
-}
-uint32_t Low(uint64_t value) {
-    return static_cast<uint32_t>(value);
 }
 
 void UpdateRateRatio(uint8_t port, PTPPortData& data, const ResponseTimes& response, int32_t windowMode) {

@@ -7,7 +7,7 @@
 #include <span>
 
 #include "base/timer_service.h"
-#include "ptp/ptp_settings.h"
+#include "ptp/clocks.h"
 #include "switch/proto_handler.h"
 
 namespace norvad {

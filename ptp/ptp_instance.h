@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "base/mac_address.h"
+#include "ptp/clocks.h"
 #include "ptp/grandmaster_message.h"
-#include "ptp/local_clock.h"
 #include "ptp/port_data.h"
 #include "ptp/port_state.h"
-#include "ptp/ptp_settings.h"
+#include "ptp/ptp_messages.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_ptp.h"
 

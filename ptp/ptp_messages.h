@@ -2,14 +2,12 @@
 
 #include <array>
 #include <boost/endian/arithmetic.hpp>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "base/mac_address.h"
 #include "base/wire.h"
-#include "ptp/clock_identity.h"
+#include "ptp/clocks.h"
 #include "switch/cpu_tag.h"
 
 namespace norvad {
@@ -132,26 +130,6 @@ static_assert(sizeof(PdelayRespFollowUpMessage) == 54);
 // make.
 using SameMakeTrailer = std::array<uint8_t, 5>;
 inline constexpr SameMakeTrailer sameMakeTrailer{'O', 'R', 'L', 'A', 0};
-
-// What clocks are compared by, in the order of the comparison and of the Announce message.
-struct ClockDataset {
-    uint8_t priority1;
-    uint8_t clockClass;
-    uint8_t clockAccuracy;
-    boost::endian::big_uint16_t offsetScaledLogVariance;
-    uint8_t priority2;
-    ClockIdentity grandmasterIdentity;
-    boost::endian::big_uint16_t stepsRemoved;
-};
-static_assert(sizeof(ClockDataset) == 16 && alignof(ClockDataset) == 1);
-
-// Byte by byte; the smaller clock is the better one.
-inline std::strong_ordering operator<=>(const ClockDataset& left, const ClockDataset& right) {
-    return std::memcmp(&left, &right, sizeof(ClockDataset)) <=> 0;
-}
-inline bool operator==(const ClockDataset& left, const ClockDataset& right) {
-    return std::is_eq(left <=> right);
-}
 
 // Up to the path trace, whose lengthField / 8 clock identities stand behind.
 struct AnnounceMessage {

@@ -1,6 +1,7 @@
 #include "ptp/slave_clock.h"
 
 #include "base/log.h"
+#include "ptp/time_arithmetic.h"
 
 namespace norvad {
 
@@ -14,13 +15,6 @@ constexpr uint32_t proportionalGain = 512;
 constexpr int64_t largestSteeredOffset = 200'000;
 constexpr int64_t largestInSyncOffset = 499;
 constexpr int32_t acquiringCount = 8;
-
-uint32_t High(uint64_t value) {
-    return static_cast<uint32_t>(value >> 32);
-}
-uint32_t Low(uint64_t value) {
-    return static_cast<uint32_t>(value);
-}
 
 bool Within(int64_t offset, int64_t limit) {
     return -limit <= offset && offset <= limit;

@@ -2,7 +2,7 @@
 
 #include "base/log.h"
 #include "ptp/message_builder.h"
-#include "ptp/saturate.h"
+#include "ptp/time_arithmetic.h"
 
 namespace norvad {
 

@@ -10,7 +10,7 @@
 #include "lab/board/board.h"
 #include "lab/network/kept_grandmaster_output.h"
 #include "lab/network/network.h"
-#include "ptp/ptp_settings.h"
+#include "ptp/clocks.h"
 #include "switch/doors.h"
 #include "switch/switch.h"
 

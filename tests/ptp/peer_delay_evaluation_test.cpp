@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
-#include "ptp/saturate.h"
 #include "tests/ptp/ptp_fixture.h"
 
 namespace norvad::test {
@@ -239,17 +237,6 @@ TEST(PeerDelayEvaluation, UnreasonableResultIsReportedWithTheRateInSinglePrecisi
     EvaluateExchange(0, data, runningWindow);
 
     EXPECT_THAT(capture.Text(), testing::HasSubstr("\n\tRateRatio = 1 + -0.000125\n"));
-}
-
-TEST(TruncateTo, CutsTowardZeroAndStopsAtTheEndsOfTheRange) {
-    EXPECT_EQ(TruncateTo<int32_t>(1.9), 1);
-    EXPECT_EQ(TruncateTo<int32_t>(-1.9), -1);
-    EXPECT_EQ(TruncateTo<int32_t>(2147483647.0), 2147483647);
-    EXPECT_EQ(TruncateTo<int32_t>(2147483648.0), std::numeric_limits<int32_t>::max());
-    EXPECT_EQ(TruncateTo<int32_t>(-2147483649.0), std::numeric_limits<int32_t>::min());
-    EXPECT_EQ(TruncateTo<int64_t>(9.3e18), std::numeric_limits<int64_t>::max());
-    EXPECT_EQ(TruncateTo<int64_t>(-std::numeric_limits<double>::infinity()), std::numeric_limits<int64_t>::min());
-    EXPECT_EQ(TruncateTo<int64_t>(std::numeric_limits<double>::quiet_NaN()), 0);
 }
 
 }  // namespace

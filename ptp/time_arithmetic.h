@@ -1,9 +1,18 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace norvad {
+
+// Times and time stamps are 64-bit nanoseconds that wrap around. The log shows them by their halves.
+constexpr uint32_t High(uint64_t value) {
+    return static_cast<uint32_t>(value >> 32);
+}
+constexpr uint32_t Low(uint64_t value) {
+    return static_cast<uint32_t>(value);
+}
 
 // The integer that value truncates to; the nearest end of the range beyond it, and 0 for what is no number.
 template <typename Integer>
