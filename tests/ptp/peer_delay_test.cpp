@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "ptp/peer_delay_initiator.h"
+#include "ptp/peer_delay.h"
 #include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
 
