@@ -18,7 +18,7 @@
 #include "base/timer_service.h"
 #include "base/wire.h"
 #include "lab/network/stepped_clock.h"
-#include "ptp/grandmaster_output.h"
+#include "ptp/grandmaster_export.h"
 #include "ptp/message_builder.h"
 #include "ptp/ptp_handler.h"
 #include "switch/i4_dsa_socket.h"

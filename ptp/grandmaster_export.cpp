@@ -6,8 +6,8 @@ namespace norvad {
 
 void GrandmasterExport::SendGrandmasterId() {
     log(LogCategory::PTP, 1, "[SW-PTP] SendGrandmasterId\n");
-    output.WriteIdentity(ptp.best.dataset.grandmasterIdentity);
-    if (ptp.grandmaster.clockNumber != 0) output.Send(ptp.grandmaster);
+    output.WriteIdentity(best.dataset.grandmasterIdentity);
+    if (grandmaster.clockNumber != 0) output.Send(grandmaster);
 }
 
 }  // namespace norvad

@@ -44,7 +44,7 @@ struct PTPHandler::Parts {
     SyncReceiver receiver{instance, slave, watchdogs};
     SyncMaster master{instance};
     AnnounceSender announcer{instance};
-    GrandmasterExport exporter{instance, *output};
+    GrandmasterExport exporter{instance.best, instance.grandmaster, *output};
     BestMasterSelection selection{instance, watchdogs, announcer, exporter};
     SignalingReceiver signaling{instance};
     PTPControl control{instance, asCapable, announcer, servo, receiver};

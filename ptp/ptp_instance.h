@@ -5,7 +5,7 @@
 
 #include "base/mac_address.h"
 #include "ptp/clocks.h"
-#include "ptp/grandmaster_message.h"
+#include "ptp/grandmaster_export.h"
 #include "ptp/port_data.h"
 #include "ptp/port_state.h"
 #include "ptp/ptp_messages.h"

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "ptp/grandmaster_message.h"
+#include "ptp/grandmaster_export.h"
 
 namespace norvad::reader {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "ptp/grandmaster_output.h"
+#include "ptp/grandmaster_export.h"
 
 namespace norvad::test {
 

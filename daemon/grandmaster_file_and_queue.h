@@ -2,18 +2,9 @@
 
 #include <string>
 
-#include "ptp/clocks.h"
-#include "ptp/grandmaster_message.h"
+#include "ptp/grandmaster_export.h"
 
 namespace norvad {
-
-// Where other programs on this machine learn of the grandmaster.
-class GrandmasterOutput {
-public:
-    virtual ~GrandmasterOutput() = default;
-    virtual void WriteIdentity(const ClockIdentity& identity) = 0;
-    virtual void Send(const GrandmasterMessage& message) = 0;
-};
 
 // A file with the 8 bytes of the identity in wire order, and a message queue that its reader has made. Failures are
 // reported and forgotten; a file that cannot be opened is not even reported.

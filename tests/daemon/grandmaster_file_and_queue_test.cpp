@@ -1,6 +1,7 @@
-#include "ptp/grandmaster_output.h"
+#include "daemon/grandmaster_file_and_queue.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -11,13 +12,16 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
-#include "ptp/grandmaster_export.h"
-#include "tests/ptp/ptp_fixture.h"
+#include "daemon/standard_log.h"
+#include "lab/network/stepped_clock.h"
+#include "tests/support/captured_log.h"
 
 namespace norvad::test {
 
@@ -97,6 +101,8 @@ TEST_F(FileAndQueue, WriteThatTakesNothingIsReported) {
     EXPECT_EXIT(
         {
             dup2(STDERR_FILENO, STDOUT_FILENO);
+            const SteppedClock clock;
+            const StandardLog standard(clock);
             output.WriteIdentity({});
             LetWritesTakeNothing();
             output.WriteIdentity({1, 2, 3, 4, 5, 6, 7, 8});
@@ -108,9 +114,9 @@ TEST_F(FileAndQueue, WriteThatTakesNothingIsReported) {
 
 TEST_F(FileAndQueue, FileThatCannotBeOpenedIsPassedOverInSilence) {
     std::filesystem::remove_all(directory);
-    CapturedLog capture(LogCategory::PTP, 5);
+    CapturedLog captured(LogCategory::PTP, 5);
     output.WriteIdentity({});
-    EXPECT_EQ(capture.Text(), "");
+    EXPECT_THAT(captured.Lines(), testing::IsEmpty());
 }
 
 TEST_F(FileAndQueue, MessageTravelsWholeWithItsPriority) {
@@ -146,10 +152,11 @@ TEST_F(FileAndQueue, MissingQueueIsReportedEachTimeAndNotMade) {
 }
 
 TEST_F(FileAndQueue, EveryExportReportsTheMissingQueueAndStillWritesTheFile) {
-    FakePtpSwitch fake;
-    PTPInstance ptp{fake, fake, {0x00, 0x11, 0x22, 0x33, 0x44, 0x55}, {}};
-    ptp.grandmaster.clockNumber = 1;
-    GrandmasterExport exporter(ptp, output);
+    BestMaster best{};
+    best.dataset.grandmasterIdentity = {0x00, 0x11, 0x22, 0xFF, 0xFE, 0x33, 0x44, 0x55};
+    GrandmasterMessage message;
+    message.clockNumber = 1;
+    GrandmasterExport exporter(best, message, output);
 
     for (int count = 1; count <= 2; ++count) {
         std::filesystem::remove(FileName());

@@ -1,4 +1,4 @@
-#include "ptp/grandmaster_output.h"
+#include "daemon/grandmaster_file_and_queue.h"
 
 #include <fcntl.h>
 #include <mqueue.h>
