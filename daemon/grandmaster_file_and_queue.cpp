@@ -1,7 +1,6 @@
 #include "daemon/grandmaster_file_and_queue.h"
 
 #include <fcntl.h>
-#include <mqueue.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +10,7 @@
 
 #include "base/file_descriptor.h"
 #include "base/log.h"
+#include "base/message_queue.h"
 
 namespace norvad {
 
@@ -18,25 +18,6 @@ namespace {
 
 constexpr mode_t fileMode = 0644;
 constexpr unsigned messagePriority = 16;
-
-// A message queue open for sending. A full one costs the message: its reader must not hold the daemon up.
-class SendQueue {
-public:
-    explicit SendQueue(const char* name) : descriptor(mq_open(name, O_WRONLY | O_NONBLOCK | O_CLOEXEC)) {}
-    SendQueue(const SendQueue&) = delete;
-    SendQueue& operator=(const SendQueue&) = delete;
-    ~SendQueue() {
-        if (IsOpen()) mq_close(descriptor);
-    }
-
-    bool IsOpen() const { return descriptor >= 0; }
-    void Send(const GrandmasterMessage& message) const {
-        (void)mq_send(descriptor, reinterpret_cast<const char*>(&message), sizeof(message), messagePriority);
-    }
-
-private:
-    mqd_t descriptor;
-};
 
 }  // namespace
 
@@ -51,12 +32,13 @@ void GrandmasterFileAndQueue::WriteIdentity(const ClockIdentity& identity) {
 }
 
 void GrandmasterFileAndQueue::Send(const GrandmasterMessage& message) {
-    const SendQueue queue(queueName.c_str());
+    const MessageQueue queue = MessageQueue::Open(queueName, O_WRONLY | O_NONBLOCK);
     if (!queue.IsOpen()) {
         (void)fprintf(stderr, "[Switch] open PTP mq failed: %s\n", strerror(errno));
         return;
     }
-    queue.Send(message);
+    // A full queue costs the message: its reader must not hold the daemon up.
+    (void)queue.Send({reinterpret_cast<const uint8_t*>(&message), sizeof(message)}, messagePriority);
 }
 
 }  // namespace norvad
