@@ -71,10 +71,6 @@ void MRP::RunAttributeStateMachines(MRPAttribute* attribute, uint8_t port, Event
     if (attribute->state.indication != Event::UNDEFINED) Propagate(*attribute, attribute->state.indication, port);
 }
 
-void MRP::Feed(MRPAttribute& attribute, Event event) {
-    RunAttributeStateMachines(&attribute, attribute.port, ReceiveEvent(static_cast<uint8_t>(event)));
-}
-
 void MRP::ApplyToPort(uint8_t port, Event event) {
     ForEach(port, [&](MRPAttribute& attribute) { RunAttributeStateMachines(&attribute, port, event); });
 }

@@ -40,10 +40,6 @@ public:
     // and Applicant; requests a transmission and calls Propagate, which may remove the attribute, as they ask.
     void RunAttributeStateMachines(MRPAttribute* attribute, uint8_t port, Event event);
 
-    // Runs an event from a neighbour, or a declaration of our own that comes the same way, through the attribute's
-    // machines; anything else is logged and has no effect.
-    void Feed(MRPAttribute& attribute, Event event);
-
     // RunAttributeStateMachines for every attribute of the port, in list order, or for those of one type.
     void ApplyToPort(uint8_t port, Event event);
     void ApplyToType(uint8_t port, uint8_t type, Event event);

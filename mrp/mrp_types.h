@@ -58,8 +58,8 @@ const char* Name(LeaveAllState state);
 const char* Name(TxAction action);
 const char* Name(ListenerDeclaration declaration);  // "UNKNOWN" beyond the four
 
-// The event of a received attribute event, by identity for 0..5 and 8..10 (the application's own NEW, JOIN and
-// LV); anything else logs an error and becomes UNDEFINED.
+// The event of a value from the wire, by identity for 0..5 and 8..10 (the application's own NEW, JOIN and LV);
+// anything else logs an error and becomes UNDEFINED, which has no effect.
 Event ReceiveEvent(uint8_t value);
 
 // Whether the event, received or our own, declares a value and so may introduce one that is not known yet.

@@ -79,9 +79,8 @@ void Advance(DomainFirstValue& value) {
     ++value.srClassPriority;
 }
 
-// The events on the wire have the numbers of the machines' receive events.
 Event ReceivedEvent(const AttributeGetter& vector, uint16_t index) {
-    return static_cast<Event>(vector.ThreePackedEvent(index));
+    return ReceiveEvent(vector.ThreePackedEvent(index));
 }
 
 void Dump(uint8_t port, const TalkerFirstValue& value, const AttributeGetter& vector) {

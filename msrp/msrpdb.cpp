@@ -70,25 +70,25 @@ bool MSRPDB::AddTalker(const TalkerFirstValue& value, Event event, uint8_t port)
     }
     if (known.talker) {
         RenewIdle(*known.talker, value, event);
-        Feed(*known.talker, event);
+        RunAttributeStateMachines(known.talker, port, event);
         return true;
     }
     Talker& added = InsertTalker(WithHopLatency(value), port);
     LogAdd(1, added);
-    Feed(added, event);
+    RunAttributeStateMachines(&added, port, event);
     return true;
 }
 
 bool MSRPDB::AddTalkerFailed(const TalkerFailedFirstValue& value, Event event, uint8_t port) {
     if (TalkerFailed* known = FindTalkerFailed(value.talker.streamId, port)) {
         RenewIdle(*known, value, event);
-        Feed(*known, event);
+        RunAttributeStateMachines(known, port, event);
         return true;
     }
     if (!IsCreating(event)) return true;
     TalkerFailed& added = InsertTalkerFailed(WithHopLatency(value), port);
     LogAdd(1, added);
-    Feed(added, event);
+    RunAttributeStateMachines(&added, port, event);
     return true;
 }
 
@@ -105,7 +105,7 @@ bool MSRPDB::AddListener(const StreamID& id, ListenerDeclaration declaration, Ev
         log(LogCategory::MSRP, 2, "[SW-MSRP] Port(%d) Listener decl type changed to %s\n", port, Name(declaration));
         RunAttributeStateMachines(listener, port, Event::REPROPAGATE);
     }
-    Feed(*listener, event);
+    RunAttributeStateMachines(listener, port, event);
     return true;
 }
 
@@ -116,7 +116,7 @@ bool MSRPDB::AddDomain(const DomainFirstValue& value, Event event, uint8_t port)
         domain = &InsertDomain(value, port);
         LogAdd(1, *domain);
     }
-    Feed(*domain, event);
+    RunAttributeStateMachines(domain, port, event);
     return true;
 }
 

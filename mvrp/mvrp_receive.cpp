@@ -57,7 +57,7 @@ void MVRPHandler::ReadVlans(std::span<const uint8_t> message) {
         auto value = *Peek<VlanFirstValue>(vector.FirstValue());
         for (uint16_t i = 0; i < vector.NumberOfValues(); ++i, ++value.vid) {
             log(LogCategory::MVRP, 2, "[SW-MVRP] REGISTER_VLAN getting attr event %d\n", i);
-            AddVlan(value.vid, static_cast<Event>(vector.ThreePackedEvent(i)), currentPort);
+            AddVlan(value.vid, ReceiveEvent(vector.ThreePackedEvent(i)), currentPort);
         }
     }
 }

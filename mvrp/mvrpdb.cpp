@@ -23,7 +23,7 @@ void MVRPDB::AddVlan(uint16_t vid, Event event, uint8_t port) {
         vlan = &InsertVlan(vid, port);
         LogAdd(*vlan);
     }
-    Feed(*vlan, event);
+    RunAttributeStateMachines(vlan, port, event);
 }
 
 // A VLAN is declared again every second: its registration must outlive a lost frame without waiting for a LeaveAll.

@@ -33,17 +33,17 @@ TEST_F(Participant, TwoJoinsInARowArePropagatedTwice) {
     EXPECT_THAT(mrp.calls, ElementsAre("propagate 5 JOIN 1", "propagate 5 JOIN 1"));
 }
 
-TEST_F(Participant, WhatNoNeighbourCanSendHasNoEffectWhenFed) {
+TEST_F(Participant, WhatNoNeighbourCanSendHasNoEffect) {
     TestAttribute& attribute = mrp.Add(1, 0, 5);
 
     CapturedLog captured(LogCategory::MRP);
-    mrp.Feed(attribute, Event::RLA);
-    mrp.Feed(attribute, Event::FLUSH);
+    mrp.Run(attribute, ReceiveEvent(static_cast<uint8_t>(Event::RLA)));
+    mrp.Run(attribute, ReceiveEvent(static_cast<uint8_t>(Event::FLUSH)));
 
     EXPECT_THAT(captured.Lines(), ElementsAre("Error, invalid RX EVENT 6", "Error, invalid RX EVENT 16"));
     EXPECT_EQ(attribute.state.applicant, ApplicantState::VO);
     EXPECT_THAT(mrp.calls, IsEmpty());
-    mrp.Feed(attribute, Event::RNEW);
+    mrp.Run(attribute, ReceiveEvent(static_cast<uint8_t>(Event::RNEW)));
     EXPECT_THAT(mrp.calls, ElementsAre("propagate 5 NEW 0"));
 }
 

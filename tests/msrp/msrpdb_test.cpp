@@ -232,7 +232,7 @@ TEST_F(MsrpDatabase, AnEventThatIsNotReceivedBecomesNone) {
     database.AddTalker(talker, Event::RNEW, 0);
     database.indications.clear();
     CapturedLog watch(0);
-    database.AddTalker(talker, Event::FLUSH, 0);
+    database.AddTalker(talker, ReceiveEvent(static_cast<uint8_t>(Event::FLUSH)), 0);
 
     EXPECT_THAT(watch.Text(), HasSubstr("Error, invalid RX EVENT 16\n"));
     EXPECT_THAT(database.indications, IsEmpty());

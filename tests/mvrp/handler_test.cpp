@@ -125,7 +125,7 @@ TEST_F(MvrpHandler, AnEventThatNoNeighbourCanSendReachesNoVlan) {
     mvrp.AddVlan(100, Event::JOIN, 0);
 
     CapturedLog captured(LogCategory::MRP);
-    mvrp.AddVlan(100, Event::RLA, 0);
+    mvrp.AddVlan(100, ReceiveEvent(static_cast<uint8_t>(Event::RLA)), 0);
 
     EXPECT_THAT(captured.Lines(), ElementsAre("Error, invalid RX EVENT 6"));
     EXPECT_THAT(VlansOn(0), ElementsAre("100: Applicant VP Registrar MT"));
