@@ -9,6 +9,12 @@
 
 namespace norvad {
 
+// What a neighbour sent, and the port on which it came in: a PDU, or a message that reaches to its end.
+struct ReceivedBytes {
+    uint8_t port;
+    std::span<const uint8_t> bytes;
+};
+
 enum class MessageLayout : uint8_t { WithListLength, WithoutListLength };  // MSRP, MVRP
 
 // Walks the vectors of one received message. Every step is bounded by the bytes that arrived: a vector whose

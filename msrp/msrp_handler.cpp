@@ -2,8 +2,8 @@
 
 #include <cassert>
 
-#include "base/ethertypes.h"
 #include "base/log.h"
+#include "switch/cpu_tag.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_switch.h"
 
@@ -21,12 +21,13 @@ constexpr uint16_t classVid = 2;
 
 MSRPHandler::MSRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers)
     : MSRPDB(timers, socket.GetMaxPorts()),
-      socket(socket),
-      timers(timers),
-      macAddress(MacAddressAt(bridge.GetMacAddress())),
       reservations(bridge),
-      talkers(*this, socket, macAddress),
+      talkers(*this, socket, MacAddressAt(bridge.GetMacAddress())),
       listeners(*this, socket, reservations),
+      receiver(*this, MacAddressAt(bridge.GetMacAddress())),
+      transmitter(*this, socket),
+      control(*this),
+      timers(timers),
       walkTimer(timers.addPeriodicTimer(
           walkIntervalMs, walkIntervalMs, 0, [this](uint32_t) { mf0(); }, 0)) {}
 
@@ -36,6 +37,12 @@ MSRPHandler::~MSRPHandler() {
 
 uint16_t MSRPHandler::GetEtherType() const {
     return ETHERTYPE_MSRP;
+}
+
+void MSRPHandler::HandleFrame(std::span<const uint8_t> frame, uint16_t) {
+    const auto port = TaggedPort(frame);
+    if (!port || *port >= PortCount()) return;
+    receiver.Receive({*port, frame.subspan(taggedHeaderSize)});
 }
 
 void MSRPHandler::PortUp(uint8_t port) {
@@ -72,6 +79,14 @@ void MSRPHandler::PortAvbDown(uint8_t port) {
     log(LogCategory::MSRP, 1, "[SW-MSRP] port %d AVB down\n", port);
 }
 
+void MSRPHandler::AddControlOptions(boost::program_options::options_description& options) {
+    MSRPControl::AddOptions(options);
+}
+
+void MSRPHandler::HandleControlOptions(const boost::program_options::variables_map& values, std::ostream& answer) {
+    control.HandleOptions(values, answer);
+}
+
 void MSRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) {
     switch (attribute.type) {
         case TALKER_ADVERTISE: {
@@ -95,6 +110,10 @@ void MSRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) 
         default:
             log(LogCategory::MSRP, 0, "Propagate request for unknown attribute type %d\n", attribute.type);
     }
+}
+
+void MSRPHandler::TransmitPdu(uint8_t port) {
+    transmitter.Transmit(port);
 }
 
 void MSRPHandler::DeleteAttribute(MRPAttribute& attribute) {

@@ -1,7 +1,6 @@
-// How a port's MRPDU is made.
+#include "msrp/msrp_transmitter.h"
 
 #include "base/log.h"
-#include "msrp/msrp_handler.h"
 #include "switch/cpu_tag.h"
 #include "switch/i4_dsa_socket.h"
 
@@ -28,21 +27,19 @@ constexpr SentMessage sentMessages[] = {
 
 }  // namespace
 
-void MSRPHandler::TransmitPdu(uint8_t port) {
-    const bool leaveAll = TxLeaveAll(port);
-    MRPDUWriter pdu(std::span<uint8_t>(frame).subspan(taggedHeaderSize), MessageLayout::WithListLength);
+void MSRPTransmitter::Transmit(uint8_t port) {
+    const std::span<uint8_t> bytes(frame);
+    MRPDUWriter pdu(bytes.subspan(taggedHeaderSize), MessageLayout::WithListLength);
+    const bool leaveAll = database.TxLeaveAll(port);
     for (const SentMessage& message : sentMessages) {
-        const size_t added = AddMessage(pdu, port, message.type, message.firstValueLength, leaveAll);
+        const size_t added = database.AddMessage(pdu, port, message.type, message.firstValueLength, leaveAll);
         if (added == 0) continue;
         log(LogCategory::MSRP, 1, message.added, static_cast<int>(added));
         if (message.forPort) log(LogCategory::MSRP, 2, message.forPort, port);
     }
     if (pdu.IsEmpty()) return;
 
-    TaggedHeader header{};
-    header.destination = msrpGroupAddress;
-    header.etherType = ETHERTYPE_MSRP;
-    Put(std::span<uint8_t>(frame), 0, header);
+    Put(bytes, 0, TaggedHeader{msrpGroupAddress, {}, {}, ETHERTYPE_MSRP});
     socket.write(port, frame.data(), taggedHeaderSize + pdu.Finish());
 }
 
