@@ -1,19 +1,27 @@
 #include "mvrp/mvrp_handler.h"
 
-#include <boost/program_options.hpp>
-#include <ostream>
-
-#include "base/ethertypes.h"
 #include "base/log.h"
+#include "switch/cpu_tag.h"
 #include "switch/i4_dsa_socket.h"
 
 namespace norvad {
 
 MVRPHandler::MVRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers)
-    : MVRPDB(timers, socket.GetMaxPorts()), socket(socket), bridge(bridge) {}
+    : MVRPDB(timers, socket.GetMaxPorts()),
+      vlans(*this, socket, bridge),
+      receiver(*this),
+      transmitter(*this, socket),
+      control(*this) {}
 
 uint16_t MVRPHandler::GetEtherType() const {
     return ETHERTYPE_MVRP;
+}
+
+void MVRPHandler::HandleFrame(std::span<const uint8_t> frame, uint16_t) {
+    const auto header = Peek<TaggedHeader>(frame);
+    const auto port = TaggedPort(frame);
+    if (!header || !port || *port >= PortCount() || header->destination != mvrpGroupAddress) return;
+    receiver.Receive({*port, frame.subspan(taggedHeaderSize)});
 }
 
 void MVRPHandler::PortUp(uint8_t port) {
@@ -46,16 +54,23 @@ void MVRPHandler::PortAvbDown(uint8_t port) {
 }
 
 void MVRPHandler::AddControlOptions(boost::program_options::options_description& options) {
-    options.add_options()("mvrp,v", "show MVRP entries");
+    MVRPControl::AddOptions(options);
 }
 
 void MVRPHandler::HandleControlOptions(const boost::program_options::variables_map& values, std::ostream& answer) {
-    if (values.count("mvrp") == 0) return;
-    for (uint8_t port = 0; port < PortCount(); ++port) {
-        answer << "Port " << int{port} << "\n";
-        ForEach(port, Vlan::attributeType,
-                [&](MRPAttribute& vlan) { answer << vlan.Text() << " " << StateText(vlan) << "\n"; });
+    control.HandleOptions(values, answer);
+}
+
+void MVRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) {
+    if (attribute.type != Vlan::attributeType) {
+        log(LogCategory::MVRP, 0, "Propagate request for unknown attribute type %d\n", attribute.type);
+        return;
     }
+    vlans.Propagate(static_cast<Vlan&>(attribute), indication);
+}
+
+void MVRPHandler::TransmitPdu(uint8_t port) {
+    transmitter.Transmit(port);
 }
 
 }  // namespace norvad

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 
-#include "mrp/mrpdu.h"
-#include "mrp/propagation.h"
+#include "mvrp/mvrp_control.h"
+#include "mvrp/mvrp_receiver.h"
+#include "mvrp/mvrp_transmitter.h"
 #include "mvrp/mvrpdb.h"
+#include "mvrp/vlan_propagation.h"
 #include "switch/proto_handler.h"
 
 namespace norvad {
@@ -15,7 +16,8 @@ class I4DSASocket;
 class I4Switch;
 
 // The VLAN registration protocol (IEEE 802.1Q, clause 11) on every port of the bridge: what a neighbour registers on a
-// port makes the port a member of the VLAN and is declared on the other ports.
+// port makes the port a member of the VLAN and is declared on the other ports. Wires the parts that do so and hands
+// each frame, transmit opportunity, indication and control request to its part.
 class MVRPHandler final : public ProtoHandler, public MVRPDB {
 public:
     // All three outlive the handler.
@@ -40,19 +42,10 @@ protected:
     void TransmitPdu(uint8_t port) override;
 
 private:
-    // Receive. A message reaches to the end of what arrived.
-    void ReadMessages(uint8_t protocolVersion, std::span<const uint8_t> messages);
-    bool ReadMessage(const MrpShortMessageHeader& header, std::span<const uint8_t> message);
-    void ReadVlans(std::span<const uint8_t> message);
-
-    void ProgramSwitch(const Vlan& vlan, Event indication);
-    void Declare(const Vlan& registered, Event indication, uint8_t port);
-    void Withdraw(const Vlan& registered, uint8_t port);
-
-    I4DSASocket& socket;
-    I4Switch& bridge;
-    uint8_t currentPort = 0;  // where the frame being read came in
-    std::array<uint8_t, MRPDUWriter::bufferSize> frame{};
+    VlanPropagation vlans;
+    MVRPReceiver receiver;
+    MVRPTransmitter transmitter;
+    MVRPControl control;
 };
 
 }  // namespace norvad

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <boost/endian/arithmetic.hpp>
-#include <cstddef>
 #include <cstdint>
 
 #include "base/mac_address.h"
-#include "mrp/mrp_wire.h"
 
 namespace norvad {
 
@@ -19,12 +17,5 @@ struct VlanFirstValue {
     boost::endian::big_uint16_t vid;
 };
 static_assert(sizeof(VlanFirstValue) == 2 && alignof(VlanFirstValue) == 1);
-
-// What a received message of one attribute length is taken to occupy: one vector of at most three values.
-constexpr size_t MvrpMessageSize(uint8_t attributeLength) {
-    constexpr size_t threePackedEvents = 1;
-    return sizeof(MrpShortMessageHeader) + sizeof(MrpVectorHeader) + attributeLength + threePackedEvents +
-           mrpEndMarkSize;
-}
 
 }  // namespace norvad

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "mvrp/mvrpdb.h"
+
+namespace boost::program_options {
+class options_description;
+class variables_map;
+}  // namespace boost::program_options
+
+namespace norvad {
+
+// The control option of MVRP: lists the VLANs.
+class MVRPControl {
+public:
+    explicit MVRPControl(MVRPDB& database) : database(database) {}
+
+    static void AddOptions(boost::program_options::options_description& options);
+    void HandleOptions(const boost::program_options::variables_map& values, std::ostream& answer);
+
+private:
+    MVRPDB& database;
+};
+
+}  // namespace norvad
