@@ -38,13 +38,8 @@ MRP::MRP(TimerService& timers, uint8_t portCount)
       portTimers(
           timers, portCount, [this](uint32_t port) { LeaveAllTimerExpired(static_cast<uint8_t>(port)); },
           [this](uint32_t port) { ApplyToPort(static_cast<uint8_t>(port), Event::PERIODIC); }),
-      leaveTick(timers.addPeriodicTimer(
-          leaveTickMs, leaveTickMs, 0, [this](uint32_t) { LeaveTimerTick(); }, 0)) {}
-
-MRP::~MRP() {
-    timers.cancel(leaveTick);
-    for (PortRecord& record : ports) timers.cancel(record.transmitTimer);
-}
+      leaveTick(timers, timers.addPeriodicTimer(
+                            leaveTickMs, leaveTickMs, 0, [this](uint32_t) { LeaveTimerTick(); }, 0)) {}
 
 MRPAttribute& MRP::Insert(std::unique_ptr<MRPAttribute> attribute, bool periodic) {
     attribute->state.periodic = periodic;
@@ -80,11 +75,11 @@ void MRP::ApplyToType(uint8_t port, uint8_t type, Event event) {
 }
 
 void MRP::RequestTransmit(uint8_t port) {
-    if (port >= ports.size() || ports[port].transmitTimer != nullptr) return;
+    if (port >= ports.size() || ports[port].transmitTimer.IsRunning()) return;
     PortRecord& record = ports[port];
     const uint32_t delayMs = record.pacing.Request(timers.Monotonic());
     const auto expired = [this](uint32_t argument) { TransmitTimerExpired(static_cast<uint8_t>(argument)); };
-    record.transmitTimer = timers.addTimer(delayMs, expired, port);
+    record.transmitTimer = {timers, timers.addTimer(delayMs, expired, port)};
 }
 
 bool MRP::TxLeaveAll(uint8_t port) {
@@ -153,7 +148,7 @@ void MRP::RunAttribute(MRPAttribute& attribute, Event event) {
 
 void MRP::TransmitTimerExpired(uint8_t port) {
     PortRecord& record = ports.at(port);
-    record.transmitTimer = nullptr;
+    record.transmitTimer.Fired();
     TransmitPdu(port);
     if (record.attributes.HasPending()) RequestTransmit(port);
 }

@@ -25,7 +25,7 @@ public:
     MRP(TimerService& timers, uint8_t portCount);
     MRP(const MRP&) = delete;
     MRP& operator=(const MRP&) = delete;
-    virtual ~MRP();
+    virtual ~MRP() = default;
 
     uint8_t PortCount() const { return static_cast<uint8_t>(ports.size()); }
 
@@ -93,7 +93,7 @@ private:
         AttributeLists attributes;
         LeaveAll leaveAll;
         TransmitPacing pacing;
-        Timer* transmitTimer = nullptr;  // runs while a transmit opportunity is pending
+        ScopedTimer transmitTimer;  // runs while a transmit opportunity is pending
     };
 
     void RunLeaveAll(uint8_t port, Event event);
@@ -105,7 +105,7 @@ private:
     TimerService& timers;
     std::vector<PortRecord> ports;
     PerPortTimers portTimers;
-    Timer* leaveTick;
+    ScopedTimer leaveTick;
 };
 
 }  // namespace norvad

@@ -15,18 +15,16 @@ PerPortTimers::PerPortTimers(TimerService& timers, uint8_t portCount, const Time
                              const TimerCallback& periodicExpired)
     : timers(timers) {
     for (uint8_t port = 0; port < portCount; ++port) {
-        leaveAll.push_back(timers.addPeriodicTimer(leaveAllMs, leaveAllMs, leaveAllJitterMs, leaveAllExpired, port));
-        periodic.push_back(timers.addPeriodicTimer(periodicMs, periodicMs, periodicJitterMs, periodicExpired, port));
+        PortTimers& added = ports.emplace_back();
+        added.leaveAll = {timers,
+                          timers.addPeriodicTimer(leaveAllMs, leaveAllMs, leaveAllJitterMs, leaveAllExpired, port)};
+        added.periodic = {timers,
+                          timers.addPeriodicTimer(periodicMs, periodicMs, periodicJitterMs, periodicExpired, port)};
     }
 }
 
-PerPortTimers::~PerPortTimers() {
-    for (Timer* timer : leaveAll) timers.cancel(timer);
-    for (Timer* timer : periodic) timers.cancel(timer);
-}
-
 void PerPortTimers::RestartLeaveAll(uint8_t port) {
-    timers.restart(leaveAll.at(port));
+    timers.restart(ports.at(port).leaveAll.Get());
 }
 
 }  // namespace norvad

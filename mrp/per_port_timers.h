@@ -13,17 +13,18 @@ public:
     // The callbacks get the port.
     PerPortTimers(TimerService& timers, uint8_t portCount, const TimerCallback& leaveAllExpired,
                   const TimerCallback& periodicExpired);
-    PerPortTimers(const PerPortTimers&) = delete;
-    PerPortTimers& operator=(const PerPortTimers&) = delete;
-    ~PerPortTimers();
 
     // A whole interval, with a new jitter, from now on. A port beyond the list throws std::out_of_range.
     void RestartLeaveAll(uint8_t port);
 
 private:
+    struct PortTimers {
+        ScopedTimer leaveAll;
+        ScopedTimer periodic;
+    };
+
     TimerService& timers;
-    std::vector<Timer*> leaveAll;
-    std::vector<Timer*> periodic;
+    std::vector<PortTimers> ports;
 };
 
 }  // namespace norvad

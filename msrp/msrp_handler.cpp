@@ -2,6 +2,7 @@
 
 #include <cassert>
 
+#include "base/ethertypes.h"
 #include "base/log.h"
 #include "switch/cpu_tag.h"
 #include "switch/i4_dsa_socket.h"
@@ -27,13 +28,8 @@ MSRPHandler::MSRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& ti
       receiver(*this, MacAddressAt(bridge.GetMacAddress())),
       transmitter(*this, socket),
       control(*this),
-      timers(timers),
-      walkTimer(timers.addPeriodicTimer(
-          walkIntervalMs, walkIntervalMs, 0, [this](uint32_t) { mf0(); }, 0)) {}
-
-MSRPHandler::~MSRPHandler() {
-    timers.cancel(walkTimer);
-}
+      walkTimer(timers, timers.addPeriodicTimer(
+                            walkIntervalMs, walkIntervalMs, 0, [this](uint32_t) { mf0(); }, 0)) {}
 
 uint16_t MSRPHandler::GetEtherType() const {
     return ETHERTYPE_MSRP;

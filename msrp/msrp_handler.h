@@ -25,7 +25,6 @@ class MSRPHandler final : public ProtoHandler, public MSRPDB {
 public:
     // All three outlive the handler.
     MSRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers);
-    ~MSRPHandler() override;
 
     uint16_t GetEtherType() const override;
     void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) override;
@@ -55,8 +54,7 @@ private:
     MSRPReceiver receiver;
     MSRPTransmitter transmitter;
     MSRPControl control;
-    TimerService& timers;
-    Timer* walkTimer;
+    ScopedTimer walkTimer;
 };
 
 }  // namespace norvad
