@@ -59,6 +59,11 @@ private:
     ListHook typeHook;
 };
 
+// Whether there is a record and the neighbour's registration in it.
+inline bool IsRegistered(const MRPAttribute* record) {
+    return record && record->IsRegistered();
+}
+
 // The machines' states in words, for listings: "Applicant VO Registrar MT".
 std::string StateText(const MRPAttribute& attribute);
 

@@ -12,20 +12,20 @@ namespace norvad {
 enum class SourceChange : uint8_t { Created, Added, Removed };
 
 // Declares a value on one port on behalf of another. present is the value's record on the declaring port, or null; then
-// create() inserts one and returns it. event is NEW or JOIN. report(record, change) is called once, in the order in
-// which the log shows it: after the event for a record that was created, before it for one that was there. Returns the
-// record.
+// create() inserts one and returns it. event is NEW or JOIN. report(record, source, change) is called once, in the
+// order in which the log shows it: after the event for a record that was created, before it for one that was there.
+// Returns the record.
 template <typename Record, typename Create, typename Report>
 Record& DeclareFrom(MRP& mrp, Record* present, uint8_t source, Event event, Create create, Report report) {
     if (!present) {
         Record& created = create();
         created.sources.Add(source);
         mrp.RunAttributeStateMachines(&created, created.port, event);
-        report(created, SourceChange::Created);
+        report(created, source, SourceChange::Created);
         return created;
     }
     present->sources.Add(source);
-    report(*present, SourceChange::Added);
+    report(*present, source, SourceChange::Added);
     mrp.RunAttributeStateMachines(present, present->port, event);
     return *present;
 }
@@ -36,7 +36,7 @@ template <typename Record, typename Report>
 bool WithdrawFrom(MRP& mrp, Record* present, uint8_t source, Report report) {
     if (!present || !present->sources.Contains(source)) return false;
     present->sources.Remove(source);
-    report(*present, SourceChange::Removed);
+    report(*present, source, SourceChange::Removed);
     if (present->IsPropagated()) return false;
     mrp.RunAttributeStateMachines(present, present->port, Event::LV);
     return true;

@@ -10,15 +10,7 @@ namespace norvad {
 namespace {
 
 constexpr int32_t logLevel = 2;
-
-auto ReportFrom(uint8_t source) {
-    return
-        [source](const MRPAttribute& record, SourceChange change) { LogPropagation(logLevel, record, source, change); };
-}
-
-bool IsRegistered(const MRPAttribute* record) {
-    return record && record->IsRegistered();
-}
+constexpr PropagationLog report{logLevel};
 
 }  // namespace
 
@@ -99,7 +91,7 @@ void ListenerPropagation::Declare(const Listener& listener, uint8_t port, Event 
             created.propagatedDeclaration = declaration;
             return created;
         };
-        DeclareFrom(database, present, listener.port, event, create, ReportFrom(listener.port));
+        DeclareFrom(database, present, listener.port, event, create, report);
         return;
     }
     if (present->propagatedDeclaration == declaration) return;
@@ -111,7 +103,7 @@ void ListenerPropagation::Declare(const Listener& listener, uint8_t port, Event 
 
 void ListenerPropagation::Withdraw(const Listener& listener, uint8_t port) {
     Listener* present = listener.stream->On(port).listener;
-    if (!WithdrawFrom(database, present, listener.port, ReportFrom(listener.port))) return;
+    if (!WithdrawFrom(database, present, listener.port, report)) return;
     present->propagatedDeclaration = ListenerDeclaration::ASKING_FAILED;
 }
 

@@ -4,7 +4,7 @@
 
 namespace norvad {
 
-void LogPropagation(int32_t level, const MRPAttribute& record, uint8_t source, SourceChange change) {
+void PropagationLog::operator()(const MRPAttribute& record, uint8_t source, SourceChange change) const {
     if (!IsLogged(LogCategory::MSRP, level)) return;
     const std::string text = record.Text();
     const std::string state = StateText(record);

@@ -7,7 +7,11 @@
 
 namespace norvad {
 
-// The log line of a change to the sources of a record, at the given level.
-void LogPropagation(int32_t level, const MRPAttribute& record, uint8_t source, SourceChange change);
+// Writes the log lines of changes to the sources of records, at one level.
+struct PropagationLog {
+    int32_t level;
+
+    void operator()(const MRPAttribute& record, uint8_t source, SourceChange change) const;
+};
 
 }  // namespace norvad

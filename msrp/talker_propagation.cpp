@@ -13,6 +13,7 @@ namespace norvad {
 namespace {
 
 constexpr int32_t logLevel = 1;
+constexpr PropagationLog report{logLevel};
 
 // Default priority 0x8000 and the bridge's address, IEEE 802.1Q, 13.26.2.
 BridgeID BridgeIdOf(const MacAddress& address) {
@@ -26,15 +27,6 @@ template <typename Record, typename Value>
 Record* Renewed(Record* present, const Value& value) {
     if (present && !present->IsPropagated() && !present->IsRegistered()) present->value = value;
     return present;
-}
-
-auto ReportFrom(uint8_t source) {
-    return
-        [source](const MRPAttribute& record, SourceChange change) { LogPropagation(logLevel, record, source, change); };
-}
-
-bool IsRegistered(const MRPAttribute* record) {
-    return record && record->IsRegistered();
 }
 
 }  // namespace
@@ -83,29 +75,29 @@ void TalkerPropagation::Carry(const Talker& talker, uint8_t port, Event indicati
         return;
     }
     DeclareFailed(stream, {talker.value, bridgeId, egressPortNotAvbCapable}, talker.port, port, indication);
-    WithdrawFrom(database, stream.On(port).talker, talker.port, ReportFrom(talker.port));
+    WithdrawFrom(database, stream.On(port).talker, talker.port, report);
 }
 
 void TalkerPropagation::Declare(const Talker& talker, uint8_t port, Event event) {
     Talker* present = Renewed(talker.stream->On(port).talker, talker.value);
     const auto create = [&]() -> Talker& { return database.InsertTalker(talker.value, port); };
-    DeclareFrom(database, present, talker.port, event, create, ReportFrom(talker.port));
+    DeclareFrom(database, present, talker.port, event, create, report);
 }
 
 void TalkerPropagation::DeclareFailed(StreamEntry& stream, const TalkerFailedFirstValue& value, uint8_t source,
                                       uint8_t port, Event event) {
     TalkerFailed* present = Renewed(stream.On(port).talkerFailed, value);
     const auto create = [&]() -> TalkerFailed& { return database.InsertTalkerFailed(value, port); };
-    DeclareFrom(database, present, source, event, create, ReportFrom(source));
+    DeclareFrom(database, present, source, event, create, report);
 }
 
 void TalkerPropagation::Withdraw(const Talker& talker, uint8_t port) {
     StreamEntry& stream = *talker.stream;
     const uint8_t source = talker.port;
     const StreamRecords& records = stream.On(port);
-    const bool left = WithdrawFrom(database, records.talker, source, ReportFrom(source));
+    const bool left = WithdrawFrom(database, records.talker, source, report);
     if (!IsRegistered(stream.On(source).talkerFailed)) {
-        WithdrawFrom(database, records.talkerFailed, source, ReportFrom(source));
+        WithdrawFrom(database, records.talkerFailed, source, report);
     }
     if (left) RestoreFailed(stream, port);
 }
@@ -115,7 +107,7 @@ void TalkerPropagation::Withdraw(const TalkerFailed& talkerFailed, uint8_t port)
     const StreamEntry& stream = *talkerFailed.stream;
     const uint8_t source = talkerFailed.port;
     if (IsRegistered(stream.On(source).talker) && !socket.IsAvbUp(port)) return;
-    WithdrawFrom(database, stream.On(port).talkerFailed, source, ReportFrom(source));
+    WithdrawFrom(database, stream.On(port).talkerFailed, source, report);
 }
 
 // What the neighbour registered is his to take back; only this bridge's own declaration goes.

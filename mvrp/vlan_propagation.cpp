@@ -30,10 +30,6 @@ void LogPropagation(const Vlan& vlan, uint8_t source, SourceChange change) {
     }
 }
 
-auto ReportFrom(uint8_t source) {
-    return [source](const Vlan& vlan, SourceChange change) { LogPropagation(vlan, source, change); };
-}
-
 }  // namespace
 
 void VlanPropagation::Propagate(const Vlan& registered, Event indication) {
@@ -59,12 +55,11 @@ void VlanPropagation::ProgramSwitch(const Vlan& registered, Event indication) {
 void VlanPropagation::Declare(const Vlan& registered, Event indication, uint8_t port) {
     const uint16_t vid = registered.Vid();
     const auto create = [&]() -> Vlan& { return database.InsertVlan(vid, port); };
-    DeclareFrom(database, database.FindVlan(vid, port), registered.port, indication, create,
-                ReportFrom(registered.port));
+    DeclareFrom(database, database.FindVlan(vid, port), registered.port, indication, create, LogPropagation);
 }
 
 void VlanPropagation::Withdraw(const Vlan& registered, uint8_t port) {
-    WithdrawFrom(database, database.FindVlan(registered.Vid(), port), registered.port, ReportFrom(registered.port));
+    WithdrawFrom(database, database.FindVlan(registered.Vid(), port), registered.port, LogPropagation);
 }
 
 }  // namespace norvad
