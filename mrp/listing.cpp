@@ -4,6 +4,11 @@
 
 namespace norvad {
 
+std::string StateText(const MRPAttribute& attribute) {
+    const MRPAttributeState& state = attribute.state;
+    return std::string("Applicant ") + Name(state.applicant) + " Registrar " + Name(state.registrar);
+}
+
 std::string ListingLine(const MRPAttribute& attribute) {
     return attribute.Text() + " " + StateText(attribute) + "\n";
 }

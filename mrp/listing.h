@@ -9,6 +9,9 @@
 
 namespace norvad {
 
+// The machines' states in words: "Applicant VO Registrar MT".
+std::string StateText(const MRPAttribute& attribute);
+
 // The attribute and its machines' states, a line of a listing.
 std::string ListingLine(const MRPAttribute& attribute);
 

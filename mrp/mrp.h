@@ -10,7 +10,6 @@
 #include "mrp/mrp_attribute.h"
 #include "mrp/mrp_types.h"
 #include "mrp/per_port_timers.h"
-#include "mrp/transmit_pacing.h"
 
 namespace norvad {
 

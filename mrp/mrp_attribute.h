@@ -63,8 +63,4 @@ private:
 inline bool IsRegistered(const MRPAttribute* record) {
     return record && record->IsRegistered();
 }
-
-// The machines' states in words, for listings: "Applicant VO Registrar MT".
-std::string StateText(const MRPAttribute& attribute);
-
 }  // namespace norvad

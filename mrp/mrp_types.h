@@ -31,6 +31,17 @@ enum class Event : uint8_t {
 };
 inline constexpr size_t eventCount = 21;
 
+// Whether the rows of a machine's table stand in the order of the events that they name, so that an event is the
+// index of its row.
+template <typename Table>
+constexpr bool RowsAreInEventOrder(const Table& table) {
+    if (table.size() != eventCount) return false;
+    for (size_t row = 0; row < table.size(); ++row) {
+        if (static_cast<size_t>(table[row].event) != row) return false;
+    }
+    return true;
+}
+
 // Attribute events as they travel, three to a byte (IEEE 802.1Q, 10.8.1.2).
 enum class AttributeEvent : uint8_t { NEW, JOIN, IN, JOINMT, MT, LV };
 

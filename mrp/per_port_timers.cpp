@@ -8,6 +8,13 @@ constexpr uint32_t leaveAllMs = 10'000;
 constexpr uint32_t leaveAllJitterMs = 5'000;
 constexpr uint32_t periodicMs = 1'000;
 constexpr uint32_t periodicJitterMs = 50;
+constexpr uint32_t transmitWindowMs = 300;
+constexpr uint32_t shortestTransmitDelayMs = 1;
+
+int64_t MillisecondsBetween(const timespec& from, const timespec& to) {
+    const int64_t seconds = int64_t{to.tv_sec} - int64_t{from.tv_sec};
+    return (seconds * 1'000'000'000 + to.tv_nsec - from.tv_nsec) / 1'000'000;
+}
 
 }  // namespace
 
@@ -25,6 +32,14 @@ PerPortTimers::PerPortTimers(TimerService& timers, uint8_t portCount, const Time
 
 void PerPortTimers::RestartLeaveAll(uint8_t port) {
     timers.restart(ports.at(port).leaveAll.Get());
+}
+
+uint32_t TransmitPacing::Request(const timespec& now) {
+    requests = {requests[1], requests[2], now};
+    const int64_t elapsedMs = MillisecondsBetween(requests.front(), now);
+    if (elapsedMs < 0) return transmitWindowMs;  // the clock was stepped back
+    if (elapsedMs >= transmitWindowMs) return shortestTransmitDelayMs;
+    return transmitWindowMs - static_cast<uint32_t>(elapsedMs);
 }
 
 }  // namespace norvad

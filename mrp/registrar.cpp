@@ -3,7 +3,6 @@
 #include <array>
 
 #include "base/log.h"
-#include "mrp/table_rows.h"
 
 namespace norvad {
 

@@ -1,6 +1,7 @@
 #include "msrp/listener_propagation.h"
 
 #include "base/log.h"
+#include "mrp/listing.h"
 #include "mrp/propagation.h"
 #include "msrp/propagation_log.h"
 #include "msrp/reservation.h"

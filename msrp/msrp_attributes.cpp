@@ -3,10 +3,32 @@
 #include <array>
 #include <charconv>
 
-#include "msrp/failure_codes.h"
-
 namespace norvad {
 namespace {
+
+// By failure code.
+constexpr std::array<const char*, 20> failureTexts = {
+    "Unknown error",
+    "Insufficient bandwidth",
+    "Insufficient Bridge resources",
+    "Insufficient bandwidth for Traffic Class",
+    "StreamID in use by another Talker",
+    "Stream destination_address already in use",
+    "Stream preempted by higher rank",
+    "Reported latency has changed",
+    "Egress port is not AVB capable",
+    "Use a different destination_address",
+    "Out of MSRP resources",
+    "Out of MMRP resources",
+    "Cannot store destination_address",
+    "Requested priority is not an SR Class (3.3) priority",
+    "MaxFrameSize (35.2.2.8.4(a)) is too large for media",
+    "msrpMaxFanInPorts (35.2.1.4(f)) limit has been reached",
+    "Changes in FirstValue for a registered StreamID",
+    "VLAN is blocked on this egress port (Registration Forbidden)",
+    "VLAN tagging is disabled on this egress port (untagged set)",
+    "SR class priority mismatch",
+};
 
 void AppendHex(std::string& text, uint8_t byte) {
     constexpr char digits[] = "0123456789abcdef";
@@ -45,6 +67,10 @@ std::string StreamIdText(const StreamID& id) {
         AppendHex(text, id[i]);
     }
     return text;
+}
+
+const char* FailureText(uint8_t failureCode) {
+    return failureCode < failureTexts.size() ? failureTexts[failureCode] : " Unknown";
 }
 
 std::string Talker::Text() const {

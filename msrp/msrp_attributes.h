@@ -16,6 +16,9 @@ class StreamEntry;
 // The stream id as operators know it: the talker's address, a colon, the unique id.
 std::string StreamIdText(const StreamID& id);
 
+// The failure code in words; " Unknown" for one without a meaning.
+const char* FailureText(uint8_t failureCode);
+
 // A record that belongs to a stream. The records of one stream on all ports find one another through its entry.
 class StreamAttribute : public MRPAttribute {
 public:

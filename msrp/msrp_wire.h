@@ -40,6 +40,9 @@ struct TalkerFailedFirstValue {
 };
 static_assert(sizeof(TalkerFailedFirstValue) == 34 && alignof(TalkerFailedFirstValue) == 1);
 
+// Why a talker cannot be carried on, IEEE 802.1Q, table 35-6. The one code that this bridge makes itself:
+inline constexpr uint8_t egressPortNotAvbCapable = 8;
+
 struct ListenerFirstValue {
     StreamID streamId;
 };

@@ -1,6 +1,7 @@
 #include "msrp/propagation_log.h"
 
 #include "base/log.h"
+#include "mrp/listing.h"
 
 namespace norvad {
 

@@ -4,7 +4,6 @@
 
 #include "base/log.h"
 #include "mrp/propagation.h"
-#include "msrp/failure_codes.h"
 #include "msrp/path_filter.h"
 #include "msrp/propagation_log.h"
 #include "switch/i4_dsa_socket.h"

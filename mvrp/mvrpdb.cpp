@@ -1,8 +1,10 @@
 #include "mvrp/mvrpdb.h"
 
 #include <memory>
+#include <stdexcept>
 
 #include "base/log.h"
+#include "mrp/listing.h"
 
 namespace norvad {
 
@@ -15,6 +17,13 @@ void LogAdd(const Vlan& vlan) {
 }
 
 }  // namespace
+
+void VlanIndex::Set(uint16_t vid, uint8_t port, Vlan* vlan) {
+    if (port >= portCount) throw std::out_of_range("port of a VLAN");
+    Page& page = pages[vid / pageSize];
+    if (page.empty()) page.resize(pageSize * portCount);
+    page[Place(vid, port)] = vlan;
+}
 
 void MVRPDB::AddVlan(uint16_t vid, Event event, uint8_t port) {
     Vlan* vlan = FindVlan(vid, port);

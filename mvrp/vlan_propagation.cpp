@@ -1,6 +1,7 @@
 #include "mvrp/vlan_propagation.h"
 
 #include "base/log.h"
+#include "mrp/listing.h"
 #include "mrp/propagation.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_switch.h"

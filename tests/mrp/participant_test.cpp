@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 
+#include "mrp/listing.h"
 #include "tests/mrp/grid.h"
 #include "tests/mrp/test_participant.h"
 #include "tests/support/captured_log.h"

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "mrp/transmit_pacing.h"
+#include "mrp/per_port_timers.h"
 #include "tests/mrp/test_participant.h"
 
 namespace norvad::test {

@@ -1,6 +1,6 @@
 // The records in words.
 
-#include "msrp/failure_codes.h"
+#include "msrp/msrp_attributes.h"
 #include "msrp/msrp_dump.h"
 #include "tests/msrp/msrp_bridge.h"
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "lab/network/stepped_clock.h"
+#include "mrp/listing.h"
 #include "mvrp/mvrp_handler.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fake_switch.h"

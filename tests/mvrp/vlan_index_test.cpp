@@ -1,11 +1,9 @@
-#include "mvrp/vlan_index.h"
+#include "mvrp/mvrpdb.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <stdexcept>
-
-#include "mvrp/vlan.h"
 
 namespace norvad::test {
 namespace {
