@@ -14,7 +14,6 @@ declare -A packages=(
     [clang-tidy]="clang-tidy"
     [clang-format]="clang-format"
     [shellcheck]="shellcheck"
-    [awk]="mawk"
 )
 
 # InstallFor WANT...
