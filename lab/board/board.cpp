@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/wire.h"
-#include "switch/i4_dsa_socket.h"
+#include "switch/ports.h"
 
 namespace norvad::board {
 

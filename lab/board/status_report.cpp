@@ -4,7 +4,7 @@
 #include <map>
 
 #include "lab/common/text.h"
-#include "switch/i4_dsa_socket.h"
+#include "switch/ports.h"
 
 namespace norvad::board {
 
