@@ -14,6 +14,7 @@ declare -A packages=(
     [clang-tidy]="clang-tidy"
     [clang-format]="clang-format"
     [shellcheck]="shellcheck"
+    [awk]="mawk"
 )
 
 # InstallFor WANT...
