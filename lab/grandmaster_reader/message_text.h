@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "ptp/grandmaster_export.h"
+#include "ptp/grandmaster_message.h"
 
 namespace norvad::reader {
 
