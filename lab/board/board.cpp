@@ -7,6 +7,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 constexpr size_t addressesSize = 2 * sizeof(MacAddress);  // what stands in front of the CPU tag

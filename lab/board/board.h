@@ -67,9 +67,9 @@ public:
     TimestampStore& Stamps() { return stamps; }
 
 private:
-    void Forward(uint8_t port, std::span<const uint8_t> frame, const FrameFields& fields, int64_t referenceNs);
+    void Forward(uint8_t port, std::span<const uint8_t> frame, const lab::FrameFields& fields, int64_t referenceNs);
     uint8_t VlanPorts(uint16_t vid) const;
-    uint8_t GroupPorts(uint8_t port, size_t length, const FrameFields& fields, int64_t referenceNs);
+    uint8_t GroupPorts(uint8_t port, size_t length, const lab::FrameFields& fields, int64_t referenceNs);
     void SendToPorts(uint8_t port, uint8_t portMask, std::span<const uint8_t> frame, DropReason otherwise);
     void Trap(uint8_t port, std::span<const uint8_t> frame);
     bool Send(uint8_t port, std::span<const uint8_t> frame);

@@ -10,6 +10,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 constexpr uint32_t vidLimit = 4096;

@@ -6,6 +6,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 void ForwardingDatabase::Learn(uint16_t vid, const MacAddress& address, uint8_t port, int64_t nowNs) {
     if (IsGroupAddress(address)) return;
     const auto rank = [&](const std::optional<Entry>& entry) {

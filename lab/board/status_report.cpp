@@ -8,6 +8,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 std::string PortLines(const Board& board) {

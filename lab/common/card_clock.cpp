@@ -11,9 +11,9 @@
 #include <ctime>
 #include <limits>
 
-#include "lab/common/reference_time.h"
+#include "lab/common/time.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 
 namespace {
 
@@ -48,7 +48,7 @@ std::unique_ptr<CardClock> CardClock::Open(const std::string& interfaceName) {
     const int number = ClockNumber(interfaceName);
     if (number < 0) return nullptr;
     FileDescriptor device(open(("/dev/ptp" + std::to_string(number)).c_str(), O_RDONLY | O_CLOEXEC));
-    if (!device) return nullptr;
+    if (!device.IsOpen()) return nullptr;
 
     Stamping before{};
     if (!Configure(SIOCGHWTSTAMP, interfaceName, before)) return nullptr;
@@ -89,10 +89,10 @@ void CardClock::Compare() {
         const int64_t tookNs = ReferenceTime::NowNs() - startNs;
         if (tookNs >= fastestNs) continue;
         fastestNs = tookNs;
-        cardNs = ReferenceTime::Ns(card);
+        cardNs = Nanoseconds(card);
         comparedNs = startNs + tookNs / 2;
     }
     mapping.Sample(cardNs, comparedNs);
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
+#include "base/file_descriptor.h"
 #include "lab/common/clock_mapping.h"
-#include "lab/common/file_descriptor.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 
 // The clock of a network card that stamps frames itself. While this object lives the card stamps PTP frames; after
 // it, the card stamps as it did before.
@@ -42,4 +42,4 @@ private:
     int64_t comparedNs = 0;
 };
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace norvad::board {
+namespace norvad::lab {
 
 namespace {
 
@@ -25,4 +25,4 @@ std::optional<int64_t> ClockMapping::Map(int64_t fromNs) const {
     return latest->toNs + (fromNs - latest->fromNs) + std::llround(deviation);
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace norvad::board {
+namespace norvad::lab {
 
 // Maps the time of one free clock to that of another through pairs of readings taken at the same instants; between
 // and behind the last two it goes on at the rate that they show.
@@ -25,4 +25,4 @@ private:
     double rate = 1;  // of the target against the source
 };
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace norvad::board {
+namespace norvad::lab {
 
 void ThrowErrno(const std::string& what) {
     ThrowErrno(what, errno);
@@ -17,4 +17,4 @@ void ThrowErrno(const std::string& what, int error) {
     throw StartError(text);
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace norvad::board {
+namespace norvad::lab {
 
 // Why a program of the lab cannot start; the text is for its user.
 class StartError : public std::runtime_error {
@@ -15,4 +15,4 @@ public:
 [[noreturn]] void ThrowErrno(const std::string& what);
 [[noreturn]] void ThrowErrno(const std::string& what, int error);
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -7,13 +7,7 @@
 #include "base/wire.h"
 #include "ptp/ptp_messages.h"
 
-namespace norvad::board {
-
-namespace {
-
-constexpr uint16_t vlanIdMask = 0x0FFF;
-
-}  // namespace
+namespace norvad::lab {
 
 std::optional<FrameFields> ParseFrame(std::span<const uint8_t> frame) {
     const auto ethernet = Peek<EthernetHeader>(frame);
@@ -21,12 +15,12 @@ std::optional<FrameFields> ParseFrame(std::span<const uint8_t> frame) {
     FrameFields fields{ethernet->destination, ethernet->source, 0, ethernet->etherType, sizeof(EthernetHeader)};
     if (fields.etherType != etherTypeVlan) return fields;
 
-    const auto tag = Peek<VlanTag>(frame, offsetof(EthernetHeader, etherType));
+    const auto tag = Peek<VlanTagBytes>(frame, offsetof(EthernetHeader, etherType));
     const auto inner = Peek<boost::endian::big_uint16_t>(frame, sizeof(EthernetHeader) + 2);
     if (!tag || !inner) return {};
-    fields.vid = tag->control & vlanIdMask;
+    fields.vid = TagOf(tag->control).vid;
     fields.etherType = *inner;
-    fields.payload = sizeof(EthernetHeader) + sizeof(VlanTag);
+    fields.payload = sizeof(EthernetHeader) + sizeof(VlanTagBytes);
     return fields;
 }
 
@@ -76,4 +70,4 @@ std::optional<MacAddress> ParseAddress(const std::string& text) {
     return address;
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -9,7 +9,7 @@
 
 #include "base/mac_address.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 
 inline constexpr uint16_t etherTypeVlan = 0x8100;  // IEEE 802.1Q, table 9-1
 inline constexpr size_t minimumFrame = 60;         // without the frame check sequence
@@ -22,11 +22,28 @@ struct EthernetHeader {
 };
 static_assert(sizeof(EthernetHeader) == 14 && alignof(EthernetHeader) == 1);
 
-struct VlanTag {
+// A tag as it stands in a frame, between the source address and the EtherType.
+struct VlanTagBytes {
     boost::endian::big_uint16_t etherType;  // 0x8100
-    boost::endian::big_uint16_t control;    // priority, drop eligible and, in bits 11..0, the VLAN id
+    boost::endian::big_uint16_t control;    // bits 15..13 priority, bit 12 drop eligible, bits 11..0 VLAN id
 };
-static_assert(sizeof(VlanTag) == 4 && alignof(VlanTag) == 1);
+static_assert(sizeof(VlanTagBytes) == 4 && alignof(VlanTagBytes) == 1);
+
+// What a tag says.
+struct VlanTag {
+    uint16_t vid = 0;
+    uint8_t priority = 0;
+
+    bool operator==(const VlanTag&) const = default;
+};
+
+constexpr VlanTag TagOf(uint16_t control) {
+    return {static_cast<uint16_t>(control & 0x0FFF), static_cast<uint8_t>(control >> 13)};
+}
+
+constexpr uint16_t ControlOf(const VlanTag& tag) {
+    return static_cast<uint16_t>(tag.priority << 13 | (tag.vid & 0x0FFF));
+}
 
 // What forwarding looks at. A frame without a tag, or with a priority tag, is of VLAN 0 here.
 struct FrameFields {
@@ -69,4 +86,4 @@ std::string AddressText(const MacAddress& address);
 // The reverse; nothing for any other text.
 std::optional<MacAddress> ParseAddress(const std::string& text);
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -16,13 +16,13 @@
 #include "lab/common/errors.h"
 #include "lab/common/ethernet_frame.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 
 namespace {
 
 constexpr size_t largestFrame = 65536 + 64;        // the kernel hands over frames that it has not cut yet
 constexpr int socketBufferSize = 4 * 1024 * 1024;  // bursts, while other ports are served
-constexpr size_t tagRoom = sizeof(VlanTag);
+constexpr size_t tagRoom = sizeof(VlanTagBytes);
 
 template <typename Value>
 void SetOption(const FileDescriptor& socket, int level, int option, const Value& value, const std::string& what) {
@@ -38,7 +38,7 @@ int IndexOf(const std::string& interfaceName) {
 FileDescriptor Open(const std::string& interfaceName, int index) {
     // Bound before it receives anything, or frames of other interfaces would be in it.
     FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!socket) ThrowErrno("cannot open a packet socket");
+    if (!socket.IsOpen()) ThrowErrno("cannot open a packet socket");
     const auto what = "cannot set up a packet socket on " + interfaceName;
 
     SetOption(socket, SOL_PACKET, PACKET_IGNORE_OUTGOING, 1, what);
@@ -130,7 +130,7 @@ void PacketPort::RestoreTag(Frame& frame, uint8_t* start, uint16_t tagType, uint
     uint8_t* const tagged = start - tagRoom;
     const size_t size = frame.bytes.size() + tagRoom;
     std::memmove(tagged, start, 2 * sizeof(MacAddress));
-    Put({tagged, size}, offsetof(EthernetHeader, etherType), VlanTag{tagType, control});
+    Put({tagged, size}, offsetof(EthernetHeader, etherType), VlanTagBytes{tagType, control});
     frame.bytes = {tagged, size};
 
     auto& offload = frame.offload;
@@ -160,4 +160,4 @@ bool PacketPort::Send(std::span<const uint8_t> frame, const Offload& offload, bo
     return sendmsg(socket.Get(), &message, 0) == static_cast<ssize_t>(frame.size() + sizeof(header));
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

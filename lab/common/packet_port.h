@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "lab/common/file_descriptor.h"
+#include "base/file_descriptor.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 
 // What the kernel has put off for a frame between its own interfaces: checksums and cutting into segments. A frame
 // that is forwarded keeps it, or it would leave with a wrong checksum. In host order; the kernel's virtio_net_hdr.
@@ -62,4 +62,4 @@ private:
     std::vector<uint8_t> buffer;
 };
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

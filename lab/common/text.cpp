@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-namespace norvad::board {
+namespace norvad::lab {
 
 std::string Text(const char* format, ...) {
     std::array<char, 512> text;
@@ -15,4 +15,4 @@ std::string Text(const char* format, ...) {
     return text.data();
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -11,7 +11,6 @@ namespace norvad::station {
 // An untagged frame around payload, as long as the shortest one that may be sent.
 class ControlFrame {
 public:
-    static constexpr size_t minLength = 60;
     static constexpr size_t maxLength = 1514;
 
     // payload has at most 1500 bytes.

@@ -13,6 +13,8 @@
 
 namespace norvad::station {
 
+using namespace lab;
+
 namespace {
 
 // A descriptor for the signals that are served, which come no other way any more.

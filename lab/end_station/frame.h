@@ -1,7 +1,5 @@
 #pragma once
 
-#include <array>
-#include <boost/endian/arithmetic.hpp>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -9,22 +7,12 @@
 #include <string>
 
 #include "base/mac_address.h"
+#include "lab/common/ethernet_frame.h"
 
 namespace norvad::station {
 
-struct EthernetHeader {
-    MacAddress destination;
-    MacAddress source;
-    boost::endian::big_uint16_t etherType;
-};
-static_assert(sizeof(EthernetHeader) == 14 && alignof(EthernetHeader) == 1);
-
-struct VlanTag {
-    uint16_t vid = 0;
-    uint8_t priority = 0;
-
-    bool operator==(const VlanTag&) const = default;
-};
+using lab::EthernetHeader;
+using lab::VlanTag;
 
 // A frame as it was received: its 802.1Q tag, if it had one, stands beside it and not in its bytes.
 struct ReceivedFrame {

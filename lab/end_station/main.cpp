@@ -11,6 +11,7 @@
 namespace {
 
 using namespace norvad;
+using namespace norvad::lab;
 using namespace norvad::station;
 
 void PrintEvent(const Clock& clock, const std::string& name, const std::string& text) {

@@ -11,6 +11,10 @@
 
 namespace norvad::station {
 
+using lab::never;
+using lab::NowNs;
+using lab::nsPerMs;
+
 // Hears which attributes the neighbour has registered with us.
 class RegistrationObserver {
 public:

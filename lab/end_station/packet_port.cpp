@@ -22,6 +22,8 @@
 
 namespace norvad::station {
 
+using namespace lab;
+
 namespace {
 
 constexpr uint16_t everyProtocol = 0x0003;  // ETH_P_ALL

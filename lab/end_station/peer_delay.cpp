@@ -9,6 +9,8 @@
 
 namespace norvad::station {
 
+using namespace lab;
+
 namespace {
 
 constexpr uint8_t controlOther = 5;

@@ -14,8 +14,7 @@ using boost::endian::big_uint32_t;
 struct TaggedStreamFrame {
     MacAddress destination;
     MacAddress source;
-    big_uint16_t tagEtherType;
-    big_uint16_t tagControl;  // bits 15..13 priority, bits 11..0 VLAN id
+    lab::VlanTagBytes tag;
     big_uint16_t etherType;
     StreamHeader header;
     big_uint32_t counter;
@@ -32,8 +31,7 @@ StreamFrame::StreamFrame(const StreamID& id, const MacAddress& destination, cons
     TaggedStreamFrame frame{};
     frame.destination = destination;
     frame.source = source;
-    frame.tagEtherType = etherTypeVlan;
-    frame.tagControl = static_cast<uint16_t>(tag.priority << 13 | (tag.vid & 0x0FFF));
+    frame.tag = {lab::etherTypeVlan, lab::ControlOf(tag)};
     frame.etherType = etherTypeAvtp;
     frame.header.subtype = 0x7F;
     frame.header.validAndVersion = 0x80;

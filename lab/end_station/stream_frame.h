@@ -12,7 +12,6 @@
 namespace norvad::station {
 
 inline constexpr uint16_t etherTypeAvtp = 0x22F0;
-inline constexpr uint16_t etherTypeVlan = 0x8100;
 
 // What a stream's frames carry: the common stream header of IEEE 1722 with an experimental subtype and a counter of
 // our own behind it, by which the receiver tells loss from reordering.

@@ -8,6 +8,8 @@
 
 namespace norvad::station {
 
+using namespace lab;
+
 namespace {
 
 std::string TagText(const std::optional<VlanTag>& tag) {

@@ -12,6 +12,8 @@
 
 namespace norvad::station {
 
+using namespace lab;
+
 namespace {
 
 constexpr MacAddress everybody{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};

@@ -9,16 +9,7 @@ namespace norvad::test {
 
 namespace {
 
-constexpr uint16_t vlanTagEtherType = 0x8100;
-constexpr size_t addressesSize = 12;
-constexpr size_t vlanTagSize = 4;
-
-struct TaggedEthernetHeader {
-    MacAddress destination;
-    MacAddress source;
-    boost::endian::big_uint16_t etherType;
-    boost::endian::big_uint16_t control;  // priority, drop eligible, VLAN id
-};
+constexpr size_t tagOffset = offsetof(lab::EthernetHeader, etherType);
 
 }  // namespace
 
@@ -44,12 +35,11 @@ void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame, uint64_t ns) {
     Bytes untagged(frame.begin(), frame.end());
     station::ReceivedFrame received;
     received.receiveTimeNs = ns;
-    const auto header = Peek<TaggedEthernetHeader>(frame);
-    if (header && header->etherType == vlanTagEtherType) {
+    const auto tag = Peek<lab::VlanTagBytes>(frame, tagOffset);
+    if (tag && tag->etherType == lab::etherTypeVlan) {
         ++streamFrames;
-        received.tag = station::VlanTag{static_cast<uint16_t>(header->control & 0xFFF),
-                                        static_cast<uint8_t>(header->control >> 13)};
-        untagged.erase(untagged.begin() + addressesSize, untagged.begin() + addressesSize + vlanTagSize);
+        received.tag = lab::TagOf(tag->control);
+        untagged.erase(untagged.begin() + tagOffset, untagged.begin() + tagOffset + sizeof(lab::VlanTagBytes));
     }
     received.bytes = untagged;
     station->Receive(received);

@@ -6,6 +6,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 constexpr int snapshotLength = 262144;

@@ -9,10 +9,12 @@
 #include <cstring>
 #include <fstream>
 
+#include "base/file_descriptor.h"
 #include "lab/common/errors.h"
-#include "lab/common/file_descriptor.h"
 
 namespace norvad::board {
+
+using namespace lab;
 
 namespace {
 

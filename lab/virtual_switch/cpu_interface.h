@@ -21,7 +21,7 @@ public:
     ~CpuInterface();
 
     const std::string& Name() const { return name; }
-    PacketPort OpenSwitchEnd() const;
+    lab::PacketPort OpenSwitchEnd() const;
     const MacAddress& Address() const { return address; }
 
 private:

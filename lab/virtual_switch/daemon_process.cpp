@@ -18,6 +18,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 // What the child says before it becomes the daemon: an errno value, 0 with the listener's descriptor beside it.
@@ -59,7 +61,7 @@ std::optional<Report> ReceiveReport(int socket, FileDescriptor& listener) {
     if (rights != nullptr && rights->cmsg_type == SCM_RIGHTS) {
         int descriptor;
         std::memcpy(&descriptor, CMSG_DATA(rights), sizeof(descriptor));
-        listener.Reset(descriptor);
+        listener = FileDescriptor(descriptor);
     }
     return report;
 }
@@ -123,7 +125,7 @@ DaemonProcess::DaemonProcess(const std::vector<std::string>& command) {
     id = fork();
     if (id < 0) ThrowErrno("cannot fork");
     if (id == 0) Become(command, board, theirs.Get());
-    theirs.Reset();
+    theirs.Close();
 
     const auto filter = ReceiveReport(ours.Get(), listener);
     const auto start = filter && filter->error == 0 ? ReceiveReport(ours.Get(), listener) : filter;

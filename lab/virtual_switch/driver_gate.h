@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/common/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace norvad::board {
 

@@ -13,6 +13,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 constexpr size_t bufferSize = 65536;
@@ -26,7 +28,7 @@ sockaddr_nl Address(uint32_t groups) {
 
 FileDescriptor Open(uint32_t groups, int flags) {
     FileDescriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | flags, NETLINK_ROUTE));
-    if (!socket) ThrowErrno("cannot open a netlink socket");
+    if (!socket.IsOpen()) ThrowErrno("cannot open a netlink socket");
     const auto address = Address(groups);
     if (bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         ThrowErrno("cannot bind a netlink socket");

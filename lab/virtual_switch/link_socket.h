@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/common/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "lab/virtual_switch/netlink_messages.h"
 
 namespace norvad::board {

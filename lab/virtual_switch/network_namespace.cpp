@@ -7,11 +7,13 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 FileDescriptor OwnNetwork() {
     FileDescriptor own(::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC));
-    if (!own) ThrowErrno("cannot open the network namespace");
+    if (!own.IsOpen()) ThrowErrno("cannot open the network namespace");
     return own;
 }
 

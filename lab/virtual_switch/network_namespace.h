@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lab/common/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace norvad::board {
 

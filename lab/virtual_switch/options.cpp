@@ -10,6 +10,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 namespace po = boost::program_options;

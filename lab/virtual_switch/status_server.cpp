@@ -13,6 +13,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 constexpr size_t maximumClients = 16;
@@ -27,7 +29,7 @@ sockaddr_un Address(const std::string& path) {
 
 FileDescriptor Open(int flags) {
     FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
-    if (!socket) ThrowErrno("cannot open a local socket");
+    if (!socket.IsOpen()) ThrowErrno("cannot open a local socket");
     return socket;
 }
 
@@ -75,7 +77,7 @@ void StatusServer::Serve() {
 
 void StatusServer::Accept() {
     FileDescriptor socket(accept4(listener.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (!socket || clients.size() >= maximumClients) return;
+    if (!socket.IsOpen() || clients.size() >= maximumClients) return;
     const int descriptor = socket.Get();
     epoll_event event{EPOLLOUT, {.fd = descriptor}};
     epoll_ctl(poll.Get(), EPOLL_CTL_ADD, descriptor, &event);

@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "lab/common/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace norvad::board {
 

@@ -18,6 +18,8 @@
 
 namespace norvad::board {
 
+using namespace lab;
+
 namespace {
 
 constexpr int64_t nsPerMs = 1'000'000;
@@ -35,7 +37,7 @@ FileDescriptor OpenSignals() {
     sigprocmask(SIG_BLOCK, &set, nullptr);
     signal(SIGPIPE, SIG_IGN);
     FileDescriptor signals(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (!signals) ThrowErrno("cannot wait for signals");
+    if (!signals.IsOpen()) ThrowErrno("cannot wait for signals");
     return signals;
 }
 
@@ -135,7 +137,7 @@ void VirtualSwitch::ServePort(uint8_t port) {
     for (int i = 0; i < framesAtOnce; ++i) {
         const auto frame = ports[port].Receive();
         if (!frame) return;
-        const int64_t systemNs = ReferenceTime::Ns(frame->software);
+        const int64_t systemNs = Nanoseconds(frame->software);
         Record(port, frame->bytes, systemNs);
         passing = frame->offload;
         board.FrameArrived(port, frame->bytes, StampOf(port, *frame).value_or(ReferenceTime::NowNs()));
@@ -147,7 +149,7 @@ void VirtualSwitch::ServeCpu() {
     for (int i = 0; i < framesAtOnce; ++i) {
         const auto frame = cpu.Receive();
         if (!frame) return;
-        Record(externalPorts, frame->bytes, ReferenceTime::Ns(frame->software));
+        Record(externalPorts, frame->bytes, Nanoseconds(frame->software));
         board.FrameFromCpu(frame->bytes);
     }
 }
@@ -182,16 +184,16 @@ void VirtualSwitch::ReadSentStamps() {
     for (uint8_t port = 0; port < externalPorts; ++port) {
         while (const auto frame = ports[port].ReceiveSent()) {
             if (awaitedStamps[port] > 0) --awaitedStamps[port];
-            board.FrameSent(port, frame->bytes, reference.FromSystem(ReferenceTime::Ns(frame->software)));
+            board.FrameSent(port, frame->bytes, reference.FromSystem(Nanoseconds(frame->software)));
         }
     }
 }
 
 // The card's own stamp where there is one, else the kernel's.
 std::optional<int64_t> VirtualSwitch::StampOf(uint8_t port, const PacketPort::Frame& frame) {
-    if (cards[port] && frame.hardware.tv_sec != 0) return cards[port]->ToReference(ReferenceTime::Ns(frame.hardware));
+    if (cards[port] && frame.hardware.tv_sec != 0) return cards[port]->ToReference(Nanoseconds(frame.hardware));
     if (frame.software.tv_sec == 0) return {};
-    return reference.FromSystem(ReferenceTime::Ns(frame.software));
+    return reference.FromSystem(Nanoseconds(frame.software));
 }
 
 bool VirtualSwitch::SendOnPort(uint8_t port, std::span<const uint8_t> frame) {

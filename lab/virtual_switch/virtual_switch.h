@@ -7,11 +7,11 @@
 #include <span>
 #include <string>
 
+#include "base/file_descriptor.h"
 #include "lab/board/board.h"
 #include "lab/common/card_clock.h"
-#include "lab/common/file_descriptor.h"
 #include "lab/common/packet_port.h"
-#include "lab/common/reference_time.h"
+#include "lab/common/time.h"
 #include "lab/virtual_switch/capture.h"
 #include "lab/virtual_switch/cpu_interface.h"
 #include "lab/virtual_switch/daemon_process.h"
@@ -47,7 +47,7 @@ private:
     void ServeDriver(uint32_t events);
     int AnswerRequest(std::span<uint8_t> record);
     void ReadSentStamps();
-    std::optional<int64_t> StampOf(uint8_t port, const PacketPort::Frame& frame);
+    std::optional<int64_t> StampOf(uint8_t port, const lab::PacketPort::Frame& frame);
     void ServeLinks();
     void ServeSignals();
     void ServeTimers();
@@ -59,13 +59,13 @@ private:
 
     const Options options;
     EventPrinter events;
-    ReferenceTime reference;
+    lab::ReferenceTime reference;
     FileDescriptor signals;  // held back before anything is made that must be removed again
     BoardLinkSocket links;
-    std::array<PacketPort, externalPorts> ports;
-    std::array<std::unique_ptr<CardClock>, externalPorts> cards;  // null: the kernel stamps
+    std::array<lab::PacketPort, externalPorts> ports;
+    std::array<std::unique_ptr<lab::CardClock>, externalPorts> cards;  // null: the kernel stamps
     CpuInterface cpuInterface;
-    PacketPort cpu;
+    lab::PacketPort cpu;
     Board board;
     std::array<std::optional<Capture>, externalPorts + 1> captures;  // the last is the CPU port's
     std::optional<StatusServer> status;
@@ -73,7 +73,7 @@ private:
     std::optional<DaemonProcess> daemon;
     DriverGate gate;
 
-    Offload passing{};                                    // of the frame that is being forwarded
+    lab::Offload passing{};                               // of the frame that is being forwarded
     std::array<uint32_t, externalPorts> awaitedStamps{};  // of frames that have been sent
     bool daemonIsLeft = false;
     int64_t startedNs = 0;

@@ -2,7 +2,7 @@
 
 #include "lab/common/clock_mapping.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 namespace {
 
 constexpr int64_t second = 1'000'000'000;
@@ -53,4 +53,4 @@ TEST(ClockMapping, RateUpToAThousandthIsBelieved) {
 }
 
 }  // namespace
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -1,14 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "lab/common/ethernet_frame.h"
-#include "tests/lab/board/support.h"
+#include "tests/support/bytes.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 namespace {
 
-using test::Bytes;
-using test::Hex;
-using test::Join;
+using norvad::test::Bytes;
+using norvad::test::Hex;
+using norvad::test::Join;
 
 const Bytes addresses = Hex("01 80 c2 00 00 0e  02 00 00 00 00 05");
 
@@ -126,4 +126,4 @@ TEST(Frame, AddressIsReadFromItsTextAlone) {
 }
 
 }  // namespace
-}  // namespace norvad::board
+}  // namespace norvad::lab

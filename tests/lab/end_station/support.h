@@ -19,6 +19,8 @@
 
 namespace norvad::station {
 
+using namespace lab;
+
 // Hex pairs, with blanks and line ends between them as it pleases; "// ..." is a comment.
 inline Bytes Hex(std::string_view text) {
     Bytes bytes;

@@ -7,6 +7,8 @@
 #include "lab/virtual_switch/options.h"
 
 namespace norvad::board {
+
+using lab::StartError;
 namespace {
 
 using testing::ElementsAre;

@@ -1,8 +1,8 @@
-#include "lab/common/reference_time.h"
+#include "lab/common/time.h"
 
 #include <cstdlib>
 
-namespace norvad::board {
+namespace norvad::lab {
 
 namespace {
 
@@ -12,7 +12,7 @@ constexpr int64_t stepNs = 100'000'000;
 int64_t Read(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);
-    return ReferenceTime::Ns(now);
+    return Nanoseconds(now);
 }
 
 }  // namespace
@@ -33,4 +33,4 @@ int64_t ReferenceTime::FromSystem(int64_t systemNs) {
     return systemNs - distanceNs;
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab
