@@ -4,8 +4,11 @@
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
 #include <linux/net_tstamp.h>
+#include <linux/sockios.h>
 #include <net/if.h>
+#include <net/if_arp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -14,7 +17,7 @@
 
 #include "base/wire.h"
 #include "lab/common/errors.h"
-#include "lab/common/ethernet_frame.h"
+#include "lab/common/time.h"
 
 namespace norvad::lab {
 
@@ -35,19 +38,18 @@ int IndexOf(const std::string& interfaceName) {
     return static_cast<int>(index);
 }
 
-FileDescriptor Open(const std::string& interfaceName, int index) {
+FileDescriptor Open(const std::string& interfaceName, int index, const PacketPortSettings& settings) {
     // Bound before it receives anything, or frames of other interfaces would be in it.
     FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (!socket.IsOpen()) ThrowErrno("cannot open a packet socket");
     const auto what = "cannot set up a packet socket on " + interfaceName;
 
+    const int cardStamps = settings.cardStamps ? SOF_TIMESTAMPING_RX_HARDWARE | SOF_TIMESTAMPING_RAW_HARDWARE : 0;
     SetOption(socket, SOL_PACKET, PACKET_IGNORE_OUTGOING, 1, what);
     SetOption(socket, SOL_PACKET, PACKET_AUXDATA, 1, what);
     SetOption(socket, SOL_PACKET, PACKET_VNET_HDR, 1, what);
     SetOption(socket, SOL_SOCKET, SO_TIMESTAMPING,
-              SOF_TIMESTAMPING_RX_SOFTWARE | SOF_TIMESTAMPING_SOFTWARE | SOF_TIMESTAMPING_RX_HARDWARE |
-                  SOF_TIMESTAMPING_RAW_HARDWARE,
-              what);
+              SOF_TIMESTAMPING_RX_SOFTWARE | SOF_TIMESTAMPING_SOFTWARE | cardStamps, what);
     if (setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUFFORCE, &socketBufferSize, sizeof(socketBufferSize)) != 0) {
         SetOption(socket, SOL_SOCKET, SO_RCVBUF, socketBufferSize, what);
     }
@@ -58,11 +60,16 @@ FileDescriptor Open(const std::string& interfaceName, int index) {
     address.sll_ifindex = index;
     if (bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) ThrowErrno(what);
 
-    packet_mreq promiscuous{};
-    promiscuous.mr_ifindex = index;
-    promiscuous.mr_type = PACKET_MR_PROMISC;
-    SetOption(socket, SOL_PACKET, PACKET_ADD_MEMBERSHIP, promiscuous, what);
+    packet_mreq membership{};
+    membership.mr_ifindex = index;
+    membership.mr_type = settings.promiscuous ? PACKET_MR_PROMISC : PACKET_MR_ALLMULTI;
+    SetOption(socket, SOL_PACKET, PACKET_ADD_MEMBERSHIP, membership, what);
     return socket;
+}
+
+std::optional<int64_t> StampOf(const timespec& time) {
+    if (time.tv_sec == 0 && time.tv_nsec == 0) return {};
+    return Nanoseconds(time);
 }
 
 template <typename Value>
@@ -74,9 +81,15 @@ Value Content(const cmsghdr& message) {
 
 }  // namespace
 
-PacketPort::PacketPort(const std::string& interfaceName)
-    : index(IndexOf(interfaceName)), buffer(tagRoom + largestFrame) {
-    socket = Open(interfaceName, index);
+PacketPort::PacketPort(const std::string& interfaceName, const PacketPortSettings& settings)
+    : name(interfaceName),
+      settings(settings),
+      index(IndexOf(interfaceName)),
+      socket(Open(interfaceName, index, settings)),
+      buffer(tagRoom + largestFrame) {}
+
+bool PacketPort::HasInterface() const {
+    return if_nametoindex(name.c_str()) == static_cast<unsigned>(index);
 }
 
 std::optional<PacketPort::Frame> PacketPort::Receive() {
@@ -106,32 +119,30 @@ std::optional<PacketPort::Frame> PacketPort::Read(int flags) {
     const ssize_t length = isSent ? received : received - static_cast<ssize_t>(sizeof(frame.offload));
     if (received < 0 || length < 0) return {};
 
-    uint8_t* start = buffer.data() + tagRoom;
-    frame.bytes = {start, static_cast<size_t>(length)};
+    frame.bytes = {buffer.data() + tagRoom, static_cast<size_t>(length)};
     for (auto* part = CMSG_FIRSTHDR(&message); part != nullptr; part = CMSG_NXTHDR(&message, part)) {
         if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_TIMESTAMPING) {
             const auto stamps = Content<scm_timestamping>(*part);
-            frame.software = stamps.ts[0];
-            frame.hardware = stamps.ts[2];
+            frame.stamps = {StampOf(stamps.ts[0]), StampOf(stamps.ts[2])};
         }
         if (part->cmsg_level == SOL_PACKET && part->cmsg_type == PACKET_AUXDATA) {
             const auto auxiliary = Content<tpacket_auxdata>(*part);
             const bool hasType = (auxiliary.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
             if ((auxiliary.tp_status & TP_STATUS_VLAN_VALID) == 0) continue;
-            RestoreTag(frame, start, hasType ? auxiliary.tp_vlan_tpid : etherTypeVlan, auxiliary.tp_vlan_tci);
+            PlaceTag(frame, hasType ? auxiliary.tp_vlan_tpid : etherTypeVlan, auxiliary.tp_vlan_tci);
         }
     }
     return frame;
 }
 
 // The kernel takes the tag out of a frame; the addresses move up, into the room in front, to let it in again.
-void PacketPort::RestoreTag(Frame& frame, uint8_t* start, uint16_t tagType, uint16_t control) {
-    if (frame.bytes.size() < sizeof(EthernetHeader)) return;
-    uint8_t* const tagged = start - tagRoom;
-    const size_t size = frame.bytes.size() + tagRoom;
-    std::memmove(tagged, start, 2 * sizeof(MacAddress));
-    Put({tagged, size}, offsetof(EthernetHeader, etherType), VlanTagBytes{tagType, control});
-    frame.bytes = {tagged, size};
+void PacketPort::PlaceTag(Frame& frame, uint16_t tagType, uint16_t control) {
+    if (settings.tagsBeside) frame.tag = TagOf(control);
+    if (settings.tagsBeside || frame.bytes.size() < sizeof(EthernetHeader)) return;
+    const std::span tagged(buffer.data(), frame.bytes.size() + tagRoom);
+    std::memmove(tagged.data(), frame.bytes.data(), 2 * sizeof(MacAddress));
+    Put(tagged, offsetof(EthernetHeader, etherType), VlanTagBytes{tagType, control});
+    frame.bytes = tagged;
 
     auto& offload = frame.offload;
     if ((offload.flags & Offload::needsChecksum) != 0) {
@@ -140,24 +151,43 @@ void PacketPort::RestoreTag(Frame& frame, uint8_t* start, uint16_t tagType, uint
     if (offload.segmentType != 0) offload.headerLength = static_cast<uint16_t>(offload.headerLength + tagRoom);
 }
 
-bool PacketPort::Send(std::span<const uint8_t> frame, const Offload& offload, bool stamped) {
-    Offload header = offload;
-    std::array<iovec, 2> parts{{{&header, sizeof(header)}, {const_cast<uint8_t*>(frame.data()), frame.size()}}};
-    alignas(cmsghdr) std::array<uint8_t, CMSG_SPACE(sizeof(uint32_t))> control{};
+bool PacketPort::SendStamped(std::span<const uint8_t> frame, const Offload& offload) {
+    const uint32_t byTheCard = settings.cardStamps ? SOF_TIMESTAMPING_TX_HARDWARE : 0;
+    return Send(frame, offload, SOF_TIMESTAMPING_TX_SOFTWARE | byTheCard);
+}
+
+bool PacketPort::Send(std::span<const uint8_t> frame, Offload offload, uint32_t stamps) {
+    std::array<iovec, 2> parts{{{&offload, sizeof(offload)}, {const_cast<uint8_t*>(frame.data()), frame.size()}}};
+    alignas(cmsghdr) std::array<uint8_t, CMSG_SPACE(sizeof(stamps))> control{};
     msghdr message{};
     message.msg_iov = parts.data();
     message.msg_iovlen = parts.size();
-    if (stamped) {
+    if (stamps != 0) {
         message.msg_control = control.data();
         message.msg_controllen = control.size();
         auto* part = CMSG_FIRSTHDR(&message);
         part->cmsg_level = SOL_SOCKET;
         part->cmsg_type = SO_TIMESTAMPING;
-        part->cmsg_len = CMSG_LEN(sizeof(uint32_t));
-        const uint32_t flags = SOF_TIMESTAMPING_TX_SOFTWARE | SOF_TIMESTAMPING_TX_HARDWARE;
-        std::memcpy(CMSG_DATA(part), &flags, sizeof(flags));
+        part->cmsg_len = CMSG_LEN(sizeof(stamps));
+        std::memcpy(CMSG_DATA(part), &stamps, sizeof(stamps));
     }
-    return sendmsg(socket.Get(), &message, 0) == static_cast<ssize_t>(frame.size() + sizeof(header));
+    return sendmsg(socket.Get(), &message, 0) == static_cast<ssize_t>(frame.size() + sizeof(offload));
+}
+
+int PacketPort::Unsent() const {
+    int bytes = 0;
+    return ioctl(socket.Get(), SIOCOUTQ, &bytes) < 0 ? 0 : bytes;
+}
+
+MacAddress InterfaceAddress(const std::string& name) {
+    const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    ifreq request{};
+    name.copy(request.ifr_name, IFNAMSIZ - 1);
+    if (ioctl(socket.Get(), SIOCGIFHWADDR, &request) != 0) ThrowErrno("cannot read the address of " + name);
+    if (request.ifr_hwaddr.sa_family != ARPHRD_ETHER) throw StartError(name + " is no Ethernet interface");
+    MacAddress address;
+    std::memcpy(address.data(), request.ifr_hwaddr.sa_data, address.size());
+    return address;
 }
 
 }  // namespace norvad::lab

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/mac_address.h"
+#include "lab/common/ethernet_frame.h"
 
 namespace norvad::lab {
 
@@ -25,21 +26,36 @@ struct Offload {
 };
 static_assert(sizeof(Offload) == 10);
 
-// A packet socket on one interface: all frames that come in there, promiscuous, 802.1Q tags in place. Throws
+// When a frame came in or left; nothing where it was not stamped.
+struct FrameStamps {
+    std::optional<int64_t> softwareNs;  // the kernel's, of the system clock
+    std::optional<int64_t> hardwareNs;  // the card's, of its own clock
+};
+
+struct PacketPortSettings {
+    bool promiscuous = false;  // hears all frames; else those to the interface's address and to every group
+    bool tagsBeside = false;   // 802.1Q tags stand beside the frame that had them; else in their place
+    bool cardStamps = false;   // asks for the stamps of the card too
+};
+
+// A packet socket on one interface, which stamps what comes in and, where it is asked for, what leaves. Throws
 // StartError where it cannot be opened.
 class PacketPort {
 public:
     struct Frame {
         std::span<const uint8_t> bytes;  // valid until the next call
+        std::optional<VlanTag> tag;      // only where tags stand beside
         Offload offload{};
-        timespec software{};  // the kernel's stamp, of the system clock; 0: none
-        timespec hardware{};  // the card's stamp, of its own clock; 0: none
+        FrameStamps stamps;
     };
 
-    explicit PacketPort(const std::string& interfaceName);
+    PacketPort(const std::string& interfaceName, const PacketPortSettings& settings);
 
     int Descriptor() const { return socket.Get(); }
     int InterfaceIndex() const { return index; }
+
+    // False for good once the interface was removed; one that only went down comes back.
+    bool HasInterface() const;
 
     // The next frame that came in; nothing when none is waiting.
     std::optional<Frame> Receive();
@@ -51,15 +67,25 @@ public:
     void WaitForSent(int milliseconds);
 
     // False when the interface refuses the frame.
-    bool Send(std::span<const uint8_t> frame, const Offload& offload, bool stamped);
+    bool Send(std::span<const uint8_t> frame, const Offload& offload = {}) { return Send(frame, offload, 0); }
+    bool SendStamped(std::span<const uint8_t> frame, const Offload& offload = {});
+
+    // Bytes that are on their way out.
+    int Unsent() const;
 
 private:
     std::optional<Frame> Read(int flags);
-    static void RestoreTag(Frame& frame, uint8_t* start, uint16_t tagType, uint16_t control);
+    void PlaceTag(Frame& frame, uint16_t tagType, uint16_t control);
+    bool Send(std::span<const uint8_t> frame, Offload offload, uint32_t stamps);
 
-    FileDescriptor socket;
+    std::string name;
+    PacketPortSettings settings;
     int index;
+    FileDescriptor socket;
     std::vector<uint8_t> buffer;
 };
+
+// The address of an Ethernet interface; throws StartError where there is none of that name.
+MacAddress InterfaceAddress(const std::string& name);
 
 }  // namespace norvad::lab

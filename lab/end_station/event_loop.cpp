@@ -32,7 +32,7 @@ timespec Span(uint64_t ns) {
 
 }  // namespace
 
-EventLoop::EventLoop(Station& station, PacketPort& port, const Clock& clock)
+EventLoop::EventLoop(Station& station, StationPort& port, const Clock& clock)
     : station(station), port(port), clock(clock), signals(OpenSignals()) {
     if (!signals.IsOpen()) throw std::system_error(errno, std::generic_category(), "signalfd");
 }

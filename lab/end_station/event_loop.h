@@ -3,8 +3,8 @@
 #include "base/clock.h"
 #include "base/file_descriptor.h"
 #include "lab/end_station/options.h"
-#include "lab/end_station/packet_port.h"
 #include "lab/end_station/station.h"
+#include "lab/end_station/station_port.h"
 
 namespace norvad::station {
 
@@ -12,7 +12,7 @@ namespace norvad::station {
 // serves are blocked for the process from its construction on.
 class EventLoop {
 public:
-    EventLoop(Station& station, PacketPort& port, const Clock& clock);
+    EventLoop(Station& station, StationPort& port, const Clock& clock);
 
     // Throws when the interface is gone. endNs: when to end without a signal, on the monotonic clock.
     void Run(uint64_t endNs);
@@ -25,7 +25,7 @@ private:
     void LetOut();
 
     Station& station;
-    PacketPort& port;
+    StationPort& port;
     const Clock& clock;
     FileDescriptor signals;
 };

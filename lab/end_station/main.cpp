@@ -24,7 +24,7 @@ void PrintEvent(const Clock& clock, const std::string& name, const std::string& 
 
 void RunStation(const Options& options) {
     const SystemClock clock;
-    PacketPort port(options.interface);
+    StationPort port(options.interface);
     Station station(options.station, clock, port,
                     [&](const std::string& text) { PrintEvent(clock, options.name, text); });
     uint64_t endNs = never;

@@ -1,15 +1,8 @@
 #include "lab/virtual_switch/cpu_interface.h"
 
-#include <net/if.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 
-#include "base/file_descriptor.h"
 #include "lab/common/errors.h"
 
 namespace norvad::board {
@@ -32,16 +25,6 @@ void BringUp(BoardLinkSocket& links, const std::string& name) {
     if (const int error = links.Request(BringUpRequest(name))) ThrowErrno("cannot bring up interface " + name, error);
 }
 
-MacAddress HardwareAddress(const std::string& name) {
-    const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    ifreq request{};
-    name.copy(request.ifr_name, IFNAMSIZ - 1);
-    if (ioctl(socket.Get(), SIOCGIFHWADDR, &request) != 0) ThrowErrno("cannot read the address of " + name);
-    MacAddress address;
-    std::memcpy(address.data(), request.ifr_hwaddr.sa_data, address.size());
-    return address;
-}
-
 }  // namespace
 
 CpuInterface::CpuInterface(BoardLinkSocket& links, const std::string& name, std::optional<MacAddress> wanted)
@@ -50,7 +33,7 @@ CpuInterface::CpuInterface(BoardLinkSocket& links, const std::string& name, std:
     if (error == EEXIST) throw StartError("interface " + name + " exists already");
     if (error != 0) ThrowErrno("cannot make interface " + name, error);
     BringUp(links, name);
-    address = HardwareAddress(name);
+    address = InterfaceAddress(name);
 
     const WithinNetwork inside(network);
     BoardLinkSocket linksInside;
@@ -59,7 +42,7 @@ CpuInterface::CpuInterface(BoardLinkSocket& links, const std::string& name, std:
 
 PacketPort CpuInterface::OpenSwitchEnd() const {
     const WithinNetwork inside(network);
-    return PacketPort(switchEnd);
+    return PacketPort(switchEnd, {.promiscuous = true});
 }
 
 CpuInterface::~CpuInterface() {

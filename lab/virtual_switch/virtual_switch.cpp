@@ -41,6 +41,10 @@ FileDescriptor OpenSignals() {
     return signals;
 }
 
+PacketPortSettings SettingsOf(const std::unique_ptr<CardClock>& card) {
+    return {.promiscuous = true, .cardStamps = card != nullptr};
+}
+
 BoardConfig ConfigOf(const Options& options, const MacAddress& cpuAddress) {
     BoardConfig config;
     config.cpuAddress = cpuAddress;
@@ -58,8 +62,9 @@ VirtualSwitch::VirtualSwitch(const Options& options)
     : options(options),
       events(options.quiet),
       signals(OpenSignals()),
-      ports{PacketPort(options.portInterfaces[0]), PacketPort(options.portInterfaces[1])},
       cards{CardClock::Open(options.portInterfaces[0]), CardClock::Open(options.portInterfaces[1])},
+      ports{PacketPort(options.portInterfaces[0], SettingsOf(cards[0])),
+            PacketPort(options.portInterfaces[1], SettingsOf(cards[1]))},
       cpuInterface(links, options.cpuInterface, options.cpuAddress),
       cpu(cpuInterface.OpenSwitchEnd()),
       board(ConfigOf(options, cpuInterface.Address()), *this, events),
@@ -137,10 +142,9 @@ void VirtualSwitch::ServePort(uint8_t port) {
     for (int i = 0; i < framesAtOnce; ++i) {
         const auto frame = ports[port].Receive();
         if (!frame) return;
-        const int64_t systemNs = Nanoseconds(frame->software);
-        Record(port, frame->bytes, systemNs);
+        Record(port, frame->bytes, frame->stamps.softwareNs.value_or(0));
         passing = frame->offload;
-        board.FrameArrived(port, frame->bytes, StampOf(port, *frame).value_or(ReferenceTime::NowNs()));
+        board.FrameArrived(port, frame->bytes, StampOf(port, frame->stamps).value_or(ReferenceTime::NowNs()));
         passing = {};
     }
 }
@@ -149,7 +153,7 @@ void VirtualSwitch::ServeCpu() {
     for (int i = 0; i < framesAtOnce; ++i) {
         const auto frame = cpu.Receive();
         if (!frame) return;
-        Record(externalPorts, frame->bytes, Nanoseconds(frame->software));
+        Record(externalPorts, frame->bytes, frame->stamps.softwareNs.value_or(0));
         board.FrameFromCpu(frame->bytes);
     }
 }
@@ -184,29 +188,29 @@ void VirtualSwitch::ReadSentStamps() {
     for (uint8_t port = 0; port < externalPorts; ++port) {
         while (const auto frame = ports[port].ReceiveSent()) {
             if (awaitedStamps[port] > 0) --awaitedStamps[port];
-            board.FrameSent(port, frame->bytes, reference.FromSystem(Nanoseconds(frame->software)));
+            board.FrameSent(port, frame->bytes, reference.FromSystem(frame->stamps.softwareNs.value_or(0)));
         }
     }
 }
 
 // The card's own stamp where there is one, else the kernel's.
-std::optional<int64_t> VirtualSwitch::StampOf(uint8_t port, const PacketPort::Frame& frame) {
-    if (cards[port] && frame.hardware.tv_sec != 0) return cards[port]->ToReference(Nanoseconds(frame.hardware));
-    if (frame.software.tv_sec == 0) return {};
-    return reference.FromSystem(Nanoseconds(frame.software));
+std::optional<int64_t> VirtualSwitch::StampOf(uint8_t port, const FrameStamps& stamps) {
+    if (cards[port] && stamps.hardwareNs) return cards[port]->ToReference(*stamps.hardwareNs);
+    if (!stamps.softwareNs) return {};
+    return reference.FromSystem(*stamps.softwareNs);
 }
 
 bool VirtualSwitch::SendOnPort(uint8_t port, std::span<const uint8_t> frame) {
     Record(port, frame, ReferenceTime::SystemNs());
     const bool isStamped = ParseEventMessage(frame).has_value();
-    const bool isSent = ports[port].Send(frame, passing, isStamped);
+    const bool isSent = isStamped ? ports[port].SendStamped(frame, passing) : ports[port].Send(frame, passing);
     if (isSent && isStamped) ++awaitedStamps[port];
     return isSent;
 }
 
 bool VirtualSwitch::SendToCpu(std::span<const uint8_t> frame) {
     Record(externalPorts, frame, ReferenceTime::SystemNs());
-    return cpu.Send(frame, {}, false);
+    return cpu.Send(frame);
 }
 
 void VirtualSwitch::ServeLinks() {

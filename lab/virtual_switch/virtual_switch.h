@@ -47,7 +47,7 @@ private:
     void ServeDriver(uint32_t events);
     int AnswerRequest(std::span<uint8_t> record);
     void ReadSentStamps();
-    std::optional<int64_t> StampOf(uint8_t port, const lab::PacketPort::Frame& frame);
+    std::optional<int64_t> StampOf(uint8_t port, const lab::FrameStamps& stamps);
     void ServeLinks();
     void ServeSignals();
     void ServeTimers();
@@ -62,8 +62,8 @@ private:
     lab::ReferenceTime reference;
     FileDescriptor signals;  // held back before anything is made that must be removed again
     BoardLinkSocket links;
-    std::array<lab::PacketPort, externalPorts> ports;
     std::array<std::unique_ptr<lab::CardClock>, externalPorts> cards;  // null: the kernel stamps
+    std::array<lab::PacketPort, externalPorts> ports;
     CpuInterface cpuInterface;
     lab::PacketPort cpu;
     Board board;

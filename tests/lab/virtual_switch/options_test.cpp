@@ -7,10 +7,9 @@
 #include "lab/virtual_switch/options.h"
 
 namespace norvad::board {
-
-using lab::StartError;
 namespace {
 
+using lab::StartError;
 using testing::ElementsAre;
 
 Options Parse(std::vector<const char*> arguments) {

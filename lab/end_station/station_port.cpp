@@ -1,0 +1,60 @@
+#include "lab/end_station/station_port.h"
+
+#include "lab/common/errors.h"
+#include "lab/common/time.h"
+
+namespace norvad::station {
+
+using namespace lab;
+
+namespace {
+
+// The process's own time is close enough where the driver stamps nothing.
+uint64_t TimeOf(const FrameStamps& stamps, int64_t processNs) {
+    return static_cast<uint64_t>(stamps.softwareNs.value_or(processNs));
+}
+
+}  // namespace
+
+StationPort::StationPort(const std::string& interface)
+    : interface(interface), address(InterfaceAddress(interface)), port(interface, {.tagsBeside = true}) {}
+
+bool StationPort::Send(std::span<const uint8_t> frame) {
+    if (port.Send(frame)) return true;
+    ThrowIfGone();
+    return false;
+}
+
+std::optional<uint64_t> StationPort::SendStamped(std::span<const uint8_t> frame) {
+    while (port.ReceiveSent()) {  // stamps of earlier frames, too late for them
+    }
+    if (!port.SendStamped(frame)) {
+        ThrowIfGone();
+        return {};
+    }
+    const int64_t sentNs = ReferenceTime::SystemNs();
+    constexpr int longestWaitMs = 2;
+    port.WaitForSent(longestWaitMs);
+    const auto sent = port.ReceiveSent();
+    return TimeOf(sent ? sent->stamps : FrameStamps{}, sentNs);
+}
+
+void StationPort::Receive(const std::function<void(const ReceivedFrame&)>& take) {
+    constexpr int burst = 64;
+    const bool isForAStamp = port.ReceiveSent().has_value();  // one that came late keeps the socket ready
+    for (int i = 0; i < burst; ++i) {
+        const auto frame = port.Receive();
+        if (!frame) {
+            if (i == 0 && !isForAStamp) ThrowIfGone();
+            return;
+        }
+        take({frame->bytes, frame->tag, TimeOf(frame->stamps, ReferenceTime::SystemNs())});
+    }
+}
+
+// An interface that only went down comes back; one that was removed does not, though both read alike.
+void StationPort::ThrowIfGone() const {
+    if (!port.HasInterface()) throw StartError("interface " + interface + " is gone");
+}
+
+}  // namespace norvad::station
