@@ -1,6 +1,7 @@
 #include "lab/board/board.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "base/wire.h"
 #include "switch/ports.h"
@@ -17,29 +18,37 @@ constexpr uint8_t Bit(uint8_t port) {
     return static_cast<uint8_t>(1 << port);
 }
 
-constexpr uint8_t outside = Bit(externalPorts) - 1;  // the mask of the external ports
-
 CpuTag ToCpuTag(uint8_t port) {
     return {ETHERTYPE_TAG, 0, static_cast<uint8_t>(TagType::TO_CPU) << 6, static_cast<uint8_t>(port << 3), {0, 0}};
+}
+
+const BoardConfig& Checked(const BoardConfig& config) {
+    constexpr uint8_t fewest = 2;
+    constexpr uint8_t most = 5;
+    if (config.externalPorts < fewest || config.externalPorts > most) {
+        throw std::invalid_argument("a board has 2 to 5 external ports");
+    }
+    if (config.stampGranularityNs == 0) throw std::invalid_argument("a clock stamps in steps of at least 1 ns");
+    return config;
 }
 
 }  // namespace
 
 Board::Board(const BoardConfig& config, BoardWires& wires, BoardObserver& observer)
-    : config(config),
+    : config(Checked(config)),
       wires(wires),
-      clock(config.clockNs, config.referenceNs, config.clockErrorPpb, config.steeringUnit),
-      driver(tables, clock, stamps, observer) {}
+      clock(config.clockNs, config.referenceNs, config.clockErrorPpb, config.steeringUnit, config.stampGranularityNs),
+      driver(config.externalPorts, tables, clock, stamps, observer) {}
 
 void Board::FrameArrived(uint8_t port, std::span<const uint8_t> frame, int64_t referenceNs) {
-    if (port >= externalPorts) return;
+    if (port >= config.externalPorts) return;
     counters[port].received.Count(frame.size());
     if (!links[port].up) return Drop(port, DropReason::LINK_DOWN);
     const auto fields = ParseFrame(frame);
     if (!fields) return Drop(port, DropReason::MALFORMED);
 
     if (const auto event = ParseEventMessage(frame)) {
-        stamps.Keep({Direction::RECEIVE, port, event->messageType, event->sequenceId}, clock.At(referenceNs),
+        stamps.Keep({Direction::RECEIVE, port, event->messageType, event->sequenceId}, clock.Stamp(referenceNs),
                     referenceNs);
     }
     if (IsControlAddress(fields->destination)) return Trap(port, frame);
@@ -49,10 +58,11 @@ void Board::FrameArrived(uint8_t port, std::span<const uint8_t> frame, int64_t r
 }
 
 void Board::FrameSent(uint8_t port, std::span<const uint8_t> frame, int64_t referenceNs) {
-    if (port >= externalPorts) return;
+    if (port >= config.externalPorts) return;
     const auto event = ParseEventMessage(frame);
     if (!event) return;
-    stamps.Keep({Direction::TRANSMIT, port, event->messageType, event->sequenceId}, clock.At(referenceNs), referenceNs);
+    stamps.Keep({Direction::TRANSMIT, port, event->messageType, event->sequenceId}, clock.Stamp(referenceNs),
+                referenceNs);
 }
 
 void Board::FrameFromCpu(std::span<const uint8_t> frame) {
@@ -63,7 +73,7 @@ void Board::FrameFromCpu(std::span<const uint8_t> frame) {
         return Drop(cpuPort, DropReason::WRONG_TAG);
     }
     const auto port = static_cast<uint8_t>(header->tag.port >> 3);
-    if (port >= externalPorts) return Drop(cpuPort, DropReason::NO_SUCH_PORT);
+    if (port >= config.externalPorts) return Drop(cpuPort, DropReason::NO_SUCH_PORT);
     if (frame.size() - sizeof(CpuTag) > buffer.size()) return Drop(cpuPort, DropReason::TOO_LONG);
 
     const auto rest = frame.subspan(addressesSize + sizeof(CpuTag));
@@ -86,7 +96,7 @@ void Board::Forward(uint8_t port, std::span<const uint8_t> frame, const FrameFie
     }
     const auto known = stations.Find(fields.vid, fields.destination, referenceNs);
     if (known == port) return Drop(port, DropReason::SAME_PORT);
-    const auto wanted = known ? Bit(*known) : outside;
+    const auto wanted = known ? Bit(*known) : OutsideMask();
     SendToPorts(port, VlanPorts(fields.vid) & wanted, frame, DropReason::NOT_A_MEMBER);
 }
 
@@ -107,14 +117,14 @@ uint8_t Board::GroupPorts(uint8_t port, size_t length, const FrameFields& fields
 
 // Untagged and priority-tagged frames belong to no VLAN and are not bound by any.
 uint8_t Board::VlanPorts(uint16_t vid) const {
-    return vid == 0 ? outside : tables.vlans.Members(vid) & outside;
+    return vid == 0 ? OutsideMask() : tables.vlans.Members(vid) & OutsideMask();
 }
 
 void Board::SendToPorts(uint8_t port, uint8_t portMask, std::span<const uint8_t> frame, DropReason otherwise) {
     portMask = static_cast<uint8_t>(portMask & ~Bit(port));
     if (portMask == 0) return Drop(port, otherwise);
     bool sent = false;
-    for (uint8_t to = 0; to < externalPorts; ++to) {
+    for (uint8_t to = 0; to < config.externalPorts; ++to) {
         if ((portMask & Bit(to)) == 0) continue;
         if (links[to].up && !links[to].forwarding) {
             Drop(to, DropReason::BLOCKED);

@@ -28,18 +28,21 @@ public:
 };
 
 struct BoardConfig {
-    MacAddress cpuAddress{};        // of the CPU interface; frames to it are handed to the CPU
-    uint64_t clockNs = 0;           // what the hardware clock shows at referenceNs
-    int64_t referenceNs = 0;        // when the board is switched on
-    int32_t clockErrorPpb = 0;      // how much too fast the oscillator is
-    double steeringUnit = 0x1p-38;  // frequency of one count of steering
-    uint8_t cutTrailerMask = 0;     // ports that cut what stands behind a PTP message on the way out
+    MacAddress cpuAddress{};          // of the CPU interface; frames to it are handed to the CPU
+    uint8_t externalPorts = 2;        // 2..5, numbered from 0; the daemon keeps port 5 to itself, and 6 is the CPU's
+    uint64_t clockNs = 0;             // what the hardware clock shows at referenceNs
+    int64_t referenceNs = 0;          // when the board is switched on
+    int32_t clockErrorPpb = 0;        // how much too fast the oscillator is
+    double steeringUnit = 0x1p-38;    // frequency of one count of steering
+    uint32_t stampGranularityNs = 1;  // in what steps the clock stamps frames, at least 1
+    uint8_t cutTrailerMask = 0;       // ports that cut what stands behind a PTP message on the way out
 };
 
-// A small managed switch of two external ports and one to the CPU, in software: no kernel, no time of its own, one
+// A small managed switch of a few external ports and one to the CPU, in software: no kernel, no time of its own, one
 // thread. Each event brings the instant it happened at, in nanoseconds of a reference that never steps back.
 class Board {
 public:
+    // Throws std::invalid_argument for a board that cannot be built.
     Board(const BoardConfig& config, BoardWires& wires, BoardObserver& observer);
 
     // A plain Ethernet frame came in at an external port.
@@ -56,6 +59,7 @@ public:
 
     void SetLink(uint8_t port, const PortLink& link);
 
+    uint8_t ExternalPorts() const { return config.externalPorts; }
     const LinkTable& Links() const { return links; }
     const PortCounters& Counters(uint8_t port) const { return counters.at(port); }
     const ForwardingDatabase& Stations() const { return stations; }
@@ -68,6 +72,7 @@ public:
 
 private:
     void Forward(uint8_t port, std::span<const uint8_t> frame, const lab::FrameFields& fields, int64_t referenceNs);
+    uint8_t OutsideMask() const { return static_cast<uint8_t>((1 << config.externalPorts) - 1); }
     uint8_t VlanPorts(uint16_t vid) const;
     uint8_t GroupPorts(uint8_t port, size_t length, const lab::FrameFields& fields, int64_t referenceNs);
     void SendToPorts(uint8_t port, uint8_t portMask, std::span<const uint8_t> frame, DropReason otherwise);

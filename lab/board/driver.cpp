@@ -43,8 +43,9 @@ std::optional<size_t> RecordSize(uint32_t command) {
     return {};
 }
 
-Driver::Driver(DriverTables& tables, HardwareClock& clock, TimestampStore& stamps, BoardObserver& observer)
-    : tables(tables), clock(clock), stamps(stamps), observer(observer) {}
+Driver::Driver(uint8_t externalPorts, DriverTables& tables, HardwareClock& clock, TimestampStore& stamps,
+               BoardObserver& observer)
+    : externalPorts(externalPorts), tables(tables), clock(clock), stamps(stamps), observer(observer) {}
 
 int Driver::Execute(std::span<uint8_t> record, int64_t referenceNs) {
     const auto header = Peek<CommandHeader>(record);

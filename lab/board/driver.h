@@ -25,7 +25,8 @@ std::optional<size_t> RecordSize(uint32_t command);
 // The switch driver: carries out command records (switch/driver_records.h).
 class Driver {
 public:
-    Driver(DriverTables& tables, HardwareClock& clock, TimestampStore& stamps, BoardObserver& observer);
+    Driver(uint8_t externalPorts, DriverTables& tables, HardwareClock& clock, TimestampStore& stamps,
+           BoardObserver& observer);
 
     // 0 or an errno value: EINVAL for a record shorter than its command's or an argument out of range, EOPNOTSUPP
     // for an unknown command, ENOSPC for a full table, EAGAIN for a stamp that is not there. The record is
@@ -41,6 +42,7 @@ private:
     int SetVlan(const PortVlanRecord& record);
     int ReportStatus();
 
+    const uint8_t externalPorts;
     DriverTables& tables;
     HardwareClock& clock;
     TimestampStore& stamps;

@@ -4,13 +4,19 @@
 
 namespace norvad::board {
 
-HardwareClock::HardwareClock(uint64_t startNs, int64_t referenceNs, int32_t errorPpb, double steeringUnit)
-    : errorPpb(errorPpb), steeringUnit(steeringUnit) {
+HardwareClock::HardwareClock(uint64_t startNs, int64_t referenceNs, int32_t errorPpb, double steeringUnit,
+                             uint32_t granularityNs)
+    : errorPpb(errorPpb), steeringUnit(steeringUnit), granularityNs(granularityNs) {
     segments.fill({referenceNs, startNs, 0.0, RateOffsetFor(0)});
 }
 
 uint64_t HardwareClock::At(int64_t referenceNs) const {
     return Continue(SegmentAt(referenceNs), referenceNs).value;
+}
+
+uint64_t HardwareClock::Stamp(int64_t referenceNs) const {
+    const uint64_t value = At(referenceNs);
+    return value - value % granularityNs;
 }
 
 void HardwareClock::Step(int64_t offsetNs, int64_t referenceNs) {

@@ -13,12 +13,16 @@ namespace norvad::board {
 class HardwareClock {
 public:
     // startNs: what it shows at referenceNs. errorPpb: how much too fast its oscillator is. steeringUnit: the
-    // change of frequency that one count of steering makes.
-    HardwareClock(uint64_t startNs, int64_t referenceNs, int32_t errorPpb = 0, double steeringUnit = 0x1p-38);
+    // change of frequency that one count of steering makes. granularityNs: in what steps it stamps, at least 1.
+    HardwareClock(uint64_t startNs, int64_t referenceNs, int32_t errorPpb = 0, double steeringUnit = 0x1p-38,
+                  uint32_t granularityNs = 1);
 
     // What the clock shows, or showed, at an instant of the reference. An instant before a step or a change of
     // steering is answered as the clock ran then, as far as the last 16 changes; a stamp may be read late.
     uint64_t At(int64_t referenceNs) const;
+
+    // The same as the hardware stamps a frame: rounded down to its granularity.
+    uint64_t Stamp(int64_t referenceNs) const;
 
     // Steps the clock by offsetNs; the shown value wraps at 2^64.
     void Step(int64_t offsetNs, int64_t referenceNs);
@@ -48,6 +52,7 @@ private:
 
     int32_t errorPpb;
     double steeringUnit;
+    uint32_t granularityNs;
     int32_t steering = 0;
     std::array<Segment, 16> segments;  // a ring
     size_t newest = 0;

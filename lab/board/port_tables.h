@@ -17,7 +17,6 @@ namespace norvad::board {
 // The tables that the daemon programs. A mask has bit n for port n.
 
 inline constexpr uint8_t portCount = 7;
-inline constexpr uint8_t externalPorts = 2;
 inline constexpr uint8_t allPorts = (1 << portCount) - 1;
 
 // Which ports belong to a VLAN: none until they are added.

@@ -12,20 +12,23 @@ using namespace lab;
 
 namespace {
 
-std::string PortLines(const Board& board) {
-    std::string text = "ports\n";
-    for (const uint8_t port : {uint8_t{0}, uint8_t{1}, cpuPort}) {
-        const auto& counters = board.Counters(port);
-        text += Text("port %u link 0x%x received %" PRIu64 " (%" PRIu64 " bytes) sent %" PRIu64 " (%" PRIu64
-                     " bytes) forwarded %" PRIu64 " trapped %" PRIu64 "\n",
-                     port, board.Links()[port].Nibble(), counters.received.frames, counters.received.bytes,
-                     counters.sent.frames, counters.sent.bytes, counters.forwarded, counters.trapped);
-        for (size_t reason = 0; reason < dropReasonNames.size(); ++reason) {
-            if (counters.dropped[reason] == 0) continue;
-            text += Text("port %u dropped %" PRIu64 " %s\n", port, counters.dropped[reason], dropReasonNames[reason]);
-        }
+std::string PortLines(const Board& board, uint8_t port) {
+    const auto& counters = board.Counters(port);
+    std::string text = Text("port %u link 0x%x received %" PRIu64 " (%" PRIu64 " bytes) sent %" PRIu64 " (%" PRIu64
+                            " bytes) forwarded %" PRIu64 " trapped %" PRIu64 "\n",
+                            port, board.Links()[port].Nibble(), counters.received.frames, counters.received.bytes,
+                            counters.sent.frames, counters.sent.bytes, counters.forwarded, counters.trapped);
+    for (size_t reason = 0; reason < dropReasonNames.size(); ++reason) {
+        if (counters.dropped[reason] == 0) continue;
+        text += Text("port %u dropped %" PRIu64 " %s\n", port, counters.dropped[reason], dropReasonNames[reason]);
     }
     return text;
+}
+
+std::string PortLines(const Board& board) {
+    std::string text = "ports\n";
+    for (uint8_t port = 0; port < board.ExternalPorts(); ++port) text += PortLines(board, port);
+    return text + PortLines(board, cpuPort);
 }
 
 std::string ClockLines(const Board& board, int64_t referenceNs) {

@@ -10,6 +10,9 @@
 
 namespace norvad::board {
 
+// The board among two interfaces.
+inline constexpr uint8_t externalPorts = 2;
+
 // The command line of norvad3-virtual-switch.
 struct Options {
     std::array<std::string, externalPorts> portInterfaces;

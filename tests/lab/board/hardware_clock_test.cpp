@@ -35,6 +35,21 @@ TEST(HardwareClock, KeepsNanosecondsOverADayFromAnEpochTime) {
     EXPECT_EQ(clock.At(start + 86'400 * second) - epoch, 86'400u * second + 86'400u);
 }
 
+TEST(HardwareClock, StampsInStepsOfItsGranularity) {
+    const HardwareClock clock(1'000, 0, 0, 0x1p-38, 8);
+
+    EXPECT_EQ(clock.Stamp(0), 1'000u);
+    EXPECT_EQ(clock.Stamp(7), 1'000u);
+    EXPECT_EQ(clock.Stamp(8), 1'008u);
+    EXPECT_EQ(clock.At(7), 1'007u);
+}
+
+TEST(HardwareClock, StampsEveryNanosecondUnlessToldOtherwise) {
+    const HardwareClock clock(1'000, 0);
+
+    EXPECT_EQ(clock.Stamp(7), 1'007u);
+}
+
 TEST(HardwareClock, StepMovesItForwardAndBack) {
     HardwareClock clock(1'000, 0);
 

@@ -60,13 +60,16 @@ public:
     bool refuses = false;
 };
 
-// A board of two gigabit ports that are up and let data pass.
+// A board of gigabit ports that are up and let data pass, two of them unless told otherwise.
 class BoardTest : public testing::Test {
 protected:
     static constexpr MacAddress cpuAddress{0x02, 0, 0, 0, 0x10, 0x01};
 
-    BoardTest() : board({.cpuAddress = cpuAddress, .cutTrailerMask = 0x02}, wires, events) {
-        for (const uint8_t port : {uint8_t{0}, uint8_t{1}}) board.SetLink(port, {true, true, PortLink::gigabit});
+    BoardTest() : BoardTest({.cpuAddress = cpuAddress, .cutTrailerMask = 0x02}) {}
+    explicit BoardTest(const BoardConfig& config) : board(config, wires, events) {
+        for (uint8_t port = 0; port < config.externalPorts; ++port) {
+            board.SetLink(port, {true, true, PortLink::gigabit});
+        }
     }
 
     template <typename Record>
