@@ -1,6 +1,6 @@
 #include "lab/end_station/reservations.h"
 
-#include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 
@@ -106,13 +106,13 @@ void Reservations::WithdrawAll() {
 }
 
 bool Reservations::HasReadyListener(const StreamID& id) const {
-    return std::ranges::find(readyListeners, id) != readyListeners.end();
+    return readyListeners.contains(id);
 }
 
 std::optional<VlanTag> Reservations::TagOf(const StreamID& id) const {
-    const auto found = std::ranges::find(talkers, id, &KnownTalker::id);
-    if (found == talkers.end()) return {};
-    return found->tag;
+    const auto found = talkerTags.find(id);
+    if (found == talkerTags.end()) return {};
+    return found->second;
 }
 
 void Reservations::Registered(const MrpValue& value) {
@@ -123,24 +123,23 @@ void Reservations::Registered(const MrpValue& value) {
     if (value.type == TALKER_FAILED) return log(FailedText(FirstValue<TalkerFailedFirstValue>(value)));
 
     const auto talker = FirstValue<TalkerFirstValue>(value);
-    std::erase_if(talkers, [&](const KnownTalker& known) { return known.id == talker.streamId; });
-    talkers.push_back({talker.streamId, {talker.vid, talker.DataFramePriority()}});
+    talkerTags.insert_or_assign(talker.streamId, VlanTag{talker.vid, talker.DataFramePriority()});
     log("talker " + HexText(talker.streamId) + " registered " + TalkerText(talker));
 }
 
 void Reservations::ListenerRegistered(const StreamID& id, ListenerDeclaration declaration) {
-    std::erase(readyListeners, id);
     if (declaration == ListenerDeclaration::READY || declaration == ListenerDeclaration::READY_FAILED) {
-        readyListeners.push_back(id);
+        readyListeners.insert(id);
+    } else {
+        readyListeners.erase(id);
     }
     log(ListenerText(id, declaration));
 }
 
 void Reservations::Withdrawn(const MrpValue& value) {
     const auto id = FirstValue<ListenerFirstValue>(value).streamId;
-    if (value.type == LISTENER_VECTOR) std::erase(readyListeners, id);
-    if (value.type == TALKER_ADVERTISE)
-        std::erase_if(talkers, [&](const KnownTalker& known) { return known.id == id; });
+    if (value.type == LISTENER_VECTOR) readyListeners.erase(id);
+    if (value.type == TALKER_ADVERTISE) talkerTags.erase(id);
     log(WithdrawnText(value));
 }
 

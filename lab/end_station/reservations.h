@@ -1,8 +1,10 @@
 #pragma once
 
+#include <boost/container_hash/hash.hpp>
 #include <cstdint>
 #include <optional>
-#include <vector>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "lab/end_station/frame.h"
 #include "lab/end_station/mrp_participant.h"
@@ -51,12 +53,8 @@ private:
 
     EventLog log;
     MrpParticipant participant;
-    std::vector<StreamID> readyListeners;
-    struct KnownTalker {
-        StreamID id;
-        VlanTag tag;
-    };
-    std::vector<KnownTalker> talkers;
+    std::unordered_set<StreamID, boost::hash<StreamID>> readyListeners;
+    std::unordered_map<StreamID, VlanTag, boost::hash<StreamID>> talkerTags;
 };
 
 }  // namespace norvad::station

@@ -33,11 +33,12 @@ Station::Station(const StationSettings& settings, const Clock& clock, FramePort&
           clock, ~SeedOf(port.Address()), [this](const auto& application, auto pdu) { SendPdu(application, pdu); },
           this->log),
       peerDelay(settings.peerDelay, clock, port, this->log),
+      receivers(clock, this->log),
       vlanTraffic(settings.vlanFrames, settings.framesPerSecond, clock, port, this->log) {
     for (const auto& talker : settings.talkers) {
         senders.emplace_back(talker, settings.framesPerSecond, settings.eager, clock, port, this->log);
     }
-    for (const auto& listener : settings.listeners) receivers.emplace_back(listener.id, clock, this->log);
+    for (const auto& listener : settings.listeners) receivers.Add(listener.id);
 }
 
 void Station::Start() {
@@ -73,15 +74,14 @@ void Station::RunDue() {
         senders[i].SetWanted(reservations.HasReadyListener(settings.talkers[i].id));
         senders[i].RunDue();
     }
-    for (auto& receiver : receivers) receiver.RunDue();
+    receivers.RunDue();
     vlanTraffic.RunDue();
 }
 
 uint64_t Station::DueNs() const {
-    uint64_t dueNs = std::min(
-        {reservations.Participant().DueNs(), vlanMember.Participant().DueNs(), peerDelay.DueNs(), vlanTraffic.DueNs()});
+    uint64_t dueNs = std::min({reservations.Participant().DueNs(), vlanMember.Participant().DueNs(), peerDelay.DueNs(),
+                               receivers.DueNs(), vlanTraffic.DueNs()});
     for (const auto& sender : senders) dueNs = std::min(dueNs, sender.DueNs());
-    for (const auto& receiver : receivers) dueNs = std::min(dueNs, receiver.DueNs());
     return dueNs;
 }
 
@@ -115,7 +115,7 @@ bool Station::HasUnsent() const {
 
 void Station::LogCounts() const {
     for (const auto& sender : senders) sender.LogCount();
-    for (const auto& receiver : receivers) receiver.LogCount();
+    receivers.LogCounts();
     vlanTraffic.LogCounts();
     if (otherStreamFrames > 0) log("received of other streams " + std::to_string(otherStreamFrames) + " frames");
 }
@@ -124,8 +124,7 @@ void Station::ReceiveStreamFrame(const ReceivedFrame& frame) {
     if (VlanTraffic::IsVlanFrame(frame)) return vlanTraffic.Receive(frame);
     const auto stream = ReadStreamFrame(frame.bytes);
     if (!stream) return;
-    const auto receiver = std::ranges::find(receivers, stream->streamId, &StreamReceiver::Id);
-    if (receiver != receivers.end()) {
+    if (auto* const receiver = receivers.Find(stream->streamId)) {
         return receiver->Receive(stream->counter, frame.tag, reservations.TagOf(stream->streamId));
     }
     if (otherStreamFrames++ == 0) log("unexpected stream frame " + HexText(stream->streamId));

@@ -58,7 +58,7 @@ private:
     VlanMember vlanMember;
     PeerDelay peerDelay;
     std::deque<StreamSender> senders;  // one for each talker
-    std::deque<StreamReceiver> receivers;
+    StreamReceivers receivers;
     VlanTraffic vlanTraffic;
     uint64_t otherStreamFrames = 0;
     bool isEnding = false;

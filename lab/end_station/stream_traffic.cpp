@@ -1,5 +1,6 @@
 #include "lab/end_station/stream_traffic.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -66,7 +67,7 @@ void StreamSender::LogCount() const {
 }
 
 StreamReceiver::StreamReceiver(const StreamID& id, const Clock& clock, EventLog log, std::string name)
-    : id(id), name(NameOf(id, std::move(name))), clock(clock), log(std::move(log)), reportDueNs(never) {}
+    : name(NameOf(id, std::move(name))), clock(clock), log(std::move(log)), reportDueNs(never) {}
 
 void StreamReceiver::Receive(uint32_t count, const std::optional<VlanTag>& tag,
                              const std::optional<VlanTag>& expected) {
@@ -93,6 +94,32 @@ void StreamReceiver::RunDue() {
 void StreamReceiver::LogCount() const {
     log("received " + name + ' ' + std::to_string(counter.received) + " frames, lost " + std::to_string(counter.lost) +
         ", out of order " + std::to_string(counter.reordered) + ", wrongly tagged " + std::to_string(wronglyTagged));
+}
+
+StreamReceivers::StreamReceivers(const Clock& clock, EventLog log) : clock(clock), log(std::move(log)) {}
+
+StreamReceiver& StreamReceivers::Add(const StreamID& id, std::string name) {
+    places.try_emplace(id, receivers.size());
+    return receivers.emplace_back(id, clock, log, std::move(name));
+}
+
+StreamReceiver* StreamReceivers::Find(const StreamID& id) {
+    const auto found = places.find(id);
+    return found == places.end() ? nullptr : &receivers[found->second];
+}
+
+void StreamReceivers::RunDue() {
+    for (auto& receiver : receivers) receiver.RunDue();
+}
+
+uint64_t StreamReceivers::DueNs() const {
+    uint64_t dueNs = never;
+    for (const auto& receiver : receivers) dueNs = std::min(dueNs, receiver.DueNs());
+    return dueNs;
+}
+
+void StreamReceivers::LogCounts() const {
+    for (const auto& receiver : receivers) receiver.LogCount();
 }
 
 }  // namespace norvad::station

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <boost/container_hash/hash.hpp>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "base/clock.h"
 #include "lab/end_station/frame.h"
@@ -44,7 +47,6 @@ public:
     // name is what event lines call the stream: its id, where nothing else is given.
     StreamReceiver(const StreamID& id, const Clock& clock, EventLog log, std::string name = {});
 
-    const StreamID& Id() const { return id; }
     // expected is how the stream's talker says that it tags its frames, where that is known.
     void Receive(uint32_t counter, const std::optional<VlanTag>& tag, const std::optional<VlanTag>& expected);
     void RunDue();
@@ -52,7 +54,6 @@ public:
     void LogCount() const;
 
 private:
-    const StreamID id;
     const std::string name;
     const Clock& clock;
     EventLog log;
@@ -60,6 +61,27 @@ private:
     uint64_t wronglyTagged = 0;
     uint64_t reported = 0;  // of counter.received
     uint64_t reportDueNs;   // never: no frames are coming
+};
+
+// The receivers of a station: each frame finds the one of its stream, however many there are.
+class StreamReceivers {
+public:
+    StreamReceivers(const Clock& clock, EventLog log);
+
+    // name as for StreamReceiver. A second receiver of one stream gets no frames.
+    StreamReceiver& Add(const StreamID& id, std::string name = {});
+    StreamReceiver* Find(const StreamID& id);  // null where there is none
+    size_t Size() const { return receivers.size(); }
+
+    void RunDue();
+    uint64_t DueNs() const;
+    void LogCounts() const;  // in the order in which they were added
+
+private:
+    const Clock& clock;
+    EventLog log;
+    std::deque<StreamReceiver> receivers;
+    std::unordered_map<StreamID, size_t, boost::hash<StreamID>> places;  // in receivers
 };
 
 }  // namespace norvad::station

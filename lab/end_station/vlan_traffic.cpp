@@ -36,13 +36,13 @@ std::string NameOf(const StreamID& id) {
 
 VlanTraffic::VlanTraffic(const std::vector<uint16_t>& vids, uint32_t framesPerSecond, const Clock& clock,
                          FramePort& port, EventLog log)
-    : clock(clock), log(std::move(log)) {
+    : receivers(clock, log) {
     for (const uint16_t vid : vids) {
         TalkerSettings talker;
         talker.id = IdOf(port.Address(), vid);
         talker.destination = everybody;
         talker.tag = {vid, 0};
-        senders.emplace_back(talker, framesPerSecond, false, clock, port, this->log, NameOf(talker.id));
+        senders.emplace_back(talker, framesPerSecond, false, clock, port, log, NameOf(talker.id));
     }
 }
 
@@ -69,27 +69,25 @@ void VlanTraffic::Receive(const ReceivedFrame& frame) {
 
 void VlanTraffic::RunDue() {
     for (auto& sender : senders) sender.RunDue();
-    for (auto& receiver : receivers) receiver.RunDue();
+    receivers.RunDue();
 }
 
 uint64_t VlanTraffic::DueNs() const {
-    uint64_t dueNs = never;
+    uint64_t dueNs = receivers.DueNs();
     for (const auto& sender : senders) dueNs = std::min(dueNs, sender.DueNs());
-    for (const auto& receiver : receivers) dueNs = std::min(dueNs, receiver.DueNs());
     return dueNs;
 }
 
 void VlanTraffic::LogCounts() const {
     for (const auto& sender : senders) sender.LogCount();
-    for (const auto& receiver : receivers) receiver.LogCount();
+    receivers.LogCounts();
 }
 
 // A sender is known from its first frame on.
 StreamReceiver* VlanTraffic::ReceiverOf(const StreamID& id) {
-    const auto known = std::ranges::find(receivers, id, &StreamReceiver::Id);
-    if (known != receivers.end()) return &*known;
-    if (receivers.size() == mostReceivers) return nullptr;
-    return &receivers.emplace_back(id, clock, log, NameOf(id));
+    if (auto* const known = receivers.Find(id)) return known;
+    if (receivers.Size() == mostReceivers) return nullptr;
+    return &receivers.Add(id, NameOf(id));
 }
 
 }  // namespace norvad::station

@@ -35,10 +35,8 @@ public:
 private:
     StreamReceiver* ReceiverOf(const StreamID& id);
 
-    const Clock& clock;
-    EventLog log;
     std::deque<StreamSender> senders;  // one for each VLAN
-    std::deque<StreamReceiver> receivers;
+    StreamReceivers receivers;
 };
 
 }  // namespace norvad::station

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "lab/end_station/text.h"
 #include "tests/lab/end_station/support.h"
 
 namespace norvad::station {
@@ -27,13 +28,18 @@ StationSettings ListenerOnly() {
 // A talker's and a listener's station on one cable.
 class TwoStations : public testing::Test {
 protected:
+    explicit TwoStations(const StationSettings& ofTalker = TalkerOnly(),
+                         const StationSettings& ofListener = ListenerOnly())
+        : talker(ofTalker, clock, talkerPort, [this](const auto& text) { talkerEvents.push_back(text); }),
+          listener(ofListener, clock, listenerPort, [this](const auto& text) { listenerEvents.push_back(text); }) {}
+
     void Start() {
         talker.Start();
         listener.Start();
     }
-    void RunFor(uint64_t ms) {
-        for (; ms > 0; --ms) {
-            clock.AdvanceMs(1);
+    void RunFor(uint64_t ms, uint64_t stepMs = 1) {
+        for (; ms > 0; ms -= stepMs) {
+            clock.AdvanceMs(stepMs);
             talker.RunDue();
             listener.RunDue();
             Carry(talkerPort, listener);
@@ -48,8 +54,8 @@ protected:
     FakePort listenerPort{{0x02, 0, 0, 0, 0, 0x0B}, clock};
     std::vector<std::string> talkerEvents;
     std::vector<std::string> listenerEvents;
-    Station talker{TalkerOnly(), clock, talkerPort, [this](const auto& text) { talkerEvents.push_back(text); }};
-    Station listener{ListenerOnly(), clock, listenerPort, [this](const auto& text) { listenerEvents.push_back(text); }};
+    Station talker;
+    Station listener;
 
 private:
     static bool Said(const std::vector<std::string>& events, const std::string& text) {
@@ -66,6 +72,40 @@ private:
             }
             to.Receive({frame, tag, 0});
         }
+    }
+};
+
+constexpr uint16_t manyStreams = 4'000;
+
+StreamID NthStream(uint16_t n) {
+    return {0x02, 0, 0, 0, 0, 0x01, static_cast<uint8_t>(n >> 8), static_cast<uint8_t>(n)};
+}
+
+StationSettings ManyTalkers() {
+    StationSettings settings;
+    settings.framesPerSecond = 2;
+    for (uint16_t n = 0; n < manyStreams; ++n) settings.talkers.push_back({NthStream(n), destination});
+    return settings;
+}
+
+// Every second listener cannot receive its stream.
+StationSettings ManyListeners() {
+    StationSettings settings;
+    for (uint16_t n = 0; n < manyStreams; ++n) {
+        const auto declaration = n % 2 == 0 ? ListenerDeclaration::READY : ListenerDeclaration::ASKING_FAILED;
+        settings.listeners.push_back({NthStream(n), declaration});
+    }
+    return settings;
+}
+
+class ThousandsOfStreams : public TwoStations {
+protected:
+    ThousandsOfStreams() : TwoStations(ManyTalkers(), ManyListeners()) {}
+
+    // How many of the events begin and end so.
+    static ptrdiff_t Count(const std::vector<std::string>& events, std::string_view begin, std::string_view end) {
+        return std::ranges::count_if(
+            events, [&](const std::string& event) { return event.starts_with(begin) && event.ends_with(end); });
     }
 };
 
@@ -214,6 +254,35 @@ TEST_F(TwoStations, EveryTruncatedFrameIsSurvived) {
     }
 
     EXPECT_FALSE(ListenerSaid("domain class 6 priority 3 vid 2 withdrawn"));
+}
+
+TEST_F(ThousandsOfStreams, AreSentWhereAListenerIsReadyAndCountedEachOnItsOwn) {
+    Start();
+    RunFor(1'200, 10);
+    EXPECT_EQ(Count(talkerEvents, "sends ", " 2 frames/s"), manyStreams / 2);
+
+    listener.LogCounts();
+    ASSERT_GT(listenerEvents.size(), size_t{manyStreams});
+    const std::vector<std::string> counts(listenerEvents.end() - manyStreams, listenerEvents.end());
+    for (uint16_t n = 0; n < manyStreams; ++n) {
+        const auto* const frames = n % 2 == 0 ? " 3 frames" : " 0 frames";
+        ASSERT_EQ(counts[n],
+                  "received " + HexText(NthStream(n)) + frames + ", lost 0, out of order 0, wrongly tagged 0");
+    }
+}
+
+TEST_F(ThousandsOfStreams, EndWithTheirListeners) {
+    Start();
+    RunFor(500, 10);
+
+    listener.WithdrawListeners();
+    RunFor(1'500, 10);
+    EXPECT_EQ(Count(talkerEvents, "stops sending ", ""), manyStreams / 2);
+    EXPECT_EQ(Count(talkerEvents, "listener ", " withdrawn"), manyStreams);
+
+    talker.WithdrawAll();
+    RunFor(1'500, 10);
+    EXPECT_EQ(Count(listenerEvents, "talker ", " withdrawn"), manyStreams);
 }
 
 TEST_F(TwoStations, WaitsForNothingThatIsAlreadyDone) {

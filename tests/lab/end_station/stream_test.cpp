@@ -163,6 +163,39 @@ TEST_F(StationStreamTraffic, ReceiverTellsBeginRateAndEnd) {
     EXPECT_EQ(receiver.DueNs(), never);
 }
 
+TEST_F(StationStreamTraffic, ReceiverIsFoundByItsStream) {
+    StreamReceivers receivers(clock, Log());
+    auto& first = receivers.Add({1});
+    auto& second = receivers.Add({2}, "second");
+    const auto& third = receivers.Add({1});
+
+    EXPECT_EQ(receivers.Find({1}), &first);
+    EXPECT_EQ(receivers.Find({2}), &second);
+    EXPECT_EQ(receivers.Find({3}), nullptr);
+    EXPECT_NE(&third, &first);
+    EXPECT_EQ(receivers.Size(), 3u);
+}
+
+TEST_F(StationStreamTraffic, ReceiversAreRunAndToldInTheirOrder) {
+    StreamReceivers receivers(clock, Log());
+    receivers.Add({2}, "second");
+    receivers.Add({1}, "first");
+    EXPECT_EQ(receivers.DueNs(), never);
+
+    receivers.Find({1})->Receive(0, {}, {});
+    EXPECT_EQ(receivers.DueNs(), NowNs(clock) + nsPerSecond);
+    clock.AdvanceMs(1'000);
+    receivers.RunDue();
+    receivers.LogCounts();
+
+    EXPECT_EQ(events, (std::vector<std::string>{
+                          "first frames begin untagged",
+                          "receiving first 1 frames/s",
+                          "received second 0 frames, lost 0, out of order 0, wrongly tagged 0",
+                          "received first 1 frames, lost 0, out of order 0, wrongly tagged 0",
+                      }));
+}
+
 TEST_F(StationStreamTraffic, FramesThatAreNotTaggedAsAdvertisedAreCounted) {
     StreamReceiver receiver(streamId, clock, Log());
 
