@@ -1,12 +1,12 @@
 #include "lab/board/driver.h"
 
+#include <fmt/format.h>
+
 #include <boost/endian/conversion.hpp>
 #include <cerrno>
-#include <cinttypes>
 
 #include "base/wire.h"
 #include "lab/common/ethernet_frame.h"
-#include "lab/common/text.h"
 
 namespace norvad::board {
 
@@ -79,8 +79,8 @@ int Driver::SetEgressLimit(const EgressLimitRecord& record) {
     if (record.port >= portCount) return EINVAL;
     const auto port = static_cast<uint8_t>(record.port);
     if (!tables.limits.Set(port, record.parameter, record.limit)) return ENOSPC;
-    observer.Event(Text("egress limit port %u parameter %" PRIu32 " limit %" PRId32, port, record.parameter.value(),
-                        record.limit.value()));
+    observer.Event(fmt::format("egress limit port {} parameter {} limit {}", port, record.parameter.value(),
+                               record.limit.value()));
     return 0;
 }
 
@@ -95,9 +95,9 @@ int Driver::QueryTimestamp(std::span<uint8_t> bytes, Direction direction, int64_
     const auto messageType = static_cast<uint8_t>(record.messageType & 0x0F);
     const auto stamp = stamps.Take({direction, record.port, messageType, sequenceId}, referenceNs);
     if (!stamp) {
-        observer.Event(Text("no %s stamp port %u type %u sequence %u",
-                            direction == Direction::TRANSMIT ? "transmit" : "receive", record.port, messageType,
-                            sequenceId));
+        observer.Event(fmt::format("no {} stamp port {} type {} sequence {}",
+                                   direction == Direction::TRANSMIT ? "transmit" : "receive", record.port, messageType,
+                                   sequenceId));
         return EAGAIN;
     }
     record.first = *stamp;
@@ -109,13 +109,13 @@ int Driver::QueryTimestamp(std::span<uint8_t> bytes, Direction direction, int64_
 int Driver::StepClock(const ClockSetRecord& record, int64_t referenceNs) {
     const auto offsetNs = static_cast<int64_t>(record.value.value());
     clock.Step(offsetNs, referenceNs);
-    observer.Event(Text("clock step %" PRId64 " ns", offsetNs));
+    observer.Event(fmt::format("clock step {} ns", offsetNs));
     return 0;
 }
 
 int Driver::SteerClock(const ClockSteerRecord& record, int64_t referenceNs) {
     clock.Steer(record.value, referenceNs);
-    observer.Event(Text("clock steer %" PRId32, record.value.value()));
+    observer.Event(fmt::format("clock steer {}", record.value.value()));
     return 0;
 }
 
@@ -129,8 +129,8 @@ int Driver::SetMulticast(const PortMcastRecord& record) {
     } else if (!tables.multicasts.Add(vid, record.address, mask)) {
         return ENOSPC;
     }
-    observer.Event(Text("multicast %s port mask 0x%02x vid %u %s", record.add == 0 ? "remove" : "add", mask, vid,
-                        AddressText(record.address).c_str()));
+    observer.Event(fmt::format("multicast {} port mask 0x{:02x} vid {} {}", record.add == 0 ? "remove" : "add", mask,
+                               vid, AddressText(record.address)));
     return 0;
 }
 
@@ -146,13 +146,13 @@ int Driver::SetVlan(const PortVlanRecord& record) {
     } else {
         tables.vlans.Remove(vid, mask);
     }
-    observer.Event(Text("vlan %s port mask 0x%02x vid %u", state == 1 ? "add" : "remove", mask, vid));
+    observer.Event(fmt::format("vlan {} port mask 0x{:02x} vid {}", state == 1 ? "add" : "remove", mask, vid));
     return 0;
 }
 
 int Driver::ReportStatus() {
-    observer.Event(Text("status asked: %zu VLANs, %zu multicast addresses", tables.vlans.Entries().size(),
-                        tables.multicasts.Size()));
+    observer.Event(fmt::format("status asked: {} VLANs, {} multicast addresses", tables.vlans.Entries().size(),
+                               tables.multicasts.Size()));
     return 0;
 }
 

@@ -1,5 +1,7 @@
 #include "lab/end_station/options.h"
 
+#include <fmt/format.h>
+
 #include <boost/endian/conversion.hpp>
 #include <boost/program_options.hpp>
 #include <sstream>
@@ -44,13 +46,13 @@ po::options_description Description() {
 }
 
 [[noreturn]] void Refuse(const std::string& option, const std::string& value, const std::string& wanted) {
-    throw std::runtime_error("--" + option + " " + value + ": " + wanted);
+    throw std::runtime_error(fmt::format("--{} {}: {}", option, value, wanted));
 }
 
 int64_t Number(const po::variables_map& values, const char* option, int64_t least, int64_t most) {
     const auto value = values[option].as<int64_t>();
     if (value < least || value > most) {
-        Refuse(option, std::to_string(value), std::to_string(least) + " to " + std::to_string(most) + " are possible");
+        Refuse(option, std::to_string(value), fmt::format("{} to {} are possible", least, most));
     }
     return value;
 }

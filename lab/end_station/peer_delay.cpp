@@ -1,6 +1,7 @@
 #include "lab/end_station/peer_delay.h"
 
-#include <string>
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "base/ethertypes.h"
@@ -90,7 +91,7 @@ void PeerDelay::TakeFollowUp(const PdelayRespFollowUpMessage& followUp) {
     const uint64_t t3 = DecodeTimestamp(followUp.responseOriginTimestamp, followUp.header.correctionField);
     const auto twoWays = static_cast<int64_t>((t4 - *t1) - (t3 - *t2));  // wraps where the clocks disagree
     t1.reset();
-    log("link delay " + std::to_string(twoWays / 2) + " ns");
+    log(fmt::format("link delay {} ns", twoWays / 2));
 }
 
 bool PeerDelay::AnswersOurRequest(const PTPHeader& header, const PortIdentity& requester) const {

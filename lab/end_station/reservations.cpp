@@ -1,5 +1,7 @@
 #include "lab/end_station/reservations.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <string>
 #include <utility>
@@ -39,25 +41,24 @@ TalkerFirstValue FirstValueOf(const TalkerSettings& talker) {
 }
 
 std::string DomainText(const DomainFirstValue& domain) {
-    return "domain class " + std::to_string(domain.srClassId) + " priority " + std::to_string(domain.srClassPriority) +
-           " vid " + std::to_string(domain.srClassVid);
+    return fmt::format("domain class {} priority {} vid {}", domain.srClassId, domain.srClassPriority,
+                       domain.srClassVid.value());
 }
 
 // What reads alike of a stream's own declaration and of one from the neighbour.
 std::string TalkerText(const TalkerFirstValue& talker) {
-    return "latency " + std::to_string(talker.accumulatedLatency) + " ns vid " + std::to_string(talker.vid) +
-           " priority " + std::to_string(talker.DataFramePriority()) + " destination " + HexText(talker.destination) +
-           " max-frame-size " + std::to_string(talker.maxFrameSize) + " interval-frames " +
-           std::to_string(talker.maxIntervalFrames);
+    return fmt::format("latency {} ns vid {} priority {} destination {} max-frame-size {} interval-frames {}",
+                       talker.accumulatedLatency.value(), talker.vid.value(), talker.DataFramePriority(),
+                       HexText(talker.destination), talker.maxFrameSize.value(), talker.maxIntervalFrames.value());
 }
 
 std::string FailedText(const TalkerFailedFirstValue& failed) {
-    return "talker failed " + HexText(failed.talker.streamId) + " code " + std::to_string(failed.failureCode) + " (" +
-           FailureText(failed.failureCode) + ") bridge " + HexText(failed.bridgeId);
+    return fmt::format("talker failed {} code {} ({}) bridge {}", HexText(failed.talker.streamId), failed.failureCode,
+                       FailureText(failed.failureCode), HexText(failed.bridgeId));
 }
 
 std::string ListenerText(const StreamID& id, ListenerDeclaration declaration) {
-    return "listener " + HexText(id) + ' ' + DeclarationText(declaration);
+    return fmt::format("listener {} {}", HexText(id), DeclarationText(declaration));
 }
 
 MrpValue ValueOf(const ListenerSettings& listener) {
@@ -87,7 +88,7 @@ void Reservations::DeclareDomains() {
 void Reservations::Declare(const TalkerSettings& talker) {
     const auto value = FirstValueOf(talker);
     participant.Declare(ValueOf(TALKER_ADVERTISE, value));
-    log("declares talker " + HexText(talker.id) + ' ' + TalkerText(value));
+    log(fmt::format("declares talker {} {}", HexText(talker.id), TalkerText(value)));
 }
 
 void Reservations::Declare(const ListenerSettings& listener) {
@@ -124,7 +125,7 @@ void Reservations::Registered(const MrpValue& value) {
 
     const auto talker = FirstValue<TalkerFirstValue>(value);
     talkerTags.insert_or_assign(talker.streamId, VlanTag{talker.vid, talker.DataFramePriority()});
-    log("talker " + HexText(talker.streamId) + " registered " + TalkerText(talker));
+    log(fmt::format("talker {} registered {}", HexText(talker.streamId), TalkerText(talker)));
 }
 
 void Reservations::ListenerRegistered(const StreamID& id, ListenerDeclaration declaration) {

@@ -1,5 +1,7 @@
 #include "lab/end_station/station.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <boost/endian/conversion.hpp>
 #include <string>
@@ -117,7 +119,7 @@ void Station::LogCounts() const {
     for (const auto& sender : senders) sender.LogCount();
     receivers.LogCounts();
     vlanTraffic.LogCounts();
-    if (otherStreamFrames > 0) log("received of other streams " + std::to_string(otherStreamFrames) + " frames");
+    if (otherStreamFrames > 0) log(fmt::format("received of other streams {} frames", otherStreamFrames));
 }
 
 void Station::ReceiveStreamFrame(const ReceivedFrame& frame) {

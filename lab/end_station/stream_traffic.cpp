@@ -1,5 +1,7 @@
 #include "lab/end_station/stream_traffic.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -15,7 +17,7 @@ namespace {
 
 std::string TagText(const std::optional<VlanTag>& tag) {
     if (!tag) return "untagged";
-    return "vid " + std::to_string(tag->vid) + " priority " + std::to_string(tag->priority);
+    return fmt::format("vid {} priority {}", tag->vid, tag->priority);
 }
 
 std::string NameOf(const StreamID& id, std::string name) {
@@ -42,7 +44,7 @@ void StreamSender::SetWanted(bool wanted) {
     if (sends == (dueNs != never)) return;
     if (!sends) return Stop();
     dueNs = NowNs(clock);
-    log("sends " + name + ' ' + std::to_string(framesPerSecond) + " frames/s");
+    log(fmt::format("sends {} {} frames/s", name, framesPerSecond));
 }
 
 void StreamSender::Stop() {
@@ -63,7 +65,7 @@ void StreamSender::RunDue() {
 }
 
 void StreamSender::LogCount() const {
-    log("sent " + name + ' ' + std::to_string(frame.Count()) + " frames");
+    log(fmt::format("sent {} {} frames", name, frame.Count()));
 }
 
 StreamReceiver::StreamReceiver(const StreamID& id, const Clock& clock, EventLog log, std::string name)
@@ -73,7 +75,7 @@ void StreamReceiver::Receive(uint32_t count, const std::optional<VlanTag>& tag,
                              const std::optional<VlanTag>& expected) {
     if (reportDueNs == never) {
         reportDueNs = NowNs(clock) + reportNs;
-        log(name + " frames begin " + TagText(tag));
+        log(fmt::format("{} frames begin {}", name, TagText(tag)));
     }
     counter.Count(count);
     if (expected && tag != expected) ++wronglyTagged;
@@ -84,7 +86,7 @@ void StreamReceiver::RunDue() {
     const uint64_t frames = counter.received - std::exchange(reported, counter.received);
     if (frames > 0) {
         reportDueNs += reportNs;
-        return log("receiving " + name + ' ' + std::to_string(frames) + " frames/s");
+        return log(fmt::format("receiving {} {} frames/s", name, frames));
     }
     reportDueNs = never;
     counter.Resume();
@@ -92,8 +94,8 @@ void StreamReceiver::RunDue() {
 }
 
 void StreamReceiver::LogCount() const {
-    log("received " + name + ' ' + std::to_string(counter.received) + " frames, lost " + std::to_string(counter.lost) +
-        ", out of order " + std::to_string(counter.reordered) + ", wrongly tagged " + std::to_string(wronglyTagged));
+    log(fmt::format("received {} {} frames, lost {}, out of order {}, wrongly tagged {}", name, counter.received,
+                    counter.lost, counter.reordered, wronglyTagged));
 }
 
 StreamReceivers::StreamReceivers(const Clock& clock, EventLog log) : clock(clock), log(std::move(log)) {}

@@ -1,5 +1,7 @@
 #include "lab/end_station/text.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <charconv>
 #include <string>
@@ -73,14 +75,7 @@ std::optional<ListenerDeclaration> ParseDeclaration(std::string_view text) {
 }
 
 std::string HexText(std::span<const uint8_t> bytes) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const uint8_t byte : bytes) {
-        if (!text.empty()) text += ':';
-        text += digits[byte >> 4];
-        text += digits[byte & 0x0F];
-    }
-    return text;
+    return fmt::format("{:02x}", fmt::join(bytes, ":"));
 }
 
 const char* DeclarationText(ListenerDeclaration declaration) {

@@ -1,5 +1,7 @@
 #include "lab/end_station/vlan_member.h"
 
+#include <fmt/format.h>
+
 #include <boost/endian/conversion.hpp>
 #include <string>
 #include <utility>
@@ -9,7 +11,7 @@ namespace norvad::station {
 namespace {
 
 std::string VlanText(const MrpValue& value) {
-    return "vlan " + std::to_string(boost::endian::load_big_u16(value.firstValue.data()));
+    return fmt::format("vlan {}", boost::endian::load_big_u16(value.firstValue.data()));
 }
 
 }  // namespace

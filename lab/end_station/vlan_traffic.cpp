@@ -1,5 +1,7 @@
 #include "lab/end_station/vlan_traffic.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <boost/endian/conversion.hpp>
 #include <span>
@@ -29,7 +31,7 @@ uint16_t VidOf(const StreamID& id) {
 }
 
 std::string NameOf(const StreamID& id) {
-    return "vlan " + std::to_string(VidOf(id)) + " from " + HexText(std::span(id).first(sizeof(MacAddress)));
+    return fmt::format("vlan {} from {}", VidOf(id), HexText(std::span(id).first(sizeof(MacAddress))));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "lab/grandmaster_reader/message_text.h"
 
-#include <cinttypes>
-#include <cstdio>
+#include <fmt/format.h>
+
 #include <cstring>
 
 namespace norvad::reader {
@@ -9,9 +9,7 @@ namespace norvad::reader {
 namespace {
 
 std::string ClockText(uint64_t number) {
-    char text[sizeof("0x0011223344556677")];
-    (void)snprintf(text, sizeof(text), "0x%016" PRIx64, number);
-    return text;
+    return fmt::format("0x{:016x}", number);
 }
 
 }  // namespace
@@ -25,8 +23,8 @@ std::optional<GrandmasterMessage> ReadMessage(std::span<const uint8_t> bytes) {
 }
 
 std::string MessageText(const GrandmasterMessage& message) {
-    std::string text = "grandmaster " + ClockText(message.clockNumber) + " domain " +
-                       std::to_string(message.domainNumber) + " fixed " + std::to_string(message.fixed) + " path";
+    std::string text = fmt::format("grandmaster {} domain {} fixed {} path", ClockText(message.clockNumber),
+                                   message.domainNumber, message.fixed);
     for (size_t entry = 0; entry < message.pathCount; ++entry) text += ' ' + ClockText(message.path[entry]);
     return text;
 }
