@@ -1,13 +1,8 @@
 #include "lab/end_station/event_loop.h"
 
-#include <poll.h>
-#include <sys/signalfd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <system_error>
 
 #include "lab/common/time.h"
 
@@ -15,55 +10,63 @@ namespace norvad::station {
 
 using namespace lab;
 
-namespace {
-
-// A descriptor for the signals that are served, which come no other way any more.
-int OpenSignals() {
-    sigset_t served;
-    sigemptyset(&served);
-    for (const int signal : {SIGTERM, SIGINT, SIGUSR1, SIGUSR2}) sigaddset(&served, signal);
-    sigprocmask(SIG_BLOCK, &served, nullptr);
-    return signalfd(-1, &served, SFD_NONBLOCK | SFD_CLOEXEC);
-}
-
-timespec Span(uint64_t ns) {
-    return {static_cast<time_t>(ns / nsPerSecond), static_cast<long>(ns % nsPerSecond)};
-}
-
-}  // namespace
+using boost::system::error_code;
 
 EventLoop::EventLoop(Station& station, StationPort& port, const Clock& clock)
-    : station(station), port(port), clock(clock), signals(OpenSignals()) {
-    if (!signals.IsOpen()) throw std::system_error(errno, std::generic_category(), "signalfd");
+    : station(station),
+      port(port),
+      clock(clock),
+      context(1),
+      frames(context, port.Descriptor()),
+      signals(context, SIGTERM, SIGINT, SIGUSR1),
+      timer(context) {
+    signals.add(SIGUSR2);
 }
 
-void EventLoop::Run(uint64_t endNs) {
+EventLoop::~EventLoop() {
+    (void)frames.release();
+}
+
+void EventLoop::Run(uint64_t until) {
+    endNs = until;
     station.Start();
-    do {
-        station.RunDue();
-    } while (NowNs(clock) < endNs && Wait(std::min(station.DueNs(), endNs)));
+    AwaitFrames();
+    AwaitSignal();
+    Proceed();
+    context.run();
     station.WithdrawAll();
     LetOut();
 }
 
-bool EventLoop::Wait(uint64_t untilNs) {
-    constexpr uint64_t longestWaitNs = 10 * nsPerSecond;
-    const uint64_t now = NowNs(clock);
-    const timespec wait = Span(untilNs > now ? std::min(untilNs - now, longestWaitNs) : 0);
-    std::array<pollfd, 2> ready{{{port.Descriptor(), POLLIN, 0}, {signals.Get(), POLLIN, 0}}};
-    if (ppoll(ready.data(), ready.size(), &wait, nullptr) <= 0) return true;
-    if (ready[0].revents != 0) port.Receive([this](const ReceivedFrame& frame) { station.Receive(frame); });
-    return ready[1].revents == 0 || TakeSignals();
+void EventLoop::AwaitFrames() {
+    frames.async_wait(frames.wait_read, [this](const error_code&) {
+        port.Receive([this](const ReceivedFrame& frame) { station.Receive(frame); });
+        AwaitFrames();
+        Proceed();
+    });
 }
 
-bool EventLoop::TakeSignals() {
-    signalfd_siginfo signal{};
-    while (read(signals.Get(), &signal, sizeof(signal)) == sizeof(signal)) {
-        if (signal.ssi_signo == SIGTERM || signal.ssi_signo == SIGINT) return false;
-        if (signal.ssi_signo == SIGUSR1) Leave();
-        if (signal.ssi_signo == SIGUSR2) Join();
-    }
-    return true;
+void EventLoop::AwaitSignal() {
+    signals.async_wait([this](const error_code&, int signal) {
+        if (signal == SIGTERM || signal == SIGINT) return context.stop();
+        if (signal == SIGUSR1) Leave();
+        if (signal == SIGUSR2) Join();
+        AwaitSignal();
+        Proceed();
+    });
+}
+
+// The station does what is due and is asked when it has to go on. Setting the timer takes its last wait back.
+void EventLoop::Proceed() {
+    constexpr uint64_t longestWaitNs = 10 * nsPerSecond;
+    station.RunDue();
+    const uint64_t now = NowNs(clock);
+    if (now >= endNs) return context.stop();
+    const uint64_t dueNs = std::clamp(std::min(station.DueNs(), endNs), now, now + longestWaitNs);
+    timer.expires_after(std::chrono::nanoseconds(dueNs - now));
+    timer.async_wait([this](const error_code& takenBack) {
+        if (!takenBack) Proceed();
+    });
 }
 
 void EventLoop::Leave() {
@@ -78,11 +81,11 @@ void EventLoop::Join() {
 
 // The last PDU may have to keep its distance from the one before; then the driver has to take it.
 void EventLoop::LetOut() {
-    const uint64_t endNs = NowNs(clock) + nsPerSecond;
-    while (NowNs(clock) < endNs && (station.HasUnsent() || port.Unsent() > 0)) {
+    const uint64_t latestNs = NowNs(clock) + nsPerSecond;
+    while (NowNs(clock) < latestNs && (station.HasUnsent() || port.Unsent() > 0)) {
         station.RunDue();
-        const timespec wait = Span(5 * nsPerMs);
-        (void)ppoll(nullptr, 0, &wait, nullptr);
+        timer.expires_after(std::chrono::milliseconds(5));
+        timer.wait();
     }
 }
 

@@ -1,25 +1,31 @@
 #pragma once
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+
 #include "base/clock.h"
-#include "base/file_descriptor.h"
 #include "lab/end_station/options.h"
 #include "lab/end_station/station.h"
 #include "lab/end_station/station_port.h"
 
 namespace norvad::station {
 
-// Runs a station on a port until a signal or its time ends it, and then lets its last frames out. The signals it
-// serves are blocked for the process from its construction on.
+// Runs a station on a port until a signal or its time ends it, and then lets its last frames out. While it exists the
+// signals it serves have no other effect.
 class EventLoop {
 public:
     EventLoop(Station& station, StationPort& port, const Clock& clock);
+    ~EventLoop();
 
     // Throws when the interface is gone. endNs: when to end without a signal, on the monotonic clock.
     void Run(uint64_t endNs);
 
 private:
-    bool Wait(uint64_t untilNs);  // false when a signal says that it is over
-    bool TakeSignals();
+    void AwaitFrames();
+    void AwaitSignal();
+    void Proceed();
     void Leave();
     void Join();
     void LetOut();
@@ -27,7 +33,11 @@ private:
     Station& station;
     StationPort& port;
     const Clock& clock;
-    FileDescriptor signals;
+    uint64_t endNs = 0;
+    boost::asio::io_context context;
+    boost::asio::posix::stream_descriptor frames;  // the port's own
+    boost::asio::signal_set signals;
+    boost::asio::steady_timer timer;
 };
 
 }  // namespace norvad::station

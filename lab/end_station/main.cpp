@@ -31,7 +31,8 @@ void RunStation(const Options& options) {
     if (options.durationSeconds) {
         endNs = NowNs(clock) + static_cast<uint64_t>(*options.durationSeconds * static_cast<double>(nsPerSecond));
     }
-    EventLoop(station, port, clock).Run(endNs);
+    EventLoop loop(station, port, clock);
+    loop.Run(endNs);
     station.LogCounts();
 }
 
