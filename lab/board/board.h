@@ -5,12 +5,11 @@
 #include <span>
 #include <string>
 
-#include "lab/board/counters.h"
 #include "lab/board/driver.h"
 #include "lab/board/forwarding_database.h"
 #include "lab/board/hardware_clock.h"
-#include "lab/board/link_table.h"
 #include "lab/board/port_tables.h"
+#include "lab/board/ports.h"
 #include "lab/board/timestamp_store.h"
 #include "lab/common/ethernet_frame.h"
 #include "switch/cpu_tag.h"

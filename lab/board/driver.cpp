@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "base/wire.h"
+#include "lab/board/ports.h"
 #include "lab/common/ethernet_frame.h"
 
 namespace norvad::board {

@@ -10,14 +10,10 @@
 #include <vector>
 
 #include "base/mac_address.h"
-#include "lab/board/rate_meter.h"
 
 namespace norvad::board {
 
 // The tables that the daemon programs. A mask has bit n for port n.
-
-inline constexpr uint8_t portCount = 7;
-inline constexpr uint8_t allPorts = (1 << portCount) - 1;
 
 // Which ports belong to a VLAN: none until they are added.
 class VlanTable {
@@ -32,6 +28,36 @@ public:
 
 private:
     std::array<uint8_t, 4096> members{};
+};
+
+// Bytes per second, measured over stretches of at least one second.
+class RateMeter {
+public:
+    void Count(uint64_t bytes, int64_t nowNs) {
+        Close(nowNs);
+        windowBytes += bytes;
+    }
+
+    // Of the last whole stretch, which ends now when a second has passed since the one before.
+    uint64_t BytesPerSecond(int64_t nowNs) {
+        Close(nowNs);
+        return lastRate;
+    }
+
+private:
+    static constexpr int64_t windowNs = 1'000'000'000;
+
+    void Close(int64_t nowNs) {
+        const int64_t elapsed = nowNs - windowStartNs;
+        if (elapsed < windowNs) return;
+        lastRate = static_cast<uint64_t>(static_cast<double>(windowBytes) * 1e9 / static_cast<double>(elapsed));
+        windowStartNs = nowNs;
+        windowBytes = 0;
+    }
+
+    int64_t windowStartNs = 0;
+    uint64_t windowBytes = 0;
+    uint64_t lastRate = 0;
 };
 
 // What has been forwarded by one entry of the multicast table.

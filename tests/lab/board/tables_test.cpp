@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "lab/board/counters.h"
 #include "lab/board/forwarding_database.h"
-#include "lab/board/link_table.h"
 #include "lab/board/port_tables.h"
-#include "lab/board/rate_meter.h"
+#include "lab/board/ports.h"
 #include "tests/lab/board/support.h"
 
 namespace norvad::board {
