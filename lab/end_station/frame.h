@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -19,6 +21,22 @@ struct ReceivedFrame {
     std::span<const uint8_t> bytes;  // from the destination address on
     std::optional<VlanTag> tag;
     uint64_t receiveTimeNs = 0;  // of the station's time-stamping clock
+};
+
+// An untagged frame around payload, as long as the shortest one that may be sent.
+class ControlFrame {
+public:
+    static constexpr size_t maxLength = 1514;
+
+    // payload has at most 1500 bytes.
+    ControlFrame(const MacAddress& destination, const MacAddress& source, uint16_t etherType,
+                 std::span<const uint8_t> payload);
+
+    std::span<const uint8_t> Bytes() const { return std::span(bytes).first(length); }
+
+private:
+    std::array<uint8_t, maxLength> bytes{};
+    size_t length;
 };
 
 // The station's place on the wire.

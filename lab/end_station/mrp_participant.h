@@ -23,11 +23,12 @@ public:
     virtual void Withdrawn(const MrpValue& value) = 0;
 };
 
-// An end station's half of MRP on one link, kept apart from the bridge's machines so that neither can hide the
-// other's mistakes. What it declares it sends as New, again after joinTime and from then on every second; a
-// LeaveAll, or an event that says the neighbour lost a declaration, has it sent at once. A registration that is left
-// ends after leaveTime unless it is joined again. It sends LeaveAll of its own, so that what a silent neighbour
-// registered ends too.
+// An end station's half of MRP on one link: machines and PDU codec of its own, apart from the bridge's on purpose, so
+// that neither can hide the other's mistakes. Only layouts and constants are the same (mrp/mrp_wire.h, mrp/mrp_types.h,
+// msrp/msrp_wire.h): what is wrong there is wrong at both ends, and only a foreign dissector notices. What it declares
+// it sends as New, again after joinTime and from then on every second; a LeaveAll, or an event that says the neighbour
+// lost a declaration, has it sent at once. A registration that is left ends after leaveTime unless it is joined again.
+// It sends LeaveAll of its own, so that what a silent neighbour registered ends too.
 class MrpParticipant final : private MrpReceiver {
 public:
     using Send = std::function<void(const MrpApplication&, std::span<const uint8_t> pdu)>;

@@ -6,7 +6,6 @@
 
 #include "base/ethertypes.h"
 #include "lab/common/time.h"
-#include "lab/end_station/control_frame.h"
 
 namespace norvad::station {
 

@@ -10,7 +10,6 @@
 #include "base/ethertypes.h"
 #include "base/wire.h"
 #include "lab/common/time.h"
-#include "lab/end_station/control_frame.h"
 #include "lab/end_station/text.h"
 
 namespace norvad::station {

@@ -1,4 +1,4 @@
-#include "lab/end_station/control_frame.h"
+#include "lab/end_station/frame.h"
 
 #include <algorithm>
 
