@@ -40,14 +40,15 @@ Board::Board(const BoardConfig& config, BoardWires& wires, BoardObserver& observ
       clock(config.clockNs, config.referenceNs, config.clockErrorPpb, config.steeringUnit, config.stampGranularityNs),
       driver(config.externalPorts, tables, clock, stamps, observer) {}
 
-void Board::FrameArrived(uint8_t port, std::span<const uint8_t> frame, int64_t referenceNs) {
+void Board::FrameArrived(uint8_t port, std::span<const uint8_t> frame, int64_t referenceNs, bool isStamped) {
     if (port >= config.externalPorts) return;
     counters[port].received.Count(frame.size());
     if (!links[port].up) return Drop(port, DropReason::LINK_DOWN);
     const auto fields = ParseFrame(frame);
     if (!fields) return Drop(port, DropReason::MALFORMED);
 
-    if (const auto event = ParseEventMessage(frame)) {
+    const auto event = ParseEventMessage(frame);
+    if (event && isStamped) {
         stamps.Keep({Direction::RECEIVE, port, event->messageType, event->sequenceId}, clock.Stamp(referenceNs),
                     referenceNs);
     }

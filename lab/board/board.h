@@ -44,8 +44,9 @@ public:
     // Throws std::invalid_argument for a board that cannot be built.
     Board(const BoardConfig& config, BoardWires& wires, BoardObserver& observer);
 
-    // A plain Ethernet frame came in at an external port.
-    void FrameArrived(uint8_t port, std::span<const uint8_t> frame, int64_t referenceNs);
+    // A plain Ethernet frame came in at an external port. One that nobody stamped came in at about referenceNs and
+    // has no receive stamp.
+    void FrameArrived(uint8_t port, std::span<const uint8_t> frame, int64_t referenceNs, bool isStamped = true);
 
     // A frame that SendOnPort was given began to leave; without this a frame from the CPU has no transmit stamp.
     void FrameSent(uint8_t port, std::span<const uint8_t> frame, int64_t referenceNs);

@@ -11,8 +11,6 @@
 #include <ctime>
 #include <limits>
 
-#include "lab/common/time.h"
-
 namespace norvad::lab {
 
 namespace {
@@ -44,7 +42,7 @@ clockid_t ClockOf(const FileDescriptor& device) {
 
 }  // namespace
 
-std::unique_ptr<CardClock> CardClock::Open(const std::string& interfaceName) {
+std::unique_ptr<CardClock> InterfaceCardClock::Open(const std::string& interfaceName) {
     const int number = ClockNumber(interfaceName);
     if (number < 0) return nullptr;
     FileDescriptor device(open(("/dev/ptp" + std::to_string(number)).c_str(), O_RDONLY | O_CLOEXEC));
@@ -54,24 +52,24 @@ std::unique_ptr<CardClock> CardClock::Open(const std::string& interfaceName) {
     if (!Configure(SIOCGHWTSTAMP, interfaceName, before)) return nullptr;
     Stamping wanted{0, HWTSTAMP_TX_ON, HWTSTAMP_FILTER_PTP_V2_L2_EVENT};
     if (!Configure(SIOCSHWTSTAMP, interfaceName, wanted)) return nullptr;
-    return std::unique_ptr<CardClock>(new CardClock(interfaceName, std::move(device), before));
+    return std::unique_ptr<CardClock>(new InterfaceCardClock(interfaceName, std::move(device), before));
 }
 
-CardClock::CardClock(const std::string& interfaceName, FileDescriptor device, const Stamping& before)
+InterfaceCardClock::InterfaceCardClock(const std::string& interfaceName, FileDescriptor device, const Stamping& before)
     : interfaceName(interfaceName), device(std::move(device)), before(before) {
     Compare();
 }
 
-CardClock::~CardClock() {
+InterfaceCardClock::~InterfaceCardClock() {
     (void)Configure(SIOCSHWTSTAMP, interfaceName, before);
 }
 
-int64_t CardClock::ToReference(int64_t cardNs) {
+int64_t InterfaceCardClock::ToReference(int64_t cardNs) {
     if (ReferenceTime::NowNs() - comparedNs >= comparisonIntervalNs) Compare();
     return mapping.Map(cardNs).value_or(cardNs);
 }
 
-bool CardClock::Configure(unsigned long request, const std::string& interfaceName, Stamping& stamping) {
+bool InterfaceCardClock::Configure(unsigned long request, const std::string& interfaceName, Stamping& stamping) {
     hwtstamp_config config{stamping.flags, stamping.transmit, stamping.receive};
     if (!Control(request, interfaceName, &config)) return false;
     stamping = {config.flags, config.tx_type, config.rx_filter};
@@ -79,7 +77,7 @@ bool CardClock::Configure(unsigned long request, const std::string& interfaceNam
 }
 
 // Reads the card between two readings of the reference, and keeps the pair that was read fastest.
-void CardClock::Compare() {
+void InterfaceCardClock::Compare() {
     int64_t fastestNs = std::numeric_limits<int64_t>::max();
     int64_t cardNs = 0;
     for (int i = 0; i < readings; ++i) {

@@ -6,22 +6,22 @@
 
 #include "base/file_descriptor.h"
 #include "lab/common/clock_mapping.h"
+#include "lab/common/frame_stamps.h"
 
 namespace norvad::lab {
 
-// The clock of a network card that stamps frames itself. While this object lives the card stamps PTP frames; after
-// it, the card stamps as it did before.
-class CardClock {
+// The clock of an interface's card, compared with the reference once a second. While this object lives the card stamps
+// PTP frames; after it, the card stamps as it did before.
+class InterfaceCardClock final : public CardClock {
 public:
     // Null when the card has no such clock or does not let us use it.
     static std::unique_ptr<CardClock> Open(const std::string& interfaceName);
 
-    CardClock(const CardClock&) = delete;
-    CardClock& operator=(const CardClock&) = delete;
-    ~CardClock();
+    InterfaceCardClock(const InterfaceCardClock&) = delete;
+    InterfaceCardClock& operator=(const InterfaceCardClock&) = delete;
+    ~InterfaceCardClock() override;
 
-    // When the card's stamp was taken, on the board's reference. Compares the two clocks once a second.
-    int64_t ToReference(int64_t cardNs);
+    int64_t ToReference(int64_t cardNs) override;
 
 private:
     // As the kernel's hwtstamp_config.
@@ -31,7 +31,7 @@ private:
         int receive;
     };
 
-    CardClock(const std::string& interfaceName, FileDescriptor device, const Stamping& before);
+    InterfaceCardClock(const std::string& interfaceName, FileDescriptor device, const Stamping& before);
     static bool Configure(unsigned long request, const std::string& interfaceName, Stamping& stamping);
     void Compare();
 

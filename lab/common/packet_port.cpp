@@ -17,7 +17,6 @@
 
 #include "base/wire.h"
 #include "lab/common/errors.h"
-#include "lab/common/time.h"
 
 namespace norvad::lab {
 

@@ -9,6 +9,7 @@
 #include "base/file_descriptor.h"
 #include "base/mac_address.h"
 #include "lab/common/ethernet_frame.h"
+#include "lab/common/frame_stamps.h"
 
 namespace norvad::lab {
 
@@ -25,12 +26,6 @@ struct Offload {
     uint16_t checksumOffset = 0;
 };
 static_assert(sizeof(Offload) == 10);
-
-// When a frame came in or left; nothing where it was not stamped.
-struct FrameStamps {
-    std::optional<int64_t> softwareNs;  // the kernel's, of the system clock
-    std::optional<int64_t> hardwareNs;  // the card's, of its own clock
-};
 
 struct PacketPortSettings {
     bool promiscuous = false;  // hears all frames; else those to the interface's address and to every group

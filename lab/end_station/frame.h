@@ -20,7 +20,13 @@ using lab::VlanTag;
 struct ReceivedFrame {
     std::span<const uint8_t> bytes;  // from the destination address on
     std::optional<VlanTag> tag;
-    uint64_t receiveTimeNs = 0;  // of the station's time-stamping clock
+    std::optional<uint64_t> receiveTimeNs;  // of the station's time-stamping clock; nothing: not stamped
+};
+
+// What became of a frame that was sent to be stamped.
+struct Departure {
+    bool isAccepted = false;
+    std::optional<uint64_t> timeNs;  // when it left, on the clock that stamps received frames; nothing: not stamped
 };
 
 // An untagged frame around payload, as long as the shortest one that may be sent.
@@ -46,8 +52,7 @@ public:
     virtual MacAddress Address() const = 0;
     // False when the frame was not accepted.
     virtual bool Send(std::span<const uint8_t> frame) = 0;
-    // Returns when the frame left, on the clock that stamps received frames; nothing when it was not accepted.
-    virtual std::optional<uint64_t> SendStamped(std::span<const uint8_t> frame) = 0;
+    virtual Departure SendStamped(std::span<const uint8_t> frame) = 0;
 };
 
 // Takes one event line without time and name.

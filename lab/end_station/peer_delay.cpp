@@ -57,17 +57,18 @@ void PeerDelay::RunDue() {
     request.header = HeaderOf(PTPMessage::PDELAY_REQ, ++sequenceId);
     request.header.logMessageInterval = 0;
     t2.reset();
-    t1 = port.SendStamped(Framed(port, request).Bytes());
+    t1 = SendStamped(request);
 }
 
-void PeerDelay::Answer(const PTPHeader& request, uint64_t receiveTimeNs) {
+void PeerDelay::Answer(const PTPHeader& request, std::optional<uint64_t> receiveTimeNs) {
     if (request.sourcePortIdentity.clockIdentity == identity.clockIdentity) return;
+    if (!receiveTimeNs) return TellMissingStamp("receive", request);
     PdelayRespMessage response{};
     response.header = HeaderOf(PTPMessage::PDELAY_RESP, request.sequenceId);
     response.header.flags[0] = ptpFlagTwoStep;
-    response.requestReceiptTimestamp = EncodeTimestamp(receiveTimeNs);
+    response.requestReceiptTimestamp = EncodeTimestamp(*receiveTimeNs);
     response.requestingPortIdentity = request.sourcePortIdentity;
-    const auto sentNs = port.SendStamped(Framed(port, response).Bytes());
+    const auto sentNs = SendStamped(response);
     if (!sentNs) return;
 
     PdelayRespFollowUpMessage followUp{};
@@ -79,10 +80,11 @@ void PeerDelay::Answer(const PTPHeader& request, uint64_t receiveTimeNs) {
     log("peer delay answered");
 }
 
-void PeerDelay::TakeResponse(const PdelayRespMessage& response, uint64_t receiveTimeNs) {
+void PeerDelay::TakeResponse(const PdelayRespMessage& response, std::optional<uint64_t> receiveTimeNs) {
     if (!AnswersOurRequest(response.header, response.requestingPortIdentity)) return;
+    if (!receiveTimeNs) return TellMissingStamp("receive", response.header);
     t2 = DecodeTimestamp(response.requestReceiptTimestamp, response.header.correctionField);
-    t4 = receiveTimeNs;
+    t4 = *receiveTimeNs;
 }
 
 void PeerDelay::TakeFollowUp(const PdelayRespFollowUpMessage& followUp) {
@@ -91,6 +93,18 @@ void PeerDelay::TakeFollowUp(const PdelayRespFollowUpMessage& followUp) {
     const auto twoWays = static_cast<int64_t>((t4 - *t1) - (t3 - *t2));  // wraps where the clocks disagree
     t1.reset();
     log(fmt::format("link delay {} ns", twoWays / 2));
+}
+
+template <typename Message>
+std::optional<uint64_t> PeerDelay::SendStamped(const Message& message) {
+    const auto departure = port.SendStamped(Framed(port, message).Bytes());
+    if (departure.isAccepted && !departure.timeNs) TellMissingStamp("transmit", message.header);
+    return departure.timeNs;
+}
+
+// The exchange ends here: a time that this process reads itself would be wrong by as much as it was held up.
+void PeerDelay::TellMissingStamp(const char* direction, const PTPHeader& header) {
+    log(fmt::format("no {} stamp type {} sequence {}", direction, header.firstByte & 0x0F, header.sequenceId.value()));
 }
 
 bool PeerDelay::AnswersOurRequest(const PTPHeader& header, const PortIdentity& requester) const {

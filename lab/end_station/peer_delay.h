@@ -29,9 +29,12 @@ public:
     uint64_t DueNs() const { return requestDueNs; }
 
 private:
-    void Answer(const PTPHeader& request, uint64_t receiveTimeNs);
-    void TakeResponse(const PdelayRespMessage& response, uint64_t receiveTimeNs);
+    void Answer(const PTPHeader& request, std::optional<uint64_t> receiveTimeNs);
+    void TakeResponse(const PdelayRespMessage& response, std::optional<uint64_t> receiveTimeNs);
     void TakeFollowUp(const PdelayRespFollowUpMessage& followUp);
+    template <typename Message>
+    std::optional<uint64_t> SendStamped(const Message& message);
+    void TellMissingStamp(const char* direction, const PTPHeader& header);
     bool AnswersOurRequest(const PTPHeader& header, const PortIdentity& requester) const;
     PTPHeader HeaderOf(PTPMessage message, uint16_t sequenceId) const;
 

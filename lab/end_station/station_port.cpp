@@ -1,7 +1,6 @@
 #include "lab/end_station/station_port.h"
 
 #include "lab/common/errors.h"
-#include "lab/common/time.h"
 
 namespace norvad::station {
 
@@ -9,9 +8,9 @@ using namespace lab;
 
 namespace {
 
-// The process's own time is close enough where the driver stamps nothing.
-uint64_t TimeOf(const FrameStamps& stamps, int64_t processNs) {
-    return static_cast<uint64_t>(stamps.softwareNs.value_or(processNs));
+std::optional<uint64_t> TimeOf(const FrameStamps& stamps) {
+    if (!stamps.softwareNs) return {};
+    return static_cast<uint64_t>(*stamps.softwareNs);
 }
 
 }  // namespace
@@ -25,18 +24,17 @@ bool StationPort::Send(std::span<const uint8_t> frame) {
     return false;
 }
 
-std::optional<uint64_t> StationPort::SendStamped(std::span<const uint8_t> frame) {
+Departure StationPort::SendStamped(std::span<const uint8_t> frame) {
     while (port.ReceiveSent()) {  // stamps of earlier frames, too late for them
     }
     if (!port.SendStamped(frame)) {
         ThrowIfGone();
         return {};
     }
-    const int64_t sentNs = ReferenceTime::SystemNs();
     constexpr int longestWaitMs = 2;
     port.WaitForSent(longestWaitMs);
     const auto sent = port.ReceiveSent();
-    return TimeOf(sent ? sent->stamps : FrameStamps{}, sentNs);
+    return {true, sent ? TimeOf(sent->stamps) : std::nullopt};
 }
 
 void StationPort::Receive(const std::function<void(const ReceivedFrame&)>& take) {
@@ -48,7 +46,7 @@ void StationPort::Receive(const std::function<void(const ReceivedFrame&)>& take)
             if (i == 0 && !isForAStamp) ThrowIfGone();
             return;
         }
-        take({frame->bytes, frame->tag, TimeOf(frame->stamps, ReferenceTime::SystemNs())});
+        take({frame->bytes, frame->tag, TimeOf(frame->stamps)});
     }
 }
 

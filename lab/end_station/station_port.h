@@ -17,7 +17,7 @@ public:
 
     MacAddress Address() const override { return address; }
     bool Send(std::span<const uint8_t> frame) override;
-    std::optional<uint64_t> SendStamped(std::span<const uint8_t> frame) override;
+    Departure SendStamped(std::span<const uint8_t> frame) override;
 
     int Descriptor() const { return port.Descriptor(); }
     // Hands on the frames that wait, at most a burst of them.

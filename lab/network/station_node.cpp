@@ -50,9 +50,8 @@ bool StationNode::Send(std::span<const uint8_t> frame) {
     return true;
 }
 
-std::optional<uint64_t> StationNode::SendStamped(std::span<const uint8_t> frame) {
-    Send(frame);
-    return network.clock.Ns();
+station::Departure StationNode::SendStamped(std::span<const uint8_t> frame) {
+    return {Send(frame), network.clock.Ns()};
 }
 
 }  // namespace norvad::test

@@ -30,7 +30,7 @@ public:
 private:
     MacAddress Address() const override { return mac; }
     bool Send(std::span<const uint8_t> frame) override;
-    std::optional<uint64_t> SendStamped(std::span<const uint8_t> frame) override;
+    station::Departure SendStamped(std::span<const uint8_t> frame) override;
 
     Network& network;
     MacAddress mac;

@@ -10,6 +10,7 @@
 
 #include "base/wire.h"
 #include "lab/board/status_report.h"
+#include "lab/common/card_clock.h"
 #include "lab/common/errors.h"
 #include "lab/common/ethernet_frame.h"
 #include "lab/common/text.h"
@@ -41,8 +42,13 @@ FileDescriptor OpenSignals() {
     return signals;
 }
 
-PacketPortSettings SettingsOf(const std::unique_ptr<CardClock>& card) {
-    return {.promiscuous = true, .cardStamps = card != nullptr};
+PacketPort OpenPort(const std::string& interfaceName, const StampMapping& stamps) {
+    return {interfaceName, {.promiscuous = true, .cardStamps = stamps.IsByCard()}};
+}
+
+// When a frame came in, for its capture.
+int64_t SystemNs(const PacketPort::Frame& frame) {
+    return frame.stamps.softwareNs.value_or(ReferenceTime::SystemNs());
 }
 
 BoardConfig ConfigOf(const Options& options, const MacAddress& cpuAddress) {
@@ -62,9 +68,9 @@ VirtualSwitch::VirtualSwitch(const Options& options)
     : options(options),
       events(options.quiet),
       signals(OpenSignals()),
-      cards{CardClock::Open(options.portInterfaces[0]), CardClock::Open(options.portInterfaces[1])},
-      ports{PacketPort(options.portInterfaces[0], SettingsOf(cards[0])),
-            PacketPort(options.portInterfaces[1], SettingsOf(cards[1]))},
+      stamps{StampMapping(reference, InterfaceCardClock::Open(options.portInterfaces[0])),
+             StampMapping(reference, InterfaceCardClock::Open(options.portInterfaces[1]))},
+      ports{OpenPort(options.portInterfaces[0], stamps[0]), OpenPort(options.portInterfaces[1], stamps[1])},
       cpuInterface(links, options.cpuInterface, options.cpuAddress),
       cpu(cpuInterface.OpenSwitchEnd()),
       board(ConfigOf(options, cpuInterface.Address()), *this, events),
@@ -78,7 +84,7 @@ VirtualSwitch::VirtualSwitch(const Options& options)
         status.emplace(options.statusSocket, [this] { return StatusReport(board, ReferenceTime::NowNs()); });
     }
     for (uint8_t port = 0; port < externalPorts; ++port) {
-        if (cards[port]) events.Event(Text("port %u stamped by its card", port));
+        if (stamps[port].IsByCard()) events.Event(Text("port %u stamped by its card", port));
     }
     events.Event("interface " + cpuInterface.Name() + " address " + AddressText(cpuInterface.Address()));
 }
@@ -142,9 +148,10 @@ void VirtualSwitch::ServePort(uint8_t port) {
     for (int i = 0; i < framesAtOnce; ++i) {
         const auto frame = ports[port].Receive();
         if (!frame) return;
-        Record(port, frame->bytes, frame->stamps.softwareNs.value_or(0));
+        Record(port, frame->bytes, SystemNs(*frame));
         passing = frame->offload;
-        board.FrameArrived(port, frame->bytes, StampOf(port, frame->stamps).value_or(ReferenceTime::NowNs()));
+        const auto stampNs = stamps[port].ToReference(frame->stamps);
+        board.FrameArrived(port, frame->bytes, stampNs.value_or(ReferenceTime::NowNs()), stampNs.has_value());
         passing = {};
     }
 }
@@ -153,7 +160,7 @@ void VirtualSwitch::ServeCpu() {
     for (int i = 0; i < framesAtOnce; ++i) {
         const auto frame = cpu.Receive();
         if (!frame) return;
-        Record(externalPorts, frame->bytes, frame->stamps.softwareNs.value_or(0));
+        Record(externalPorts, frame->bytes, SystemNs(*frame));
         board.FrameFromCpu(frame->bytes);
     }
 }
@@ -188,16 +195,10 @@ void VirtualSwitch::ReadSentStamps() {
     for (uint8_t port = 0; port < externalPorts; ++port) {
         while (const auto frame = ports[port].ReceiveSent()) {
             if (awaitedStamps[port] > 0) --awaitedStamps[port];
-            board.FrameSent(port, frame->bytes, reference.FromSystem(frame->stamps.softwareNs.value_or(0)));
+            const auto stampNs = stamps[port].ToReference(frame->stamps);
+            if (stampNs) board.FrameSent(port, frame->bytes, *stampNs);
         }
     }
-}
-
-// The card's own stamp where there is one, else the kernel's.
-std::optional<int64_t> VirtualSwitch::StampOf(uint8_t port, const FrameStamps& stamps) {
-    if (cards[port] && stamps.hardwareNs) return cards[port]->ToReference(*stamps.hardwareNs);
-    if (!stamps.softwareNs) return {};
-    return reference.FromSystem(*stamps.softwareNs);
 }
 
 bool VirtualSwitch::SendOnPort(uint8_t port, std::span<const uint8_t> frame) {

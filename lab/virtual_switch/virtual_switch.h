@@ -9,7 +9,7 @@
 
 #include "base/file_descriptor.h"
 #include "lab/board/board.h"
-#include "lab/common/card_clock.h"
+#include "lab/common/frame_stamps.h"
 #include "lab/common/packet_port.h"
 #include "lab/common/time.h"
 #include "lab/virtual_switch/capture.h"
@@ -47,7 +47,6 @@ private:
     void ServeDriver(uint32_t events);
     int AnswerRequest(std::span<uint8_t> record);
     void ReadSentStamps();
-    std::optional<int64_t> StampOf(uint8_t port, const lab::FrameStamps& stamps);
     void ServeLinks();
     void ServeSignals();
     void ServeTimers();
@@ -62,7 +61,7 @@ private:
     lab::ReferenceTime reference;
     FileDescriptor signals;  // held back before anything is made that must be removed again
     BoardLinkSocket links;
-    std::array<std::unique_ptr<lab::CardClock>, externalPorts> cards;  // null: the kernel stamps
+    std::array<lab::StampMapping, externalPorts> stamps;
     std::array<lab::PacketPort, externalPorts> ports;
     CpuInterface cpuInterface;
     lab::PacketPort cpu;

@@ -420,6 +420,13 @@ TEST_F(Stamping, ReceivedEventMessageIsStampedBeforeItIsHandedUp) {
     EXPECT_EQ(board.Stamps().Take({Direction::RECEIVE, 1, 2, 0x0107}, 500), 1'000'500u);
 }
 
+TEST_F(Stamping, EventMessageThatNobodyStampedIsHandedUpWithoutAStamp) {
+    board.FrameArrived(1, Event(7), 500, false);
+
+    EXPECT_THAT(wires.toCpu, SizeIs(1));
+    EXPECT_FALSE(board.Stamps().Take({Direction::RECEIVE, 1, 2, 0x0107}, 500));
+}
+
 TEST_F(Stamping, SentEventMessageIsStampedWhenItLeft) {
     board.FrameSent(0, Event(7), 800);
 

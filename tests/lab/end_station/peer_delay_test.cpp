@@ -21,7 +21,7 @@ protected:
     PeerDelay Make(const PeerDelaySettings& settings) {
         return PeerDelay(settings, clock, port, [this](const std::string& text) { events.push_back(text); });
     }
-    void Receive(PeerDelay& peerDelay, const Bytes& frame, uint64_t timeNs = 0) {
+    void Receive(PeerDelay& peerDelay, const Bytes& frame, std::optional<uint64_t> timeNs = 0) {
         peerDelay.Receive({frame, {}, timeNs});
     }
 
@@ -103,6 +103,38 @@ TEST_F(StationPeerDelay, ResponseThatCouldNotBeSentHasNoFollowUp) {
 
     EXPECT_TRUE(port.sent.empty());
     EXPECT_TRUE(events.empty());
+}
+
+TEST_F(StationPeerDelay, ResponseThatNobodyStampedHasNoFollowUpAndIsTold) {
+    auto peerDelay = Make({});
+    port.stampsNothing = true;
+
+    Receive(peerDelay, Hex(request));
+
+    EXPECT_EQ(port.sent.size(), 1u);
+    EXPECT_EQ(events, std::vector<std::string>{"no transmit stamp type 3 sequence 4660"});
+}
+
+TEST_F(StationPeerDelay, RequestThatNobodyStampedStaysUnansweredAndIsTold) {
+    auto peerDelay = Make({});
+
+    Receive(peerDelay, Hex(request), std::nullopt);
+
+    EXPECT_TRUE(port.sent.empty());
+    EXPECT_EQ(events, std::vector<std::string>{"no receive stamp type 2 sequence 4660"});
+}
+
+TEST_F(StationPeerDelay, ResponseThatNobodyStampedMeasuresNothingAndIsTold) {
+    auto asking = Make({.measure = true});
+    FakePort otherPort({0x02, 0, 0, 0, 0, 0x0B}, clock);
+    PeerDelay answering({}, clock, otherPort, [](const std::string&) {});
+    asking.RunDue();
+    answering.Receive({port.sent[0], {}, clock.Ns()});
+
+    asking.Receive({otherPort.sent[0], {}, std::nullopt});
+    asking.Receive({otherPort.sent[1], {}, 0});
+
+    EXPECT_EQ(events, std::vector<std::string>{"no receive stamp type 3 sequence 1"});
 }
 
 TEST_F(StationPeerDelay, OwnRequestsMeasureTheLink) {

@@ -72,13 +72,15 @@ public:
         sent.push_back(Copy(frame));
         return true;
     }
-    std::optional<uint64_t> SendStamped(std::span<const uint8_t> frame) override {
+    Departure SendStamped(std::span<const uint8_t> frame) override {
         if (!Send(frame)) return {};
-        return clock.Ns() + transmitDelayNs;
+        if (stampsNothing) return {.isAccepted = true, .timeNs = {}};
+        return {true, clock.Ns() + transmitDelayNs};
     }
 
     std::deque<Bytes> sent;
     bool isDown = false;
+    bool stampsNothing = false;
     uint64_t transmitDelayNs = 0;
 
 private:
