@@ -1,6 +1,6 @@
 #include "lab/virtual_switch/link_socket.h"
 
-#include <linux/netlink.h>
+#include <libmnl/libmnl.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
@@ -15,77 +15,69 @@ namespace norvad::board {
 
 using namespace lab;
 
-namespace {
-
-constexpr size_t bufferSize = 65536;
-
-sockaddr_nl Address(uint32_t groups) {
-    sockaddr_nl address{};
-    address.nl_family = AF_NETLINK;
-    address.nl_groups = groups;
-    return address;
+void BoardLinkSocket::Close::operator()(mnl_socket* socket) const {
+    (void)mnl_socket_close(socket);
 }
 
-FileDescriptor Open(uint32_t groups, int flags) {
-    FileDescriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | flags, NETLINK_ROUTE));
-    if (!socket.IsOpen()) ThrowErrno("cannot open a netlink socket");
-    const auto address = Address(groups);
-    if (bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        ThrowErrno("cannot bind a netlink socket");
-    }
+BoardLinkSocket::Socket BoardLinkSocket::Open(uint32_t groups, int flags) {
+    Socket socket(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | flags));
+    if (!socket) ThrowErrno("cannot open a netlink socket");
+    if (mnl_socket_bind(socket.get(), groups, MNL_SOCKET_AUTOPID) != 0) ThrowErrno("cannot bind a netlink socket");
     return socket;
 }
 
-uint32_t PortOf(const FileDescriptor& socket) {
-    sockaddr_nl address{};
-    socklen_t length = sizeof(address);
-    getsockname(socket.Get(), reinterpret_cast<sockaddr*>(&address), &length);
-    return address.nl_pid;
+BoardLinkSocket::BoardLinkSocket() : requests(Open(0, 0)), events(Open(RTMGRP_LINK, SOCK_NONBLOCK)) {}
+
+int BoardLinkSocket::Descriptor() const {
+    return mnl_socket_get_fd(events.get());
 }
 
-}  // namespace
-
-BoardLinkSocket::BoardLinkSocket()
-    : requests(Open(0, 0)), events(Open(RTMGRP_LINK, SOCK_NONBLOCK)), ownPort(PortOf(events)), buffer(bufferSize) {}
-
 int BoardLinkSocket::Request(const NetlinkBytes& request) {
-    if (send(requests.Get(), request.data(), request.size(), 0) < 0) return errno;
-    while (true) {
-        const ssize_t length = recv(requests.Get(), buffer.data(), buffer.size(), 0);
-        if (length < 0 && errno == EINTR) continue;
-        if (length < 0) return errno;
-        if (const auto error = ParseAcknowledgement({buffer.data(), static_cast<size_t>(length)})) return *error;
+    if (mnl_socket_sendto(requests.get(), request.data(), request.size()) < 0) return errno;
+    while (const auto answer = Receive(requests)) {
+        if (const auto error = ParseAcknowledgement(*answer)) return *error;
     }
+    return errno;
 }
 
 void BoardLinkSocket::Query(const std::string& name) {
     const auto request = QueryRequest(name);
-    (void)send(events.Get(), request.data(), request.size(), 0);
+    (void)mnl_socket_sendto(events.get(), request.data(), request.size());
 }
 
 std::vector<LinkChange> BoardLinkSocket::Changes() {
     std::vector<LinkChange> changes;
-    while (true) {
-        const ssize_t length = recv(events.Get(), buffer.data(), buffer.size(), 0);
-        if (length < 0 && (errno == EINTR || errno == ENOBUFS)) continue;
-        if (length <= 0) return changes;
-        const auto more = ParseLinkChanges({buffer.data(), static_cast<size_t>(length)});
+    while (const auto datagram = Receive(events)) {
+        const auto more = ParseLinkChanges(*datagram);
         changes.insert(changes.end(), more.begin(), more.end());
     }
+    return changes;
+}
+
+// Nothing, and errno says why, when there is none. What was lost on the way is not waited for.
+std::optional<std::span<const uint8_t>> BoardLinkSocket::Receive(const Socket& socket) {
+    ssize_t length;
+    do {
+        length = mnl_socket_recvfrom(socket.get(), buffer.data(), buffer.size());
+    } while (length < 0 && (errno == EINTR || errno == ENOBUFS));
+    if (length <= 0) return {};
+    return std::span(buffer).first(static_cast<size_t>(length));
 }
 
 // Sent by the socket that watches, because a multicast does not come back to its sender.
 void BoardLinkSocket::Report(const NetlinkBytes& message) {
-    const auto address = Address(RTMGRP_LINK);
-    (void)sendto(events.Get(), message.data(), message.size(), 0, reinterpret_cast<const sockaddr*>(&address),
-                 sizeof(address));
+    sockaddr_nl group{};
+    group.nl_family = AF_NETLINK;
+    group.nl_groups = RTMGRP_LINK;
+    (void)sendto(Descriptor(), message.data(), message.size(), 0, reinterpret_cast<const sockaddr*>(&group),
+                 sizeof(group));
 }
 
 bool BoardLinkSocket::HasNewSubscriber() {
     std::ifstream file("/proc/self/net/netlink");
     std::stringstream table;
     table << file.rdbuf();
-    auto now = LinkSubscribers(table.str(), ownPort);
+    auto now = LinkSubscribers(table.str(), mnl_socket_get_portid(events.get()));
     const bool isNew = !std::includes(subscribers.begin(), subscribers.end(), now.begin(), now.end());
     subscribers = std::move(now);
     return isNew;

@@ -1,12 +1,17 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "base/file_descriptor.h"
 #include "lab/virtual_switch/netlink_messages.h"
+
+struct mnl_socket;
 
 namespace norvad::board {
 
@@ -16,7 +21,7 @@ class BoardLinkSocket {
 public:
     BoardLinkSocket();
 
-    int Descriptor() const { return events.Get(); }
+    int Descriptor() const;
 
     // Sends a request and waits for its acknowledgement; 0 or an errno value.
     int Request(const NetlinkBytes& request);
@@ -34,11 +39,18 @@ public:
     bool HasNewSubscriber();
 
 private:
-    FileDescriptor requests;
-    FileDescriptor events;
-    uint32_t ownPort;
+    struct Close {
+        void operator()(mnl_socket* socket) const;
+    };
+    using Socket = std::unique_ptr<mnl_socket, Close>;
+
+    static Socket Open(uint32_t groups, int flags);
+    std::optional<std::span<const uint8_t>> Receive(const Socket& socket);
+
+    Socket requests;
+    Socket events;
     std::set<uint64_t> subscribers;
-    std::vector<uint8_t> buffer;
+    alignas(8) std::array<uint8_t, 65536> buffer;
 };
 
 }  // namespace norvad::board

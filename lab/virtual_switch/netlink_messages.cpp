@@ -1,13 +1,14 @@
 #include "lab/virtual_switch/netlink_messages.h"
 
+#include <libmnl/libmnl.h>
 #include <linux/if.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 #include <linux/veth.h>
 
-#include <algorithm>
-#include <cstring>
+#include <array>
 #include <sstream>
+#include <stdexcept>
 
 namespace norvad::board {
 
@@ -16,138 +17,117 @@ namespace {
 constexpr uint16_t attributePortLinks = 10;
 constexpr uint32_t linkGroup = 1;
 
-// Appends to a message; netlink is in host order and pads everything to four bytes.
-class Builder {
+// A message about one link, as it is put together.
+class LinkMessage {
 public:
-    Builder(uint16_t type, uint16_t flags) { Append(nlmsghdr{0, type, flags, 1, 0}); }
+    LinkMessage(uint16_t type, uint16_t flags, uint8_t family, const std::string& name, unsigned interfaceFlags = 0)
+        : header(mnl_nlmsg_put_header(bytes.data())) {
+        header->nlmsg_type = type;
+        header->nlmsg_flags = flags;
+        header->nlmsg_seq = 1;
+        AddLink(family, name, interfaceFlags);
+    }
 
-    template <typename Value>
-    Builder& Append(const Value& value) {
-        return AppendBytes({reinterpret_cast<const uint8_t*>(&value), sizeof(value)});
+    void AddLink(uint8_t family, const std::string& name, unsigned interfaceFlags = 0) {
+        auto* const link = static_cast<ifinfomsg*>(mnl_nlmsg_put_extra_header(header, sizeof(ifinfomsg)));
+        link->ifi_family = family;
+        link->ifi_flags = interfaceFlags;
+        link->ifi_change = interfaceFlags;
+        Add(IFLA_IFNAME, name);
     }
-    Builder& Attribute(uint16_t type, std::span<const uint8_t> value) {
-        Append(rtattr{static_cast<uint16_t>(sizeof(rtattr) + value.size()), type});
-        return AppendBytes(value);
+    void Add(uint16_t type, const std::string& value) { Put(type, value.size() + 1, value.c_str()); }
+    void Add(uint16_t type, uint32_t value) { Put(type, sizeof(value), &value); }
+    void Add(uint16_t type, const MacAddress& value) { Put(type, value.size(), value.data()); }
+
+    // What is added until the attribute is closed stands in it.
+    nlattr* Open(uint16_t type) {
+        auto* const attribute = static_cast<nlattr*>(mnl_nlmsg_get_payload_tail(header));
+        Put(type, 0, nullptr);
+        return attribute;
     }
-    Builder& Attribute(uint16_t type, const std::string& value) {  // with its terminator
-        return Attribute(type, {reinterpret_cast<const uint8_t*>(value.c_str()), value.size() + 1});
-    }
-    Builder& Attribute(uint16_t type, uint32_t value) {
-        return Attribute(type, {reinterpret_cast<const uint8_t*>(&value), sizeof(value)});
-    }
-    size_t Open(uint16_t type) {
-        const size_t start = bytes.size();
-        Attribute(type, std::span<const uint8_t>{});
-        return start;
-    }
-    void Close(size_t start) {
-        const auto length = static_cast<uint16_t>(bytes.size() - start);
-        std::memcpy(bytes.data() + start, &length, sizeof(length));
-    }
-    NetlinkBytes Finish() {
-        const auto length = static_cast<uint32_t>(bytes.size());
-        std::memcpy(bytes.data(), &length, sizeof(length));
-        return std::move(bytes);
-    }
+    void Close(nlattr* attribute) { mnl_attr_nest_end(header, attribute); }
+
+    NetlinkBytes Bytes() const { return {bytes.begin(), bytes.begin() + header->nlmsg_len}; }
 
 private:
-    Builder& AppendBytes(std::span<const uint8_t> value) {
-        bytes.insert(bytes.end(), value.begin(), value.end());
-        bytes.resize(NLMSG_ALIGN(bytes.size()));
-        return *this;
+    void Put(uint16_t type, size_t size, const void* value) {
+        if (!mnl_attr_put_check(header, bytes.size(), type, size, value)) throw std::length_error("netlink message");
     }
 
-    NetlinkBytes bytes;
+    alignas(nlmsghdr) std::array<uint8_t, 512> bytes{};  // its padding too is sent
+    nlmsghdr* header;
 };
 
+const nlmsghdr* HeaderOf(std::span<const uint8_t> datagram) {
+    return reinterpret_cast<const nlmsghdr*>(datagram.data());
+}
+
+// Null where the message is too short for it.
 template <typename Value>
-std::optional<Value> Read(std::span<const uint8_t> bytes) {
-    if (bytes.size() < sizeof(Value)) return {};
-    Value value;
-    std::memcpy(&value, bytes.data(), sizeof(Value));
-    return value;
-}
-
-// Takes the first message off the front of rest, header included; nothing when it is not whole.
-std::optional<std::span<const uint8_t>> TakeMessage(std::span<const uint8_t>& rest) {
-    const auto header = Read<nlmsghdr>(rest);
-    if (!header || header->nlmsg_len < sizeof(nlmsghdr) || header->nlmsg_len > rest.size()) return {};
-    const auto message = rest.first(header->nlmsg_len);
-    rest = rest.subspan(std::min<size_t>(NLMSG_ALIGN(header->nlmsg_len), rest.size()));
-    return message;
-}
-
-ifinfomsg Link(unsigned flags = 0, unsigned change = 0) {
-    ifinfomsg link{};
-    link.ifi_family = AF_UNSPEC;
-    link.ifi_flags = flags;
-    link.ifi_change = change;
-    return link;
+const Value* Payload(const nlmsghdr* message) {
+    if (mnl_nlmsg_get_payload_len(message) < sizeof(Value)) return nullptr;
+    return static_cast<const Value*>(mnl_nlmsg_get_payload(message));
 }
 
 }  // namespace
 
 NetlinkBytes MakePairRequest(const std::string& name, const std::string& peer, int peerNetwork,
                              std::optional<MacAddress> address, uint32_t mtu) {
-    Builder message(RTM_NEWLINK, NLM_F_REQUEST | NLM_F_ACK | NLM_F_CREATE | NLM_F_EXCL);
-    message.Append(Link()).Attribute(IFLA_IFNAME, name).Attribute(IFLA_MTU, mtu);
-    if (address) message.Attribute(IFLA_ADDRESS, *address);
-    const auto information = message.Open(IFLA_LINKINFO);
-    message.Attribute(IFLA_INFO_KIND, std::string("veth"));
-    const auto data = message.Open(IFLA_INFO_DATA);
-    const auto other = message.Open(VETH_INFO_PEER);
-    message.Append(Link()).Attribute(IFLA_IFNAME, peer).Attribute(IFLA_MTU, mtu);
-    message.Attribute(IFLA_NET_NS_FD, static_cast<uint32_t>(peerNetwork));
+    LinkMessage message(RTM_NEWLINK, NLM_F_REQUEST | NLM_F_ACK | NLM_F_CREATE | NLM_F_EXCL, AF_UNSPEC, name);
+    message.Add(IFLA_MTU, mtu);
+    if (address) message.Add(IFLA_ADDRESS, *address);
+    auto* const information = message.Open(IFLA_LINKINFO);
+    message.Add(IFLA_INFO_KIND, std::string("veth"));
+    auto* const data = message.Open(IFLA_INFO_DATA);
+    auto* const other = message.Open(VETH_INFO_PEER);
+    message.AddLink(AF_UNSPEC, peer);
+    message.Add(IFLA_MTU, mtu);
+    message.Add(IFLA_NET_NS_FD, static_cast<uint32_t>(peerNetwork));
     message.Close(other);
     message.Close(data);
     message.Close(information);
-    return message.Finish();
+    return message.Bytes();
 }
 
 NetlinkBytes BringUpRequest(const std::string& name) {
-    Builder message(RTM_NEWLINK, NLM_F_REQUEST | NLM_F_ACK);
-    message.Append(Link(IFF_UP, IFF_UP)).Attribute(IFLA_IFNAME, name);
-    return message.Finish();
+    return LinkMessage(RTM_NEWLINK, NLM_F_REQUEST | NLM_F_ACK, AF_UNSPEC, name, IFF_UP).Bytes();
 }
 
 NetlinkBytes RemoveRequest(const std::string& name) {
-    Builder message(RTM_DELLINK, NLM_F_REQUEST | NLM_F_ACK);
-    message.Append(Link()).Attribute(IFLA_IFNAME, name);
-    return message.Finish();
+    return LinkMessage(RTM_DELLINK, NLM_F_REQUEST | NLM_F_ACK, AF_UNSPEC, name).Bytes();
 }
 
 NetlinkBytes QueryRequest(const std::string& name) {
-    Builder message(RTM_GETLINK, NLM_F_REQUEST);
-    message.Append(Link()).Attribute(IFLA_IFNAME, name);
-    return message.Finish();
+    return LinkMessage(RTM_GETLINK, NLM_F_REQUEST, AF_UNSPEC, name).Bytes();
 }
 
+// It is no request, so that the kernel, which gets a copy too, ignores it.
 NetlinkBytes PortLinkReport(const std::string& cpuInterface, uint32_t value) {
-    ifinfomsg link{};
-    link.ifi_family = AF_BRIDGE;
-    Builder message(RTM_NEWLINK, 0);  // no request, so that the kernel, which gets a copy too, ignores it
-    message.Append(link).Attribute(IFLA_IFNAME, cpuInterface).Attribute(attributePortLinks, value);
-    return message.Finish();
+    LinkMessage message(RTM_NEWLINK, 0, AF_BRIDGE, cpuInterface);
+    message.Add(attributePortLinks, value);
+    return message.Bytes();
 }
 
 std::vector<LinkChange> ParseLinkChanges(std::span<const uint8_t> datagram) {
     std::vector<LinkChange> changes;
-    while (const auto message = TakeMessage(datagram)) {
-        const auto type = Read<nlmsghdr>(*message)->nlmsg_type;
-        const auto link = Read<ifinfomsg>(message->subspan(sizeof(nlmsghdr)));
-        if (!link || link->ifi_family == AF_BRIDGE) continue;
-        if (type != RTM_NEWLINK && type != RTM_DELLINK) continue;
+    int rest = static_cast<int>(datagram.size());
+    for (const auto* message = HeaderOf(datagram); mnl_nlmsg_ok(message, rest);
+         message = mnl_nlmsg_next(message, &rest)) {
+        if (message->nlmsg_type != RTM_NEWLINK && message->nlmsg_type != RTM_DELLINK) continue;
+        const auto* const link = Payload<ifinfomsg>(message);
+        if (link == nullptr || link->ifi_family == AF_BRIDGE) continue;
         constexpr unsigned running = IFF_UP | IFF_LOWER_UP;
-        changes.push_back({link->ifi_index, type == RTM_NEWLINK && (link->ifi_flags & running) == running});
+        const bool isNew = message->nlmsg_type == RTM_NEWLINK;
+        changes.push_back({link->ifi_index, isNew && (link->ifi_flags & running) == running});
     }
     return changes;
 }
 
 std::optional<int> ParseAcknowledgement(std::span<const uint8_t> datagram) {
-    const auto message = TakeMessage(datagram);
-    if (!message || Read<nlmsghdr>(*message)->nlmsg_type != NLMSG_ERROR) return {};
-    const auto error = Read<nlmsgerr>(message->subspan(sizeof(nlmsghdr)));
-    if (!error) return {};
+    const auto* const message = HeaderOf(datagram);
+    if (!mnl_nlmsg_ok(message, static_cast<int>(datagram.size())) || message->nlmsg_type != NLMSG_ERROR) return {};
+    const auto* const error = Payload<nlmsgerr>(message);
+    if (error == nullptr) return {};
     return -error->error;
 }
 
