@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
-#include <vector>
 
 #include "base/file_descriptor.h"
+
+struct seccomp_notif;
 
 namespace norvad::board {
 
@@ -28,25 +28,20 @@ public:
 
     int Descriptor() const { return listener.Get(); }
 
-    // Answers one request that is waiting.
-    void Serve(const Handler& handler);
+    // Answers one request that is waiting. False when nobody is left to ask.
+    bool Serve(const Handler& handler);
 
 private:
-    struct Request {
-        uint64_t id;
-        int process;
-        uint64_t argument;  // address of the interface request in the process
+    // What becomes of a request.
+    struct Outcome {
+        int error = 0;              // an errno value
+        bool isTheKernels = false;  // it is for another interface
     };
 
-    bool ReceiveRequest(Request& request);
-    int Carry(const Request& request, const Handler& handler, bool& isForeign);
-    bool IsAlive(const Request& request) const;
-    void Answer(const Request& request, int error, bool isForeign);
+    Outcome Carry(const seccomp_notif& request, const Handler& handler) const;
 
     FileDescriptor listener;
     std::string interfaceName;
-    std::vector<uint8_t> notification;  // in the kernel's sizes, which may be larger than our header's
-    std::vector<uint8_t> response;
 };
 
 }  // namespace norvad::board

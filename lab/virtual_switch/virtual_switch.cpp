@@ -110,7 +110,7 @@ int VirtualSwitch::Run() {
         const int count = epoll_wait(poll.Get(), ready.data(), static_cast<int>(ready.size()), NextTimerMs());
         for (int i = 0; i < count; ++i) {
             const auto& event = ready[static_cast<size_t>(i)];
-            Serve(static_cast<Source>(event.data.u32), event.events);
+            Serve(static_cast<Source>(event.data.u32));
         }
         ServeTimers();
         FlushCaptures();
@@ -124,7 +124,7 @@ void VirtualSwitch::Watch(Source source, int descriptor) {
     if (epoll_ctl(poll.Get(), EPOLL_CTL_ADD, descriptor, &event) != 0) ThrowErrno("cannot wait for events");
 }
 
-void VirtualSwitch::Serve(Source source, uint32_t ready) {
+void VirtualSwitch::Serve(Source source) {
     switch (source) {
         case Source::PORT0:
             return ServePort(0);
@@ -133,7 +133,7 @@ void VirtualSwitch::Serve(Source source, uint32_t ready) {
         case Source::CPU:
             return ServeCpu();
         case Source::DRIVER:
-            return ServeDriver(ready);
+            return ServeDriver();
         case Source::LINKS:
             return ServeLinks();
         case Source::SIGNALS:
@@ -165,12 +165,9 @@ void VirtualSwitch::ServeCpu() {
     }
 }
 
-void VirtualSwitch::ServeDriver(uint32_t ready) {
-    if ((ready & EPOLLIN) == 0) {  // nobody is left to ask
-        epoll_ctl(poll.Get(), EPOLL_CTL_DEL, gate.Descriptor(), nullptr);
-        return;
-    }
-    gate.Serve([this](std::span<uint8_t> record) { return AnswerRequest(record); });
+void VirtualSwitch::ServeDriver() {
+    if (gate.Serve([this](std::span<uint8_t> record) { return AnswerRequest(record); })) return;
+    epoll_ctl(poll.Get(), EPOLL_CTL_DEL, gate.Descriptor(), nullptr);
 }
 
 // A request comes behind the frames that the daemon sent before it, and a stamp that is asked for may be on its way.

@@ -41,10 +41,10 @@ private:
     bool SendToCpu(std::span<const uint8_t> frame) override;
 
     void Watch(Source source, int descriptor);
-    void Serve(Source source, uint32_t events);
+    void Serve(Source source);
     void ServePort(uint8_t port);
     void ServeCpu();
-    void ServeDriver(uint32_t events);
+    void ServeDriver();
     int AnswerRequest(std::span<uint8_t> record);
     void ReadSentStamps();
     void ServeLinks();
