@@ -56,7 +56,11 @@ std::optional<Report> ReceiveReport(int socket, FileDescriptor& listener) {
     message.msg_iovlen = 1;
     message.msg_control = control.data();
     message.msg_controllen = control.size();
-    if (recvmsg(socket, &message, MSG_CMSG_CLOEXEC) != sizeof(report)) return {};
+    ssize_t received;
+    do {
+        received = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
+    } while (received < 0 && errno == EINTR);
+    if (received != sizeof(report)) return {};
     const auto* rights = CMSG_FIRSTHDR(&message);
     if (rights != nullptr && rights->cmsg_type == SCM_RIGHTS) {
         int descriptor;

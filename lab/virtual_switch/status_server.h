@@ -1,10 +1,9 @@
 #pragma once
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/local/stream_protocol.hpp>
 #include <functional>
-#include <map>
 #include <string>
-
-#include "base/file_descriptor.h"
 
 namespace norvad::board {
 
@@ -14,30 +13,21 @@ class StatusServer {
 public:
     using Report = std::function<std::string()>;
 
-    StatusServer(const std::string& path, Report report);
+    StatusServer(boost::asio::io_context& context, const std::string& path, Report report);
     StatusServer(const StatusServer&) = delete;
     StatusServer& operator=(const StatusServer&) = delete;
     ~StatusServer();
 
-    // Readable when there is something to serve: it stands for the socket and its clients.
-    int Descriptor() const { return poll.Get(); }
-
-    void Serve();
-
 private:
-    struct Client {
-        FileDescriptor socket;
-        std::string rest;  // not sent yet
-    };
+    using Protocol = boost::asio::local::stream_protocol;
 
     void Accept();
-    void Continue(int descriptor);
+    void Send(Protocol::socket client);
 
     std::string path;
     Report report;
-    FileDescriptor listener;
-    FileDescriptor poll;
-    std::map<int, Client> clients;  // by descriptor
+    Protocol::acceptor acceptor;
+    size_t clients = 0;  // that have not read all yet
 };
 
 // Prints what the server at path has to say to standard output; throws StartError when nobody serves there.

@@ -1,17 +1,21 @@
 #pragma once
 
 #include <array>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <cstdint>
-#include <memory>
+#include <deque>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
 
-#include "base/file_descriptor.h"
 #include "lab/board/board.h"
+#include "lab/common/descriptor_watch.h"
 #include "lab/common/frame_stamps.h"
 #include "lab/common/packet_port.h"
-#include "lab/common/time.h"
 #include "lab/virtual_switch/capture.h"
 #include "lab/virtual_switch/cpu_interface.h"
 #include "lab/virtual_switch/daemon_process.h"
@@ -35,31 +39,31 @@ public:
     int Run();
 
 private:
-    enum class Source : uint32_t { PORT0, PORT1, CPU, DRIVER, LINKS, SIGNALS, STATUS };
-
     bool SendOnPort(uint8_t port, std::span<const uint8_t> frame) override;
     bool SendToCpu(std::span<const uint8_t> frame) override;
 
-    void Watch(Source source, int descriptor);
-    void Serve(Source source);
+    void Watch(int descriptor, const std::function<void()>& serve);
     void ServePort(uint8_t port);
     void ServeCpu();
-    void ServeDriver();
     int AnswerRequest(std::span<uint8_t> record);
-    void ReadSentStamps();
+    void AwaitSentStamps(uint8_t port);
+    void ReadSentStamps(uint8_t port);
     void ServeLinks();
-    void ServeSignals();
-    void ServeTimers();
-    int NextTimerMs() const;
     void ReportLinks();
+    void AwaitSignal();
     void Stop(int signal);
+    void AwaitKill();
+    void AwaitSubscribers(std::chrono::milliseconds wait);
     void Record(size_t capture, std::span<const uint8_t> frame, int64_t systemNs);
     void FlushCaptures();
 
     const Options options;
     EventPrinter events;
     lab::ReferenceTime reference;
-    FileDescriptor signals;  // held back before anything is made that must be removed again
+    boost::asio::io_context context{1};
+    boost::asio::signal_set signals;  // held back before anything is made that must be removed again
+    boost::asio::steady_timer subscriberTimer;
+    boost::asio::steady_timer killTimer;
     BoardLinkSocket links;
     std::array<lab::StampMapping, externalPorts> stamps;
     std::array<lab::PacketPort, externalPorts> ports;
@@ -68,16 +72,15 @@ private:
     Board board;
     std::array<std::optional<Capture>, externalPorts + 1> captures;  // the last is the CPU port's
     std::optional<StatusServer> status;
-    FileDescriptor poll;
     std::optional<DaemonProcess> daemon;
     DriverGate gate;
+    std::deque<lab::DescriptorWatch> watches;
 
     lab::Offload passing{};                               // of the frame that is being forwarded
     std::array<uint32_t, externalPorts> awaitedStamps{};  // of frames that have been sent
-    bool daemonIsLeft = false;
-    int64_t startedNs = 0;
-    int64_t nextSubscriberCheckNs = 0;
-    int64_t killNs = 0;  // when a daemon that does not end is killed; 0: it was not told to end
+    bool daemonIsLeft = true;
+    bool isEnding = false;  // the daemon was told to end
+    std::chrono::steady_clock::time_point started;
 };
 
 }  // namespace norvad::board
