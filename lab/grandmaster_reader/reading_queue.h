@@ -1,12 +1,11 @@
 #pragma once
 
-#include <mqueue.h>
-
 #include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 
+#include "base/message_queue.h"
 #include "ptp/grandmaster_message.h"
 
 namespace norvad::reader {
@@ -20,14 +19,14 @@ public:
     ReadingQueue& operator=(const ReadingQueue&) = delete;
     ~ReadingQueue();
 
-    int Descriptor() const { return queue; }  // for poll
+    int Descriptor() const { return queue.Descriptor(); }  // for poll
 
     // The next message, valid until the next call; nothing when none waits.
     std::span<const uint8_t> Receive();
 
 private:
     std::string name;
-    mqd_t queue;
+    MessageQueue queue;
     std::array<uint8_t, sizeof(GrandmasterMessage)> buffer{};
 };
 

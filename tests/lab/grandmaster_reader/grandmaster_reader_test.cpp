@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <mqueue.h>
 #include <poll.h>
 #include <unistd.h>
 
