@@ -4,11 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "switch/ports.h"
+
 namespace norvad::board {
 
 // What a board knows of each of its ports: the link, and what became of the frames. A mask has bit n for port n.
 
-inline constexpr uint8_t portCount = 7;
 inline constexpr uint8_t allPorts = (1 << portCount) - 1;
 
 // The state of a port as the driver reports it, four bits: bit 3 is the link, bit 2 spanning tree, and the lower
