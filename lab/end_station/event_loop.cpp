@@ -17,20 +17,15 @@ EventLoop::EventLoop(Station& station, StationPort& port, const Clock& clock)
       port(port),
       clock(clock),
       context(1),
-      frames(context, port.Descriptor()),
       signals(context, SIGTERM, SIGINT, SIGUSR1),
-      timer(context) {
+      timer(context),
+      frames(context, port.Descriptor(), [this] { return ReceiveFrames(); }) {
     signals.add(SIGUSR2);
-}
-
-EventLoop::~EventLoop() {
-    (void)frames.release();
 }
 
 void EventLoop::Run(uint64_t until) {
     endNs = until;
     station.Start();
-    AwaitFrames();
     AwaitSignal();
     Proceed();
     context.run();
@@ -38,12 +33,10 @@ void EventLoop::Run(uint64_t until) {
     LetOut();
 }
 
-void EventLoop::AwaitFrames() {
-    frames.async_wait(frames.wait_read, [this](const error_code&) {
-        port.Receive([this](const ReceivedFrame& frame) { station.Receive(frame); });
-        AwaitFrames();
-        Proceed();
-    });
+bool EventLoop::ReceiveFrames() {
+    port.Receive([this](const ReceivedFrame& frame) { station.Receive(frame); });
+    Proceed();
+    return true;
 }
 
 void EventLoop::AwaitSignal() {

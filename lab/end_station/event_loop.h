@@ -1,11 +1,11 @@
 #pragma once
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include "base/clock.h"
+#include "lab/common/descriptor_watch.h"
 #include "lab/end_station/options.h"
 #include "lab/end_station/station.h"
 #include "lab/end_station/station_port.h"
@@ -17,13 +17,12 @@ namespace norvad::station {
 class EventLoop {
 public:
     EventLoop(Station& station, StationPort& port, const Clock& clock);
-    ~EventLoop();
 
     // Throws when the interface is gone. endNs: when to end without a signal, on the monotonic clock.
     void Run(uint64_t endNs);
 
 private:
-    void AwaitFrames();
+    bool ReceiveFrames();
     void AwaitSignal();
     void Proceed();
     void Leave();
@@ -35,9 +34,9 @@ private:
     const Clock& clock;
     uint64_t endNs = 0;
     boost::asio::io_context context;
-    boost::asio::posix::stream_descriptor frames;  // the port's own
     boost::asio::signal_set signals;
     boost::asio::steady_timer timer;
+    lab::DescriptorWatch frames;
 };
 
 }  // namespace norvad::station
