@@ -4,19 +4,19 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <string>
 #include <string_view>
 
-#include "base/clock.h"
 #include "base/file_descriptor.h"
+#include "lab/common/event_lines.h"
 #include "lab/grandmaster_reader/message_text.h"
 #include "lab/grandmaster_reader/reading_queue.h"
 
 namespace {
 
 using namespace norvad;
+using namespace norvad::lab;
 using namespace norvad::reader;
 
 constexpr const char* queueName = "/gptp.mq";
@@ -26,14 +26,6 @@ constexpr const char* helpText =
     "It makes the message queue /gptp.mq, so it has to be there before the daemon has something to say.\n"
     "SIGTERM and SIGINT end it and remove the queue.\n";
 
-void PrintEvent(const std::string& text) {
-    const timeval now = SystemClock().TimeOfDay();
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    std::printf("%02d:%02d:%02d.%03d grandmaster-reader: %s\n", local.tm_hour, local.tm_min, local.tm_sec,
-                static_cast<int>(now.tv_usec / 1000), text.c_str());
-}
-
 FileDescriptor OpenEndSignals() {
     sigset_t ending;
     sigemptyset(&ending);
@@ -42,28 +34,29 @@ FileDescriptor OpenEndSignals() {
     return FileDescriptor(signalfd(-1, &ending, SFD_CLOEXEC));
 }
 
-void PrintMessages(ReadingQueue& queue) {
+void PrintMessages(ReadingQueue& queue, const EventLines& lines) {
     for (auto bytes = queue.Receive(); !bytes.empty(); bytes = queue.Receive()) {
         const auto message = ReadMessage(bytes);
-        PrintEvent(message ? MessageText(*message) : "a message of " + std::to_string(bytes.size()) + " bytes is none");
+        lines.Print(message ? MessageText(*message)
+                            : "a message of " + std::to_string(bytes.size()) + " bytes is none");
     }
 }
 
 void ReadUntilSignal() {
     const FileDescriptor signals = OpenEndSignals();
     ReadingQueue queue(queueName);
-    PrintEvent(std::string("reads ") + queueName);
+    const EventLines lines("grandmaster-reader");
+    lines.Print(std::string("reads ") + queueName);
     std::array<pollfd, 2> ready{{{queue.Descriptor(), POLLIN, 0}, {signals.Get(), POLLIN, 0}}};
     while (ready[1].revents == 0) {
         if (poll(ready.data(), ready.size(), -1) < 0) continue;
-        PrintMessages(queue);
+        PrintMessages(queue, lines);
     }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     if (argc > 1) {
         std::printf("%s", helpText);
         return std::string_view(argv[1]) == "--help" || std::string_view(argv[1]) == "-h" ? 0 : 2;
