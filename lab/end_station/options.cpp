@@ -5,12 +5,15 @@
 #include <boost/endian/conversion.hpp>
 #include <boost/program_options.hpp>
 #include <sstream>
-#include <stdexcept>
 #include <vector>
 
+#include "lab/common/errors.h"
+#include "lab/common/ethernet_frame.h"
 #include "lab/end_station/text.h"
 
 namespace norvad::station {
+
+using namespace lab;
 
 namespace po = boost::program_options;
 
@@ -46,7 +49,7 @@ po::options_description Description() {
 }
 
 [[noreturn]] void Refuse(const std::string& option, const std::string& value, const std::string& wanted) {
-    throw std::runtime_error(fmt::format("--{} {}: {}", option, value, wanted));
+    throw StartError(fmt::format("--{} {}: {}", option, value, wanted));
 }
 
 int64_t Number(const po::variables_map& values, const char* option, int64_t least, int64_t most) {
@@ -76,7 +79,7 @@ MacAddress Following(MacAddress address, uint16_t steps) {
 
 std::vector<TalkerSettings> Talkers(const po::variables_map& values) {
     const auto text = values["destination"].as<std::string>();
-    const auto destination = ParseMacAddress(text);
+    const auto destination = ParseAddress(text);
     if (!destination) Refuse("destination", text, "an address reads like 91:e0:f0:00:01:00");
     TalkerSettings talker;
     talker.tag.vid = static_cast<uint16_t>(Number(values, "vid", 0, 4095));
@@ -115,15 +118,19 @@ std::optional<double> Duration(const po::variables_map& values) {
     if (values.count("duration") == 0) return {};
     const double seconds = values["duration"].as<double>();
     constexpr double aYear = 366.0 * 86'400;
-    if (!(seconds > 0 && seconds <= aYear)) throw std::runtime_error("--duration has to be above 0");
+    if (!(seconds > 0 && seconds <= aYear)) throw StartError("--duration has to be above 0");
     return seconds;
 }
 
 po::variables_map Parse(int argc, const char* const* argv) {
     po::variables_map values;
     const auto description = Description();
-    po::store(po::command_line_parser(argc, argv).options(description).positional({}).run(), values);
-    po::notify(values);
+    try {
+        po::store(po::command_line_parser(argc, argv).options(description).positional({}).run(), values);
+        po::notify(values);
+    } catch (const po::error& error) {
+        throw StartError(error.what());
+    }
     return values;
 }
 
@@ -135,7 +142,7 @@ Options ParseOptions(int argc, const char* const* argv) {
     options.help = values.count("help") > 0;
     if (options.help) return options;
 
-    if (values.count("interface") == 0) throw std::runtime_error("--interface is missing");
+    if (values.count("interface") == 0) throw StartError("--interface is missing");
     options.interface = values["interface"].as<std::string>();
     options.name = values["name"].as<std::string>();
     options.durationSeconds = Duration(values);

@@ -17,7 +17,7 @@ struct Options {
     bool help = false;  // only the help text is wanted
 };
 
-// Throws std::runtime_error, with a text for the user, for anything that makes no sense.
+// Throws StartError for anything that makes no sense.
 Options ParseOptions(int argc, const char* const* argv);
 
 std::string HelpText();

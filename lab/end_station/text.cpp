@@ -63,10 +63,6 @@ std::optional<StreamID> ParseStreamId(std::string_view text) {
     return ParsePairs<8>(std::string(text.substr(0, 20)) + ':' + std::string(text.substr(20)));
 }
 
-std::optional<MacAddress> ParseMacAddress(std::string_view text) {
-    return ParsePairs<6>(text);
-}
-
 std::optional<ListenerDeclaration> ParseDeclaration(std::string_view text) {
     for (size_t i = 1; i < declarationTexts.size(); ++i) {
         if (text == declarationTexts[i]) return static_cast<ListenerDeclaration>(i);

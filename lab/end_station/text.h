@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/mac_address.h"
 #include "mrp/mrp_types.h"
 #include "msrp/msrp_wire.h"
 
@@ -16,7 +15,6 @@ namespace norvad::station {
 
 // "02:00:00:00:00:01:00:01", or with the unique id in one piece, "02:00:00:00:00:01:0001".
 std::optional<StreamID> ParseStreamId(std::string_view text);
-std::optional<MacAddress> ParseMacAddress(std::string_view text);
 
 // "ready", "asking-failed" or "ready-failed".
 std::optional<ListenerDeclaration> ParseDeclaration(std::string_view text);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "lab/common/ethernet_frame.h"
+
 namespace norvad::station {
 
 TEST(StationText, StreamIdIsReadInBothForms) {
@@ -21,12 +23,12 @@ TEST(StationText, WhatIsNoStreamIdIsRefused) {
 }
 
 TEST(StationText, MacAddressIsReadAndWrittenAlike) {
-    const auto address = ParseMacAddress("91:E0:f0:00:01:00");
+    const auto address = lab::ParseAddress("91:E0:f0:00:01:00");
 
     ASSERT_TRUE(address);
     EXPECT_EQ(HexText(*address), "91:e0:f0:00:01:00");
-    EXPECT_EQ(ParseMacAddress("91:e0:f0:00:01"), std::nullopt);
-    EXPECT_EQ(ParseMacAddress("91:e0:f0:00:01:00:00"), std::nullopt);
+    EXPECT_EQ(lab::ParseAddress("91:e0:f0:00:01"), std::nullopt);
+    EXPECT_EQ(lab::ParseAddress("91:e0:f0:00:01:00:00"), std::nullopt);
 }
 
 TEST(StationText, DeclarationsAreTheThreeThatAListenerMayChoose) {
