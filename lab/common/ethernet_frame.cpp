@@ -1,10 +1,10 @@
 #include "lab/common/ethernet_frame.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "base/ethertypes.h"
 #include "base/wire.h"
+#include "lab/common/hex_pairs.h"
 #include "ptp/ptp_messages.h"
 
 namespace norvad::lab {
@@ -55,18 +55,12 @@ bool IsStreamAddress(const MacAddress& address) {
 }
 
 std::string AddressText(const MacAddress& address) {
-    std::array<char, 18> text;
-    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", address[0], address[1], address[2],
-                  address[3], address[4], address[5]);
-    return text.data();
+    return HexText(address);
 }
 
 std::optional<MacAddress> ParseAddress(const std::string& text) {
     MacAddress address;
-    int end = 0;
-    const int fields = std::sscanf(text.c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n", &address[0], &address[1],
-                                   &address[2], &address[3], &address[4], &address[5], &end);
-    if (fields != 6 || text.size() != 17 || end != 17) return {};
+    if (!ReadHexPairs(text, address)) return {};
     return address;
 }
 

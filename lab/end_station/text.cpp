@@ -1,9 +1,6 @@
 #include "lab/end_station/text.h"
 
-#include <fmt/format.h>
-
 #include <array>
-#include <charconv>
 #include <string>
 
 namespace norvad::station {
@@ -35,32 +32,15 @@ constexpr std::array<const char*, 20> failureTexts{
 
 constexpr std::array<const char*, 4> declarationTexts{"ignore", "asking-failed", "ready", "ready-failed"};
 
-std::optional<uint8_t> ParseHexPair(std::string_view text) {
-    uint8_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
-    if (text.size() != 2 || error != std::errc{} || end != text.data() + text.size()) return {};
-    return value;
-}
-
-// Exactly size hex pairs with one colon between them.
-template <size_t size>
-std::optional<std::array<uint8_t, size>> ParsePairs(std::string_view text) {
-    if (text.size() != size * 3 - 1) return {};
-    std::array<uint8_t, size> bytes{};
-    for (size_t i = 0; i < size; ++i) {
-        const auto value = ParseHexPair(text.substr(i * 3, 2));
-        if (!value || (i > 0 && text[i * 3 - 1] != ':')) return {};
-        bytes[i] = *value;
-    }
-    return bytes;
-}
-
 }  // namespace
 
 std::optional<StreamID> ParseStreamId(std::string_view text) {
     constexpr size_t lengthWithWholeId = 22;
-    if (text.size() != lengthWithWholeId) return ParsePairs<8>(text);
-    return ParsePairs<8>(std::string(text.substr(0, 20)) + ':' + std::string(text.substr(20)));
+    std::string pairs(text);
+    if (pairs.size() == lengthWithWholeId) pairs.insert(lengthWithWholeId - 2, 1, ':');
+    StreamID id;
+    if (!lab::ReadHexPairs(pairs, id)) return {};
+    return id;
 }
 
 std::optional<ListenerDeclaration> ParseDeclaration(std::string_view text) {
@@ -68,10 +48,6 @@ std::optional<ListenerDeclaration> ParseDeclaration(std::string_view text) {
         if (text == declarationTexts[i]) return static_cast<ListenerDeclaration>(i);
     }
     return {};
-}
-
-std::string HexText(std::span<const uint8_t> bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, ":"));
 }
 
 const char* DeclarationText(ListenerDeclaration declaration) {

@@ -119,8 +119,9 @@ TEST(Frame, StreamAddressesShareTheirFirstThreeBytes) {
 
 TEST(Frame, AddressIsReadFromItsTextAlone) {
     EXPECT_EQ(ParseAddress("02:00:00:00:10:fF"), (MacAddress{0x02, 0, 0, 0, 0x10, 0xFF}));
-    for (const auto* text : {"", "02:00:00:00:10", "02:00:00:00:10:ff ", "02:00:00:00:10:ff:", "2:00:00:00:10:ff",
-                             "02-00-00-00-10-ff", "02:00:00:00:10:xx"}) {
+    for (const auto* text :
+         {"", "02:00:00:00:10", "02:00:00:00:10:ff ", "02:00:00:00:10:ff:", "2:00:00:00:10:ff", "02-00-00-00-10-ff",
+          "02:00:00:00:10:xx", "0x:00:00:00:10:ff", "+2:00:00:00:10:ff", " 2:00:00:00:10:ff"}) {
         EXPECT_FALSE(ParseAddress(text)) << text;
     }
 }
