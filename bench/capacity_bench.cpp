@@ -10,11 +10,11 @@
 #include "base/log.h"
 #include "base/timer_service.h"
 #include "base/wire.h"
-#include "lab/network/stepped_clock.h"
 #include "msrp/msrp_handler.h"
 #include "mvrp/mvrp_handler.h"
 #include "switch/cpu_tag.h"
 #include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::bench {
 

@@ -11,10 +11,10 @@
 
 #include "base/timer_service.h"
 #include "bench/processor_time.h"
-#include "lab/network/stepped_clock.h"
 #include "mrp/mrpdu.h"
 #include "msrp/msrp_handler.h"
 #include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::bench {
 

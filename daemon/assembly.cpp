@@ -7,7 +7,6 @@
 #include "daemon/control/control_channel.h"
 #include "daemon/control/control_queues.h"
 #include "daemon/daemon_options.h"
-#include "daemon/event_loop.h"
 #include "daemon/grandmaster_file_and_queue.h"
 #include "daemon/standard_log.h"
 #include "msrp/msrp_handler.h"
@@ -19,7 +18,14 @@
 
 namespace norvad {
 
-namespace {
+void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output) {
+    FrameDispatcher& registry = bridge.Dispatcher();
+    registry.AddHandler(boost::make_shared<MSRPHandler>(bridge, bridge, bridge.Timers()));
+    registry.AddHandler(boost::make_shared<MVRPHandler>(bridge, bridge, bridge.Timers()));
+    registry.AddHandler(boost::make_shared<PTPHandler>(bridge, bridge, bridge.Timers(), bridge.GetMacAddress(),
+                                                       settings, std::move(output)));
+    registry.AddHandler(boost::make_shared<LLDPHandler>());
+}
 
 EventSources SourcesOf(Switch& bridge, ControlQueues& queues) {
     return {
@@ -29,17 +35,6 @@ EventSources SourcesOf(Switch& bridge, ControlQueues& queues) {
         .links = {"links", bridge.LinkDescriptor(), [&bridge] { bridge.UpdateLinks(); },
                   [&bridge] { return bridge.TakeLinkError(); }},
     };
-}
-
-}  // namespace
-
-void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output) {
-    FrameDispatcher& registry = bridge.Dispatcher();
-    registry.AddHandler(boost::make_shared<MSRPHandler>(bridge, bridge, bridge.Timers()));
-    registry.AddHandler(boost::make_shared<MVRPHandler>(bridge, bridge, bridge.Timers()));
-    registry.AddHandler(boost::make_shared<PTPHandler>(bridge, bridge, bridge.Timers(), bridge.GetMacAddress(),
-                                                       settings, std::move(output)));
-    registry.AddHandler(boost::make_shared<LLDPHandler>());
 }
 
 void RunDaemon(const DaemonOptions& options, const PtpSettings& settings) {

@@ -2,16 +2,21 @@
 
 #include <memory>
 
+#include "daemon/event_loop.h"
 #include "ptp/clocks.h"
 
 namespace norvad {
 
+class ControlQueues;
 class GrandmasterOutput;
 class Switch;
 struct DaemonOptions;
 
 // Gives the switch its protocol handlers. The output hears of every grandmaster.
 void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output);
+
+// What the event loop waits for, and what it does then. The switch and the queues outlive the loop.
+EventSources SourcesOf(Switch& bridge, ControlQueues& queues);
 
 // The daemon from its switch to the end of its event loop. Throws SocketException where the switch cannot be
 // opened.

@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <vector>
 
-#include "lab/network/stepped_clock.h"
 #include "switch/lldp_handler.h"
 #include "switch/switch.h"
 #include "tests/support/fake_doors.h"
+#include "tests/support/stepped_clock.h"
 
 namespace {
 

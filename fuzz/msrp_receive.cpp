@@ -15,9 +15,9 @@
 #include "base/ethertypes.h"
 #include "base/log.h"
 #include "base/timer_service.h"
-#include "lab/network/stepped_clock.h"
 #include "msrp/msrp_handler.h"
 #include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
 
 using namespace norvad;
 using norvad::test::FakeSwitch;

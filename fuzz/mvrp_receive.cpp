@@ -5,9 +5,9 @@
 #include <span>
 
 #include "base/log.h"
-#include "lab/network/stepped_clock.h"
 #include "mvrp/mvrp_handler.h"
 #include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad {
 

@@ -6,9 +6,9 @@
 #include <cstdlib>
 
 #include "base/ethertypes.h"
-#include "lab/network/stepped_clock.h"
 #include "switch/switch.h"
 #include "tests/support/fake_doors.h"
+#include "tests/support/stepped_clock.h"
 
 namespace {
 

@@ -17,12 +17,12 @@
 #include "base/log.h"
 #include "base/timer_service.h"
 #include "base/wire.h"
-#include "lab/network/stepped_clock.h"
 #include "ptp/grandmaster_export.h"
 #include "ptp/message_builder.h"
 #include "ptp/ptp_handler.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_ptp.h"
+#include "tests/support/stepped_clock.h"
 
 using namespace norvad;
 

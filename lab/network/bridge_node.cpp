@@ -5,48 +5,91 @@
 #include <cerrno>
 #include <cstring>
 #include <sstream>
+#include <utility>
 
 #include "daemon/assembly.h"
-#include "lab/network/link_messages.h"
+#include "daemon/control/control_queues.h"
+#include "switch/netlink_wire.h"
 
-namespace norvad::test {
+namespace norvad::network {
 
 namespace {
 
 constexpr const char* interfaceName = "eth0";
+constexpr uint64_t nsPerMs = 1'000'000;
 
-board::BoardConfig ConfigOf(const BridgeNode::Config& config, const Network& network) {
+// What the doors call their descriptors.
+constexpr int framesDescriptor = 1;
+constexpr int linksDescriptor = 2;
+
+board::BoardConfig BoardOf(const BridgeNode::Config& config, const Network& network) {
     board::BoardConfig board;
     board.cpuAddress = config.mac;
+    board.externalPorts = config.externalPorts;
     board.clockNs = config.clockNs;
     board.referenceNs = static_cast<int64_t>(network.clock.Ns());
     board.clockErrorPpb = config.clockErrorPpb;
+    board.stampGranularityNs = config.stampGranularityNs;
     return board;
 }
 
-// The front of the queue, as much of it as fits.
-size_t Take(std::deque<Bytes>& queue, std::span<uint8_t> buffer) {
-    const Bytes front = std::move(queue.front());
-    queue.pop_front();
-    const size_t length = std::min(front.size(), buffer.size());
-    std::memcpy(buffer.data(), front.data(), length);
+// As much of a message as fits.
+size_t CopyInto(std::span<uint8_t> buffer, const Bytes& message) {
+    const size_t length = std::min(message.size(), buffer.size());
+    if (length > 0) std::memcpy(buffer.data(), message.data(), length);
     return length;
 }
+
+// What the switch driver sends when a port of the switch changes.
+struct PortLinkMessage {
+    NetlinkHeader header;
+    LinkHeader link;
+    LinkAttribute attribute;
+    boost::endian::native_uint32_t portLinks;
+};
+
+Bytes PortLinkReport(uint32_t portLinks) {
+    PortLinkMessage message{};
+    message.header.length = sizeof(PortLinkMessage);
+    message.header.type = netlinkNewLink;
+    message.link.family = bridgeFamily;
+    message.attribute = {sizeof(LinkAttribute) + sizeof(portLinks), linkAttributePortLinks};
+    message.portLinks = portLinks;
+    const auto bytes = BytesOf(message);
+    return {bytes.begin(), bytes.end()};
+}
+
+class NoRequests final : public RequestQueue {
+public:
+    int Descriptor() const override { return -1; }
+    ssize_t Receive(std::span<uint8_t>) override { return -1; }
+};
+
+class NoControlQueues final : public ControlQueues {
+public:
+    std::unique_ptr<ControlQueue> Create(const std::string&) override { return nullptr; }
+    std::unique_ptr<ControlQueue> Open(const std::string&) override { return nullptr; }
+    void Remove(const std::string&) override {}
+};
 
 }  // namespace
 
 class BridgeNode::Frames final : public FrameSocket {
 public:
     explicit Frames(BridgeNode& node) : node(node) {}
-    int Descriptor() const override { return -1; }
+    int Descriptor() const override { return framesDescriptor; }
     void waitForInterface() override {}
-    MacAddress HardwareAddress() const override { return node.mac; }
+    MacAddress HardwareAddress() const override { return node.config.mac; }
     void addMulticast(const MacAddress&) override {}
     ssize_t write(const uint8_t* frame, size_t length) override {
         node.hardware.FrameFromCpu({frame, length});
         return static_cast<ssize_t>(length);
     }
-    size_t read(uint8_t* buffer, size_t capacity) override { return Take(node.toCpu, {buffer, capacity}); }
+    size_t read(uint8_t* buffer, size_t capacity) override {
+        const Bytes frame = std::move(node.toCpu.front().bytes);
+        node.toCpu.pop_front();
+        return CopyInto({buffer, capacity}, frame);
+    }
     int TakeError() override { return 0; }
 
 private:
@@ -56,7 +99,7 @@ private:
 class BridgeNode::Driver final : public DriverSocket {
 public:
     explicit Driver(BridgeNode& node) : node(node) {}
-    MacAddress HardwareAddress() const override { return node.mac; }
+    MacAddress HardwareAddress() const override { return node.config.mac; }
     bool Request(std::span<uint8_t> record) override { return node.hardware.Request(record, node.Now()) == 0; }
 
 private:
@@ -66,7 +109,7 @@ private:
 class BridgeNode::Links final : public LinkSocket {
 public:
     explicit Links(BridgeNode& node) : node(node) {}
-    int Descriptor() const override { return -1; }
+    int Descriptor() const override { return linksDescriptor; }
     uint32_t PortId() const override { return 1; }
     ssize_t Send(std::span<const uint8_t> message) override { return static_cast<ssize_t>(message.size()); }
     ssize_t Receive(std::span<uint8_t> datagram) override {
@@ -74,7 +117,9 @@ public:
             errno = EAGAIN;
             return -1;
         }
-        return static_cast<ssize_t>(Take(node.linkNews, datagram));
+        const Bytes news = std::move(node.linkNews.front());
+        node.linkNews.pop_front();
+        return static_cast<ssize_t>(CopyInto(datagram, news));
     }
     int TakeError() override { return 0; }
 
@@ -82,27 +127,21 @@ private:
     BridgeNode& node;
 };
 
-namespace {
-
-class NoRequests final : public RequestQueue {
-public:
-    int Descriptor() const override { return -1; }
-    ssize_t Receive(std::span<uint8_t>) override { return -1; }
-};
-
-}  // namespace
-
 BridgeNode::BridgeNode(Network& network, const Config& config)
-    : network(network), mac(config.mac), hardware(ConfigOf(config, network), *this, *this) {
+    : NetworkClock(network.engine), network(network), config(config), hardware(BoardOf(config, network), *this, *this) {
+    Clock& ownClock = *this;
     SwitchDoors& doors = *this;
-    bridge = std::make_unique<Switch>(interfaceName, network.clock, doors);
+    bridge = std::make_unique<Switch>(interfaceName, ownClock, doors);
     AddHandlers(*bridge, config.ptp, std::make_unique<KeptGrandmasterOutput>(grandmasters));
-    bridge->Timers().startAll();
     network.Add(*this);
-    RunDue();
+    Continue();
 }
 
-BridgeNode::~BridgeNode() = default;
+// Nothing is waited for any more, so the daemon comes to the end of its loop.
+BridgeNode::~BridgeNode() {
+    isEnding = true;
+    if (!daemon.HasEnded()) Continue();
+}
 
 uint8_t BridgeNode::MulticastPorts(uint16_t vid, const MacAddress& address) {
     const auto* entry = hardware.Multicasts().Find(vid, address);
@@ -125,14 +164,15 @@ std::string BridgeNode::Ask(const std::vector<std::string>& options) {
     return answer.str();
 }
 
-void BridgeNode::RunDue() {
-    const uint32_t waitMs = bridge->Timers().runDue();
-    dueNs = network.clock.Ns() + uint64_t{waitMs} * 1'000'000;
+int64_t BridgeNode::AheadNs(BridgeNode& other) {
+    return static_cast<int64_t>(hardware.Clock().At(Now()) - other.hardware.Clock().At(Now()));
 }
 
-void BridgeNode::Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t ns) {
-    hardware.FrameArrived(port, frame, static_cast<int64_t>(ns));
-    while (!toCpu.empty()) bridge->Dispatcher().ReadFrame();
+void BridgeNode::Arrive(uint8_t port, std::span<const uint8_t> frame) {
+    hardware.FrameArrived(port, frame, Now());
+    if (toCpu.empty()) return;
+    if (HasFrame()) return Wake();
+    network.engine.At(toCpu.back().readableNs, [this] { Wake(); });
 }
 
 void BridgeNode::LinkChanged(uint8_t port, bool up) {
@@ -140,9 +180,63 @@ void BridgeNode::LinkChanged(uint8_t port, bool up) {
     link.up = up;
     link.forwarding = up;
     hardware.SetLink(port, link);
-    linkNews.push_back(PortLinkMessage(interfaceName, hardware.Links().Value()));
-    bridge->UpdateLinks();
-    RunDue();
+    linkNews.push_back(PortLinkReport(hardware.Links().Value()));
+    Wake();
+}
+
+// A timer may have been started from outside, which the loop learns of when it looks again.
+void BridgeNode::Refresh() {
+    Wake();
+}
+
+void BridgeNode::RunDaemon() {
+    NoControlQueues queues;
+    EventLoop(bridge->Timers(), *this, -1, SourcesOf(*bridge, queues)).Run();
+}
+
+// While the daemon runs, lines are its own.
+void BridgeNode::Continue() {
+    LogSink* const others = config.log ? SetLogSink(this) : nullptr;
+    daemon.Resume();
+    if (config.log) SetLogSink(others);
+}
+
+void BridgeNode::PauseUntil(uint64_t ns) {
+    network.engine.At(ns, [this, pause = ++pauses] {
+        if (pause == pauses) Continue();
+    });
+    daemon.Pause();
+}
+
+void BridgeNode::Wake() {
+    if (!inLoop) return;
+    ++pauses;
+    Continue();
+}
+
+int BridgeNode::MarkReady(std::span<pollfd> set) const {
+    int ready = 0;
+    for (pollfd& entry : set) {
+        const bool readable =
+            (entry.fd == framesDescriptor && HasFrame()) || (entry.fd == linksDescriptor && !linkNews.empty());
+        entry.revents = readable ? POLLIN : short{0};
+        ready += readable;
+    }
+    return ready;
+}
+
+int BridgeNode::Wait(std::span<pollfd> set, uint32_t waitMs) {
+    if (MarkReady(set) == 0 && !isEnding) {
+        inLoop = true;
+        PauseUntil(Ns() + waitMs * nsPerMs);
+        inLoop = false;
+    }
+    return isEnding ? -1 : MarkReady(set);
+}
+
+void BridgeNode::Sleep(uint32_t ms) {
+    if (!daemon.IsRunning()) return NetworkClock::Sleep(ms);
+    if (!isEnding) PauseUntil(Ns() + ms * nsPerMs);
 }
 
 std::unique_ptr<DriverSocket> BridgeNode::OpenDriver(const std::string&, uint16_t) {
@@ -167,9 +261,16 @@ bool BridgeNode::SendOnPort(uint8_t port, std::span<const uint8_t> frame) {
     return true;
 }
 
+// Frames keep their order, however long each would wait.
 bool BridgeNode::SendToCpu(std::span<const uint8_t> frame) {
-    toCpu.emplace_back(frame.begin(), frame.end());
+    uint64_t readableNs = Ns() + (config.handlingNs ? config.handlingNs() : 0);
+    if (!toCpu.empty()) readableNs = std::max(readableNs, toCpu.back().readableNs);
+    toCpu.push_back({readableNs, Bytes(frame.begin(), frame.end())});
     return true;
 }
 
-}  // namespace norvad::test
+void BridgeNode::Write(LogCategory, int32_t, const char* message) {
+    config.log(Ns(), message);
+}
+
+}  // namespace norvad::network

@@ -2,28 +2,46 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "base/log.h"
+#include "daemon/event_loop.h"
 #include "lab/board/board.h"
+#include "lab/network/fiber.h"
 #include "lab/network/kept_grandmaster_output.h"
 #include "lab/network/network.h"
 #include "ptp/clocks.h"
 #include "switch/doors.h"
 #include "switch/switch.h"
 
-namespace norvad::test {
+namespace norvad::network {
 
-// One whole bridge: the daemon's switch model and all its handlers, on a board in software.
-class BridgeNode final : public Node, private SwitchDoors, private board::BoardWires, private board::BoardObserver {
+// One whole bridge: the daemon's switch model, its handlers and its event loop, on a board in software. The daemon runs
+// on a stack of its own, so that when it waits, for its next timer or for a time stamp, it waits alone.
+class BridgeNode final : public Node,
+                         private NetworkClock,
+                         private Waiting,
+                         private SwitchDoors,
+                         private board::BoardWires,
+                         private board::BoardObserver,
+                         private LogSink {
 public:
+    // Takes the lines that the daemon logs, with the time at which it did.
+    using LogOutput = std::function<void(uint64_t ns, const char* message)>;
+
     struct Config {
         MacAddress mac{0x02, 0, 0, 0, 0x10, 0};
+        uint8_t externalPorts = 2;
         int32_t clockErrorPpb = 0;
         uint64_t clockNs = 0;
+        uint32_t stampGranularityNs = 1;
+        std::function<uint64_t()> handlingNs;  // how long a frame waits for the daemon; empty: not at all
         PtpSettings ptp;
+        LogOutput log;  // empty: lines go where those of the process go
     };
 
     BridgeNode(Network& network, const Config& config);
@@ -42,16 +60,35 @@ public:
     // What other programs on the bridge were told of grandmasters.
     const KeptGrandmasterOutput::Kept& Grandmasters() const { return grandmasters; }
 
+    // How far the bridge's hardware clock is ahead of another's now.
+    int64_t AheadNs(BridgeNode& other);
+
     // Node
-    void RunDue() override;
-    uint64_t DueNs() const override { return dueNs; }
-    void Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t ns) override;
+    void Arrive(uint8_t port, std::span<const uint8_t> frame) override;
     void LinkChanged(uint8_t port, bool up) override;
+    void Refresh() override;
 
 private:
     class Frames;
     class Driver;
     class Links;
+
+    struct TrappedFrame {
+        uint64_t readableNs;
+        Bytes bytes;
+    };
+
+    // The daemon's stack. Both ways of waiting pause it; what arrives ends only the loop's.
+    void RunDaemon();
+    void Continue();
+    void PauseUntil(uint64_t ns);
+    void Wake();
+    bool HasFrame() const { return !toCpu.empty() && toCpu.front().readableNs <= Ns(); }
+    int MarkReady(std::span<pollfd> set) const;
+
+    // Waiting, Clock
+    int Wait(std::span<pollfd> set, uint32_t waitMs) override;
+    void Sleep(uint32_t ms) override;
 
     // SwitchDoors
     std::unique_ptr<DriverSocket> OpenDriver(const std::string& interfaceName, uint16_t protocol) override;
@@ -63,19 +100,23 @@ private:
     bool SendOnPort(uint8_t port, std::span<const uint8_t> frame) override;
     bool SendToCpu(std::span<const uint8_t> frame) override;
 
-    // BoardObserver
+    // BoardObserver, LogSink
     void Event(const std::string&) override {}
+    void Write(LogCategory category, int32_t level, const char* message) override;
 
-    int64_t Now() const { return static_cast<int64_t>(network.clock.Ns()); }
+    int64_t Now() const { return static_cast<int64_t>(Ns()); }
 
     Network& network;
-    MacAddress mac;
+    const Config config;
     board::Board hardware;
-    std::deque<Bytes> toCpu;     // frames that the daemon has not read yet
-    std::deque<Bytes> linkNews;  // netlink messages likewise
+    std::deque<TrappedFrame> toCpu;  // frames that the daemon has not read yet
+    std::deque<Bytes> linkNews;      // netlink messages likewise
     KeptGrandmasterOutput::Kept grandmasters;
     std::unique_ptr<Switch> bridge;
-    uint64_t dueNs = 0;
+    Fiber daemon{[this] { RunDaemon(); }};
+    uint64_t pauses = 0;  // so far; tells whether a wake-up is still the one that is waited for
+    bool inLoop = false;  // the daemon waits for whatever comes
+    bool isEnding = false;
 };
 
-}  // namespace norvad::test
+}  // namespace norvad::network

@@ -4,7 +4,7 @@
 
 #include "ptp/grandmaster_export.h"
 
-namespace norvad::test {
+namespace norvad::network {
 
 // Keeps what other programs would have been told.
 class KeptGrandmasterOutput final : public GrandmasterOutput {
@@ -22,4 +22,4 @@ private:
     Kept& kept;
 };
 
-}  // namespace norvad::test
+}  // namespace norvad::network

@@ -1,66 +1,84 @@
 #include "lab/network/network.h"
 
-#include <algorithm>
+#include <stdexcept>
+#include <utility>
 
-namespace norvad::test {
+namespace norvad::network {
+
+namespace {
+
+constexpr uint64_t nsPerMs = 1'000'000;
+constexpr uint64_t nsPerSecond = 1'000'000'000;
+
+}  // namespace
+
+struct Cable {
+    struct End {
+        Node* node;
+        uint8_t port;
+    };
+
+    const End& FarFrom(const Node& node, uint8_t port) const {
+        return ends[0].node == &node && ends[0].port == port ? ends[1] : ends[0];
+    }
+
+    std::array<End, 2> ends;
+    uint64_t delayNs;
+    bool pluggedIn = true;
+};
+
+timespec NetworkClock::Monotonic() const {
+    return {static_cast<time_t>(Ns() / nsPerSecond), static_cast<long>(Ns() % nsPerSecond)};
+}
+
+timeval NetworkClock::TimeOfDay() const {
+    return {static_cast<time_t>(Ns() / nsPerSecond), static_cast<suseconds_t>(Ns() % nsPerSecond / 1'000)};
+}
+
+void NetworkClock::Sleep(uint32_t) {
+    throw std::logic_error("only a bridge on its own stack may sleep");
+}
+
+Network::Network() = default;
+Network::~Network() = default;
 
 void Network::Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, uint64_t delayNs) {
-    cables[{&a, portOfA}] = {{&b, portOfB}, delayNs};
-    cables[{&b, portOfB}] = {{&a, portOfA}, delayNs};
+    cables.push_back(std::make_unique<Cable>(Cable{{{{&a, portOfA}, {&b, portOfB}}}, delayNs}));
+    a.cables.at(portOfA) = b.cables.at(portOfB) = cables.back().get();
     a.LinkChanged(portOfA, true);
     b.LinkChanged(portOfB, true);
 }
 
 void Network::Disconnect(Node& node, uint8_t port) {
-    const End near{&node, port};
-    const End far = cables.at(near).farEnd;
-    cables.erase(near);
-    cables.erase(far);
-    std::erase_if(underWay, [&](const auto& each) { return each.second.to == near || each.second.to == far; });
-    near.first->LinkChanged(near.second, false);
-    far.first->LinkChanged(far.second, false);
+    Cable& cable = *node.cables.at(port);
+    cable.pluggedIn = false;
+    for (const Cable::End& end : cable.ends) end.node->cables[end.port] = nullptr;
+    for (const Cable::End& end : cable.ends) end.node->LinkChanged(end.port, false);
 }
 
 void Network::Send(Node& from, uint8_t port, std::span<const uint8_t> frame) {
-    const auto cable = cables.find({&from, port});
-    if (cable == cables.end() || (filter && !filter(from, port, frame))) return;
-    underWay.emplace(clock.Ns() + cable->second.delayNs,
-                     Delivery{cable->second.farEnd, Bytes(frame.begin(), frame.end())});
+    const Cable* cable = from.cables.at(port);
+    if (!cable || (filter && !filter(from, port, frame))) return;
+    engine.At(clock.Ns() + cable->delayNs,
+              [cable, to = cable->FarFrom(from, port), bytes = Bytes(frame.begin(), frame.end())] {
+                  if (cable->pluggedIn) to.node->Arrive(to.port, bytes);
+              });
 }
 
 void Network::RunMs(uint64_t ms) {
-    const uint64_t endNs = clock.Ns() + ms * 1'000'000;
-    while (clock.Ns() < endNs) Step(endNs);
+    Refresh();
+    engine.RunUntil(clock.Ns() + ms * nsPerMs);
 }
 
 bool Network::RunUntil(const std::function<bool()>& condition, uint64_t atMostMs) {
-    const uint64_t endNs = clock.Ns() + atMostMs * 1'000'000;
-    while (!condition() && clock.Ns() < endNs) Step(endNs);
+    Refresh();
+    if (condition()) return true;
+    engine.RunUntil(clock.Ns() + atMostMs * nsPerMs, condition);
     return condition();
 }
 
-void Network::Step(uint64_t untilNs) {
-    for (Node* node : nodes) {
-        if (node->DueNs() <= clock.Ns()) node->RunDue();
-    }
-    DeliverDue();
-    const uint64_t next = std::min(untilNs, NextDueNs());
-    if (next > clock.Ns()) clock.AdvanceNs(next - clock.Ns());
+void Network::Refresh() {
+    for (Node* node : nodes) node->Refresh();
 }
 
-void Network::DeliverDue() {
-    while (!underWay.empty() && underWay.begin()->first <= clock.Ns()) {
-        const auto first = underWay.extract(underWay.begin());
-        auto& [to, frame] = first.mapped();
-        to.first->Arrive(to.second, frame, first.key());
-        to.first->RunDue();
-    }
-}
-
-uint64_t Network::NextDueNs() const {
-    uint64_t next = underWay.empty() ? UINT64_MAX : underWay.begin()->first;
-    for (const Node* node : nodes) next = std::min(next, node->DueNs());
-    return next;
-}
-
-}  // namespace norvad::test
+}  // namespace norvad::network

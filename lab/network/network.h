@@ -1,34 +1,63 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
-#include <map>
+#include <memory>
 #include <span>
-#include <tuple>
-#include <utility>
 #include <vector>
 
-#include "lab/network/stepped_clock.h"
+#include "base/clock.h"
+#include "lab/network/engine.h"
+#include "switch/ports.h"
 
-namespace norvad::test {
+namespace norvad::network {
 
 using Bytes = std::vector<uint8_t>;
 
-// Something with ports, on the common clock.
+struct Cable;
+
+// Something with ports, in a network.
 class Node {
 public:
     virtual ~Node() = default;
-    virtual void RunDue() = 0;           // does what is due
-    virtual uint64_t DueNs() const = 0;  // when RunDue has something to do next
-    virtual void Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t ns) = 0;
+    virtual void Arrive(uint8_t port, std::span<const uint8_t> frame) = 0;
     virtual void LinkChanged(uint8_t port, bool up) = 0;
+
+    // Somebody outside the network may have given it something to do.
+    virtual void Refresh() = 0;
+
+private:
+    friend class Network;
+    std::array<Cable*, portCount> cables{};  // null: nothing is plugged in
 };
 
-// Cables between the ports of nodes, and the one clock of them all. Nothing moves but within Run.
+// The time of a network as its nodes see it.
+class NetworkClock : public Clock {
+public:
+    explicit NetworkClock(const Engine& engine) : engine(engine) {}
+
+    uint64_t Ns() const { return engine.NowNs(); }
+    timespec Monotonic() const override;
+    timeval TimeOfDay() const override;
+    void Sleep(uint32_t ms) override;  // nobody may: throws std::logic_error
+
+private:
+    const Engine& engine;
+};
+
+// Cables between the ports of nodes. Nothing moves but within Run.
 class Network {
 public:
-    SteppedClock clock;
+    Network();
+    Network(const Network&) = delete;
+    Network& operator=(const Network&) = delete;
+    ~Network();
 
+    Engine engine;
+    const NetworkClock clock{engine};
+
+    // The node outlives every Run that follows.
     void Add(Node& node) { nodes.push_back(&node); }
 
     // Plugs a cable in; both ends see their links come up. delayNs: from one end to the other.
@@ -47,23 +76,10 @@ public:
     bool RunUntil(const std::function<bool()>& condition, uint64_t atMostMs);
 
 private:
-    using End = std::pair<Node*, uint8_t>;
-    struct Cable {
-        End farEnd;
-        uint64_t delayNs;
-    };
-    struct Delivery {
-        End to;
-        Bytes frame;
-    };
-
-    void Step(uint64_t untilNs);
-    void DeliverDue();
-    uint64_t NextDueNs() const;
+    void Refresh();
 
     std::vector<Node*> nodes;
-    std::map<End, Cable> cables;
-    std::multimap<uint64_t, Delivery> underWay;  // by arrival
+    std::vector<std::unique_ptr<Cable>> cables;  // those that were pulled out too
 };
 
-}  // namespace norvad::test
+}  // namespace norvad::network

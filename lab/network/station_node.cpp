@@ -5,7 +5,7 @@
 
 #include "base/wire.h"
 
-namespace norvad::test {
+namespace norvad::network {
 
 namespace {
 
@@ -20,6 +20,7 @@ StationNode::StationNode(Network& network, const MacAddress& mac, const station:
                                                  [this](const std::string& line) { lines.push_back(line); });
     network.Add(*this);
     station->Start();
+    Refresh();
 }
 
 size_t StationNode::Told(const std::string& text) const {
@@ -31,10 +32,10 @@ uint64_t StationNode::TakeStreamFrames() {
     return std::exchange(streamFrames, 0);
 }
 
-void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame, uint64_t ns) {
+void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame) {
     Bytes untagged(frame.begin(), frame.end());
     station::ReceivedFrame received;
-    received.receiveTimeNs = ns;
+    received.receiveTimeNs = network.clock.Ns();
     const auto tag = Peek<lab::VlanTagBytes>(frame, tagOffset);
     if (tag && tag->etherType == lab::etherTypeVlan) {
         ++streamFrames;
@@ -43,6 +44,23 @@ void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame, uint64_t ns) {
     }
     received.bytes = untagged;
     station->Receive(received);
+    RunDue();
+}
+
+void StationNode::RunDue() {
+    station->RunDue();
+    Refresh();
+}
+
+// A plan that comes too early, as the station has changed its mind since, does no harm.
+void StationNode::Refresh() {
+    const uint64_t dueNs = station->DueNs();
+    if (dueNs >= plannedNs) return;
+    plannedNs = dueNs;
+    network.engine.At(dueNs, [this] {
+        plannedNs = lab::never;
+        RunDue();
+    });
 }
 
 bool StationNode::Send(std::span<const uint8_t> frame) {
@@ -54,4 +72,4 @@ station::Departure StationNode::SendStamped(std::span<const uint8_t> frame) {
     return {Send(frame), network.clock.Ns()};
 }
 
-}  // namespace norvad::test
+}  // namespace norvad::network

@@ -7,7 +7,7 @@
 #include "lab/end_station/station.h"
 #include "lab/network/network.h"
 
-namespace norvad::test {
+namespace norvad::network {
 
 // An end station of the lab as a node with one port, number 0. It keeps what it has to tell.
 class StationNode final : public Node, private station::FramePort {
@@ -22,12 +22,13 @@ public:
     uint64_t TakeStreamFrames();
 
     // Node
-    void RunDue() override { station->RunDue(); }
-    uint64_t DueNs() const override { return station->DueNs(); }
-    void Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t ns) override;
+    void Arrive(uint8_t port, std::span<const uint8_t> frame) override;
     void LinkChanged(uint8_t, bool) override {}
+    void Refresh() override;
 
 private:
+    void RunDue();
+
     MacAddress Address() const override { return mac; }
     bool Send(std::span<const uint8_t> frame) override;
     station::Departure SendStamped(std::span<const uint8_t> frame) override;
@@ -37,6 +38,7 @@ private:
     std::vector<std::string> lines;
     uint64_t streamFrames = 0;
     std::unique_ptr<station::Station> station;
+    uint64_t plannedNs = lab::never;  // when RunDue comes next
 };
 
-}  // namespace norvad::test
+}  // namespace norvad::network

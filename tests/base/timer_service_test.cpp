@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "base/log.h"
-#include "lab/network/stepped_clock.h"
 #include "tests/support/captured_log.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 namespace {

@@ -9,6 +9,10 @@
 
 namespace norvad::test {
 
+using network::BridgeNode;
+using network::Network;
+using network::StationNode;
+
 namespace {
 
 constexpr MacAddress talkerMac = {0x02, 0, 0, 0, 0, 0x01};
@@ -186,7 +190,7 @@ TEST(OneBridge, TheFourthSilentPeriodTakesAsCapabilityFromThePort) {
     Row row(1);
     Switch& bridge = row.bridges[0].Model();
     ASSERT_TRUE(row.network.RunUntil([&] { return bridge.IsAvbUp(0); }, 5'000));
-    row.network.filter = [](const Node&, uint8_t, std::span<const uint8_t>) { return false; };
+    row.network.filter = [](const network::Node&, uint8_t, std::span<const uint8_t>) { return false; };
 
     row.network.RunMs(3'000);
     EXPECT_TRUE(bridge.IsAvbUp(0));
@@ -255,8 +259,8 @@ TEST(SevenBridges, CarryAStreamWithSevenTimesTheLatency) {
 TEST(TwoRuns, OfTheSameNetworkAreTheSame) {
     const auto run = [] {
         Row row(2);
-        std::vector<Bytes> frames;
-        row.network.filter = [&](const Node&, uint8_t, std::span<const uint8_t> frame) {
+        std::vector<network::Bytes> frames;
+        row.network.filter = [&](const network::Node&, uint8_t, std::span<const uint8_t> frame) {
             frames.emplace_back(frame.begin(), frame.end());
             return true;
         };

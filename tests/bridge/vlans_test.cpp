@@ -9,6 +9,10 @@
 
 namespace norvad::test {
 
+using network::BridgeNode;
+using network::Network;
+using network::StationNode;
+
 namespace {
 
 constexpr MacAddress memberMac = {0x02, 0, 0, 0, 0, 0x01};

@@ -14,16 +14,18 @@
 #include "daemon/control/command_executor.h"
 #include "daemon/daemon_options.h"
 #include "lab/network/kept_grandmaster_output.h"
-#include "lab/network/stepped_clock.h"
 #include "switch/socket_exception.h"
 #include "switch/switch.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/captured_priority.h"
 #include "tests/support/fake_doors.h"
 #include "tests/support/isolated_process.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 namespace {
+
+using network::KeptGrandmasterOutput;
 
 using testing::Contains;
 

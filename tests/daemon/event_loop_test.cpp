@@ -17,11 +17,11 @@
 #include <string>
 #include <vector>
 
-#include "lab/network/stepped_clock.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/captured_priority.h"
 #include "tests/support/isolated_process.h"
 #include "tests/support/readiness.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 namespace {

@@ -20,8 +20,8 @@
 #include <string>
 
 #include "daemon/standard_log.h"
-#include "lab/network/stepped_clock.h"
 #include "tests/support/captured_log.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

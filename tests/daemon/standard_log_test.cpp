@@ -6,8 +6,8 @@
 
 #include <string>
 
-#include "lab/network/stepped_clock.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 namespace {

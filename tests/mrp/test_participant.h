@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "lab/network/stepped_clock.h"
 #include "mrp/mrp.h"
 #include "mrp/mrpdu.h"
 #include "tests/support/bytes.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

@@ -9,10 +9,10 @@
 
 #include "base/log.h"
 #include "base/timer_service.h"
-#include "lab/network/stepped_clock.h"
 #include "msrp/msrp_handler.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

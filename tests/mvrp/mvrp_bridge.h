@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include "lab/network/stepped_clock.h"
 #include "mrp/listing.h"
 #include "mvrp/mvrp_handler.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fake_switch.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

@@ -8,6 +8,8 @@
 
 namespace norvad::test {
 
+using network::KeptGrandmasterOutput;
+
 namespace {
 
 using testing::ElementsAre;

@@ -12,14 +12,16 @@
 #include "base/timer_service.h"
 #include "base/wire.h"
 #include "lab/network/kept_grandmaster_output.h"
-#include "lab/network/stepped_clock.h"
 #include "ptp/message_builder.h"
 #include "ptp/ptp_handler.h"
 #include "ptp/ptp_messages.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_ptp_switch.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
+
+using network::KeptGrandmasterOutput;
 
 inline std::vector<uint8_t> BytesAt(std::span<const uint8_t> bytes, size_t offset, size_t length) {
     const auto part = bytes.subspan(offset, length);

@@ -13,11 +13,11 @@
 #include <utility>
 #include <vector>
 
-#include "lab/network/link_messages.h"
 #include "switch/cpu_tag.h"
 #include "tests/support/fake_driver_socket.h"
 #include "tests/support/fake_frame_socket.h"
 #include "tests/support/fake_link_socket.h"
+#include "tests/support/link_messages.h"
 
 namespace norvad::test {
 

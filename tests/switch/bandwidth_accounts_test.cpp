@@ -4,10 +4,10 @@
 
 #include <memory>
 
-#include "lab/network/stepped_clock.h"
 #include "switch/switch_ioctl.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_driver_socket.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad {
 namespace {

@@ -7,9 +7,9 @@
 #include <memory>
 #include <vector>
 
-#include "lab/network/link_messages.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_link_socket.h"
+#include "tests/support/link_messages.h"
 #include "tests/switch/hex.h"
 
 namespace norvad {

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "lab/network/stepped_clock.h"
 #include "switch/i4_ptp.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_driver_socket.h"
+#include "tests/support/stepped_clock.h"
 #include "tests/switch/hex.h"
 
 namespace norvad {

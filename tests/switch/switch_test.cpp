@@ -6,9 +6,9 @@
 #include <functional>
 
 #include "base/ethertypes.h"
-#include "lab/network/stepped_clock.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_doors.h"
+#include "tests/support/stepped_clock.h"
 #include "tests/switch/hex.h"
 #include "tests/switch/recording_handler.h"
 

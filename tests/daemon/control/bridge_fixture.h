@@ -6,10 +6,10 @@
 
 #include "base/ethertypes.h"
 #include "base/log.h"
-#include "lab/network/stepped_clock.h"
 #include "switch/switch.h"
 #include "tests/support/fake_doors.h"
 #include "tests/support/fake_handler.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 

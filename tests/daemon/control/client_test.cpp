@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "lab/network/stepped_clock.h"
 #include "tests/support/fake_control_queues.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 namespace {

@@ -15,7 +15,7 @@
 #include "lab/end_station/frame.h"
 #include "lab/end_station/mrp_pdu.h"
 #include "lab/end_station/station.h"
-#include "lab/network/stepped_clock.h"
+#include "tests/support/stepped_clock.h"
 
 namespace norvad::station {
 

@@ -1,0 +1,130 @@
+#include "lab/network/bridge_node.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "ptp/ptp_messages.h"
+
+namespace norvad::test {
+namespace {
+
+using network::BridgeNode;
+using network::Network;
+using testing::AllOf;
+using testing::Contains;
+using testing::Each;
+using testing::Field;
+using testing::Gt;
+using testing::HasSubstr;
+using testing::Le;
+
+BridgeNode::Config Numbered(uint8_t number) {
+    BridgeNode::Config config;
+    config.mac = {0x02, 0, 0, 0, 0x10, number};
+    return config;
+}
+
+TEST(BridgeInANetwork, HearsOfItsLinksAtOnce) {
+    Network world;
+    BridgeNode left(world, Numbered(1)), right(world, Numbered(2));
+    world.Connect(left, 0, right, 1);
+
+    EXPECT_TRUE(left.Model().IsPortUp(0));
+    EXPECT_TRUE(right.Model().IsStpUp(1));
+    world.Disconnect(right, 1);
+    EXPECT_FALSE(left.Model().IsPortUp(0));
+}
+
+// A request costs its sender a wait of 1 ms for the transmit stamp, in which time goes on for everybody else: the
+// neighbour reads it and answers meanwhile.
+TEST(BridgeInANetwork, WaitsAloneForATimeStamp) {
+    Network world;
+    BridgeNode left(world, Numbered(1)), right(world, Numbered(2));
+    world.Connect(left, 0, right, 0, 500);
+    uint64_t requestNs = 0, answerNs = 0;
+    world.filter = [&](const network::Node& from, uint8_t, std::span<const uint8_t> frame) {
+        const auto message = static_cast<PTPMessage>(frame[14]);
+        if (&from == &left && message == PTPMessage::PDELAY_REQ) requestNs = world.clock.Ns();
+        if (&from == &right && message == PTPMessage::PDELAY_RESP && answerNs == 0) answerNs = world.clock.Ns();
+        return true;
+    };
+
+    ASSERT_TRUE(world.RunUntil([&] { return requestNs != 0 && answerNs > requestNs; }, 5'000));
+    EXPECT_EQ(answerNs - requestNs, 500u);
+}
+
+TEST(BridgeInANetwork, FindsOutOfPlaceWhoeverSleepsInItsStead) {
+    Network world;
+    const network::Engine& engine = world.engine;
+    network::NetworkClock clock(engine);
+
+    EXPECT_THROW(clock.Sleep(1), std::logic_error);
+}
+
+TEST(BridgeInANetwork, LogsUnderItsNameAtItsOwnTime) {
+    struct Line {
+        std::string bridge;
+        uint64_t ns;
+        std::string text;
+    };
+    Network world;
+    std::vector<Line> lines;
+    auto named = [&](const std::string& name, uint8_t number) {
+        auto config = Numbered(number);
+        config.log = [&lines, name](uint64_t ns, const char* message) { lines.push_back({name, ns, message}); };
+        return config;
+    };
+    BridgeNode left(world, named("left", 1)), right(world, named("right", 2));
+    world.Connect(left, 0, right, 1);
+    const uint64_t startNs = world.clock.Ns();
+    world.RunMs(5'000);
+
+    EXPECT_THAT(lines, Contains(AllOf(Field(&Line::bridge, "left"), Field(&Line::text, HasSubstr("Port 0 IS AVB")))));
+    EXPECT_THAT(lines, Contains(AllOf(Field(&Line::bridge, "right"), Field(&Line::text, HasSubstr("Port 1 IS AVB")))));
+    EXPECT_THAT(lines, Each(Field(&Line::ns, AllOf(Gt(startNs), Le(world.clock.Ns())))));
+}
+
+// The same world twice gives the same frames at the same instants.
+TEST(BridgeInANetwork, RunsTheSameEveryTime) {
+    const auto run = [] {
+        std::vector<std::pair<uint64_t, network::Bytes>> sent;
+        Network world;
+        std::deque<BridgeNode> bridges;
+        for (uint8_t n = 0; n < 4; ++n) bridges.emplace_back(world, Numbered(n));
+        world.filter = [&](const network::Node&, uint8_t, std::span<const uint8_t> frame) {
+            sent.emplace_back(world.clock.Ns(), network::Bytes(frame.begin(), frame.end()));
+            return true;
+        };
+        for (size_t n = 1; n < bridges.size(); ++n) world.Connect(bridges[n - 1], 1, bridges[n], 0);
+        world.RunMs(20'000);
+        return sent;
+    };
+
+    const auto first = run();
+    EXPECT_GT(first.size(), 1'000u);
+    EXPECT_EQ(first, run());
+}
+
+TEST(BridgeInANetwork, GoesWhileItWaitsForATimeStamp) {
+    Network world;
+    auto left = std::make_unique<BridgeNode>(world, Numbered(1));
+    BridgeNode right(world, Numbered(2));
+    world.Connect(*left, 0, right, 0);
+    bool asked = false;
+    world.filter = [&](const network::Node& from, uint8_t, std::span<const uint8_t> frame) {
+        asked |= &from == left.get() && frame[14] == static_cast<uint8_t>(PTPMessage::PDELAY_REQ);
+        return true;
+    };
+    ASSERT_TRUE(world.RunUntil([&] { return asked; }, 5'000));
+    world.filter = {};
+
+    left.reset();
+}
+
+}  // namespace
+}  // namespace norvad::test
