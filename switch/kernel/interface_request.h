@@ -2,7 +2,10 @@
 
 #include <net/if.h>
 
+#include <cstdint>
 #include <string>
+
+#include "base/mac_address.h"
 
 namespace norvad {
 
@@ -13,5 +16,10 @@ inline ifreq InterfaceRequest(const std::string& interfaceName) {
     interfaceName.copy(request.ifr_name, IFNAMSIZ);
     return request;
 }
+
+// What the kernel says of an interface, asked through any socket. A refusal is a failed set-up (socket_error.h), of the
+// index with the caller's texts.
+int32_t InterfaceIndex(int socket, const std::string& interfaceName, const char* text, const char* message);
+MacAddress InterfaceAddress(int socket, const std::string& interfaceName);
 
 }  // namespace norvad

@@ -6,6 +6,8 @@
 #include <boost/endian/conversion.hpp>
 #include <cstdint>
 
+#include "switch/kernel/socket_error.h"
+
 namespace norvad {
 
 // Where a packet socket for one EtherType (host order) is bound: on one interface.
@@ -20,6 +22,12 @@ inline sockaddr_ll PacketAddress(uint16_t protocol, int32_t interfaceIndex) {
 // A raw packet socket for one EtherType; the descriptor, or -1 with errno set.
 inline int OpenPacketSocket(uint16_t protocol) {
     return ::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, boost::endian::native_to_big(protocol));
+}
+
+inline void BindPacketSocket(int socket, const sockaddr_ll& address) {
+    if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+        FailSetUp("unable to bind", "unable to bind");
+    }
 }
 
 }  // namespace norvad

@@ -6,8 +6,6 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
-#include <cstring>
-
 #include "base/log.h"
 #include "switch/kernel/interface_request.h"
 #include "switch/kernel/packet_address.h"
@@ -37,10 +35,11 @@ void PacketDriverSocket::open() {
     if (!descriptor.IsOpen()) FailSetUp(" setsockopt SO_BINDTODEVICE ", "unable to open socket");
     DropEverything();
     log(LogCategory::IOCTL, 3, "SwitchIoctl    :bind to %s proto %x\n", interfaceName.c_str(), protocol);
-    ReadIndex();
+    interfaceIndex =
+        InterfaceIndex(descriptor.Get(), interfaceName, "unable to get iface index ", "unable to get interface index");
     log(LogCategory::IOCTL, 3, "SwitchIoctl    :%s if index is %d \n", interfaceName.c_str(), interfaceIndex);
-    ReadHardwareAddress();
-    bind();
+    interfaceMac = InterfaceAddress(descriptor.Get(), interfaceName);
+    BindPacketSocket(descriptor.Get(), PacketAddress(protocol, interfaceIndex));
 }
 
 void PacketDriverSocket::close() {
@@ -54,27 +53,6 @@ void PacketDriverSocket::DropEverything() {
     sock_filter returnNothing = BPF_STMT(BPF_RET | BPF_K, 0);
     const sock_fprog program{1, &returnNothing};
     (void)::setsockopt(descriptor.Get(), SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
-}
-
-void PacketDriverSocket::ReadIndex() {
-    ifreq request = InterfaceRequest(interfaceName);
-    if (::ioctl(descriptor.Get(), SIOCGIFINDEX, &request) < 0) {
-        FailSetUp("unable to get iface index ", "unable to get interface index");
-    }
-    interfaceIndex = request.ifr_ifindex;
-}
-
-void PacketDriverSocket::ReadHardwareAddress() {
-    ifreq request = InterfaceRequest(interfaceName);
-    if (::ioctl(descriptor.Get(), SIOCGIFHWADDR, &request) < 0) FailSetUp("unable to get MAC", "unable to get MAC");
-    std::memcpy(interfaceMac.data(), request.ifr_hwaddr.sa_data, interfaceMac.size());
-}
-
-void PacketDriverSocket::bind() {
-    const sockaddr_ll address = PacketAddress(protocol, interfaceIndex);
-    if (::bind(descriptor.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-        FailSetUp("unable to bind", "unable to bind");
-    }
 }
 
 }  // namespace norvad

@@ -26,9 +26,6 @@ private:
     void open();
     void close();
     void DropEverything();
-    void ReadIndex();
-    void ReadHardwareAddress();
-    void bind();
 
     FileDescriptor descriptor;
     std::string interfaceName;

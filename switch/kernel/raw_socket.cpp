@@ -41,16 +41,11 @@ void RawSocket::open() {
 
 void RawSocket::bind() {
     log(LogCategory::SOCKET, 3, "RawSocket    :bind to %s proto %x", interfaceName.c_str(), protocol);
-    ifreq request = InterfaceRequest(interfaceName);
-    if (::ioctl(descriptor.Get(), SIOCGIFINDEX, &request) < 0) {
-        FailSetUp("unable to get index", "unable to get interface index");
-    }
-    interfaceIndex = request.ifr_ifindex;
+    interfaceIndex =
+        InterfaceIndex(descriptor.Get(), interfaceName, "unable to get index", "unable to get interface index");
     log(LogCategory::SOCKET, 3, "RawSocket    :%s if index is %d ", interfaceName.c_str(), interfaceIndex);
     address = PacketAddress(protocol, interfaceIndex);
-    if (::bind(descriptor.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-        FailSetUp("unable to bind", "unable to bind");
-    }
+    BindPacketSocket(descriptor.Get(), address);
 }
 
 void RawSocket::waitForInterface() {
@@ -68,11 +63,7 @@ void RawSocket::waitForInterface() {
 }
 
 MacAddress RawSocket::HardwareAddress() const {
-    ifreq request = InterfaceRequest(interfaceName);
-    if (::ioctl(descriptor.Get(), SIOCGIFHWADDR, &request) < 0) FailSetUp("unable to get MAC", "unable to get MAC");
-    MacAddress mac;
-    std::memcpy(mac.data(), request.ifr_hwaddr.sa_data, mac.size());
-    return mac;
+    return InterfaceAddress(descriptor.Get(), interfaceName);
 }
 
 void RawSocket::addMulticast(const MacAddress& group) {
@@ -81,13 +72,11 @@ void RawSocket::addMulticast(const MacAddress& group) {
 
 void RawSocket::addMulticast(std::span<const MacAddress> groups) {
     log(LogCategory::SOCKET, 3, "RawSocket    : add multicast");
-    ifreq request = InterfaceRequest(interfaceName);
-    if (::ioctl(descriptor.Get(), SIOCGIFINDEX, &request) < 0) {
-        FailSetUp("unable to get index", "unable to get interface index to add multicast");
-    }
+    const int32_t index = InterfaceIndex(descriptor.Get(), interfaceName, "unable to get index",
+                                         "unable to get interface index to add multicast");
     for (const MacAddress& group : groups) {
         packet_mreq membership{};
-        membership.mr_ifindex = request.ifr_ifindex;
+        membership.mr_ifindex = index;
         membership.mr_type = PACKET_MR_MULTICAST;
         membership.mr_alen = static_cast<unsigned short>(group.size());
         std::memcpy(membership.mr_address, group.data(), group.size());
