@@ -96,4 +96,10 @@ private:
     Timer* timer = nullptr;
 };
 
+// A periodic timer whose first interval begins now.
+inline ScopedTimer Every(TimerService& timers, uint32_t intervalMs, uint32_t jitterMs, TimerCallback callback,
+                         uint32_t argument = 0) {
+    return {timers, timers.addPeriodicTimer(intervalMs, intervalMs, jitterMs, std::move(callback), argument)};
+}
+
 }  // namespace norvad

@@ -38,8 +38,7 @@ MRP::MRP(TimerService& timers, uint8_t portCount)
       portTimers(
           timers, portCount, [this](uint32_t port) { LeaveAllTimerExpired(static_cast<uint8_t>(port)); },
           [this](uint32_t port) { ApplyToPort(static_cast<uint8_t>(port), Event::PERIODIC); }),
-      leaveTick(timers, timers.addPeriodicTimer(
-                            leaveTickMs, leaveTickMs, 0, [this](uint32_t) { LeaveTimerTick(); }, 0)) {}
+      leaveTick(Every(timers, leaveTickMs, 0, [this](uint32_t) { LeaveTimerTick(); })) {}
 
 MRPAttribute& MRP::Insert(std::unique_ptr<MRPAttribute> attribute, bool periodic) {
     attribute->state.periodic = periodic;

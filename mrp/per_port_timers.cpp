@@ -23,10 +23,8 @@ PerPortTimers::PerPortTimers(TimerService& timers, uint8_t portCount, const Time
     : timers(timers) {
     for (uint8_t port = 0; port < portCount; ++port) {
         PortTimers& added = ports.emplace_back();
-        added.leaveAll = {timers,
-                          timers.addPeriodicTimer(leaveAllMs, leaveAllMs, leaveAllJitterMs, leaveAllExpired, port)};
-        added.periodic = {timers,
-                          timers.addPeriodicTimer(periodicMs, periodicMs, periodicJitterMs, periodicExpired, port)};
+        added.leaveAll = Every(timers, leaveAllMs, leaveAllJitterMs, leaveAllExpired, port);
+        added.periodic = Every(timers, periodicMs, periodicJitterMs, periodicExpired, port);
     }
 }
 

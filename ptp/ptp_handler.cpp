@@ -52,12 +52,6 @@ struct PTPHandler::Parts {
 
 namespace {
 
-template <typename Action>
-ScopedTimer Every(TimerService& service, uint32_t intervalMs, uint32_t jitterMs, Action action) {
-    return {service, service.addPeriodicTimer(
-                         intervalMs, intervalMs, jitterMs, [action](uint32_t) { action(); }, 0)};
-}
-
 // Hands the frame on when it holds the whole message.
 template <WireRecord Message, typename Action>
 void WithMessage(std::span<const uint8_t> frame, Action action) {
@@ -74,10 +68,10 @@ bool IsValid(const PTPHeader& header) {
 PTPHandler::PTPHandler(I4PTP& clock, I4DSASocket& socket, TimerService& timers, const uint8_t* macAddress,
                        const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output)
     : parts(std::make_unique<Parts>(clock, socket, MacAddressAt(macAddress), settings, std::move(output))),
-      actions{Every(timers, 125, 5, [this] { parts->master.PTPSyncAction(); }),
-              Every(timers, 1000, 50, [this] { parts->initiator.PTPPDelayAction(); }),
-              Every(timers, 1000, 50, [this] { parts->announcer.PTPAnnounceAction(); }),
-              Every(timers, 2000, 0, [this] { parts->selection.PTPCheckTrafficAction(); })} {
+      actions{Every(timers, 125, 5, [this](uint32_t) { parts->master.PTPSyncAction(); }),
+              Every(timers, 1000, 50, [this](uint32_t) { parts->initiator.PTPPDelayAction(); }),
+              Every(timers, 1000, 50, [this](uint32_t) { parts->announcer.PTPAnnounceAction(); }),
+              Every(timers, 2000, 0, [this](uint32_t) { parts->selection.PTPCheckTrafficAction(); })} {
     parts->instance.state.Step(PortStateEvent::START);
 }
 
