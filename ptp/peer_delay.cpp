@@ -4,6 +4,7 @@
 
 #include "base/log.h"
 #include "ptp/message_builder.h"
+#include "ptp/peer_delay_evaluation.h"
 
 namespace norvad {
 

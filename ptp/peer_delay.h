@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-#include "ptp/peer_delay_evaluation.h"
+#include "ptp/as_capable.h"
 #include "ptp/ptp_instance.h"
 #include "ptp/ptp_messages.h"
 

@@ -4,7 +4,7 @@
 #include <iosfwd>
 
 #include "ptp/announce.h"
-#include "ptp/peer_delay_evaluation.h"
+#include "ptp/as_capable.h"
 #include "ptp/ptp_instance.h"
 #include "ptp/slave_clock.h"
 #include "ptp/sync.h"

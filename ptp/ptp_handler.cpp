@@ -4,10 +4,10 @@
 
 #include "base/log.h"
 #include "ptp/announce.h"
+#include "ptp/as_capable.h"
 #include "ptp/best_master.h"
 #include "ptp/grandmaster_export.h"
 #include "ptp/peer_delay.h"
-#include "ptp/peer_delay_evaluation.h"
 #include "ptp/ptp_control.h"
 #include "ptp/ptp_instance.h"
 #include "ptp/signaling.h"
