@@ -4,6 +4,13 @@
 
 #include "base/ethertypes.h"
 #include "base/log.h"
+#include "base/mac_address.h"
+#include "msrp/listener_propagation.h"
+#include "msrp/msrp_control.h"
+#include "msrp/msrp_receiver.h"
+#include "msrp/msrp_transmitter.h"
+#include "msrp/reservation.h"
+#include "msrp/talker_propagation.h"
 #include "switch/cpu_tag.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_switch.h"
@@ -20,16 +27,29 @@ constexpr uint16_t classVid = 2;
 
 }  // namespace
 
+struct MSRPHandler::Parts {
+    Parts(MSRPDB& database, I4DSASocket& socket, I4Switch& bridge, const MacAddress& switchAddress)
+        : reservations(bridge),
+          talkers(database, socket, switchAddress),
+          listeners(database, socket, reservations),
+          receiver(database, switchAddress),
+          transmitter(database, socket),
+          control(database) {}
+
+    Reservations reservations;
+    TalkerPropagation talkers;
+    ListenerPropagation listeners;
+    MSRPReceiver receiver;
+    MSRPTransmitter transmitter;
+    MSRPControl control;
+};
+
 MSRPHandler::MSRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers)
     : MSRPDB(timers, socket.GetMaxPorts()),
-      reservations(bridge),
-      talkers(*this, socket, MacAddressAt(bridge.GetMacAddress())),
-      listeners(*this, socket, reservations),
-      receiver(*this, MacAddressAt(bridge.GetMacAddress())),
-      transmitter(*this, socket),
-      control(*this),
-      walkTimer(timers, timers.addPeriodicTimer(
-                            walkIntervalMs, walkIntervalMs, 0, [this](uint32_t) { mf0(); }, 0)) {}
+      parts(std::make_unique<Parts>(*this, socket, bridge, MacAddressAt(bridge.GetMacAddress()))),
+      walkTimer(Every(timers, walkIntervalMs, 0, [this](uint32_t) { mf0(); })) {}
+
+MSRPHandler::~MSRPHandler() = default;
 
 uint16_t MSRPHandler::GetEtherType() const {
     return ETHERTYPE_MSRP;
@@ -38,7 +58,7 @@ uint16_t MSRPHandler::GetEtherType() const {
 void MSRPHandler::HandleFrame(std::span<const uint8_t> frame, uint16_t) {
     const auto port = TaggedPort(frame);
     if (!port || *port >= PortCount()) return;
-    receiver.Receive({*port, frame.subspan(taggedHeaderSize)});
+    parts->receiver.Receive({*port, frame.subspan(taggedHeaderSize)});
 }
 
 void MSRPHandler::PortUp(uint8_t port) {
@@ -80,26 +100,26 @@ void MSRPHandler::AddControlOptions(boost::program_options::options_description&
 }
 
 void MSRPHandler::HandleControlOptions(const boost::program_options::variables_map& values, std::ostream& answer) {
-    control.HandleOptions(values, answer);
+    parts->control.HandleOptions(values, answer);
 }
 
 void MSRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) {
     switch (attribute.type) {
         case TALKER_ADVERTISE: {
             const auto& talker = static_cast<Talker&>(attribute);
-            talkers.Propagate(talker, indication);
+            parts->talkers.Propagate(talker, indication);
             if (indication == Event::LV) {
-                listeners.TalkerLeft(talker);
+                parts->listeners.TalkerLeft(talker);
             } else {
-                listeners.TalkerRegistered(talker, indication);
+                parts->listeners.TalkerRegistered(talker, indication);
             }
             return;
         }
         case TALKER_FAILED:
-            talkers.Propagate(static_cast<TalkerFailed&>(attribute), indication);
+            parts->talkers.Propagate(static_cast<TalkerFailed&>(attribute), indication);
             return;
         case LISTENER_VECTOR:
-            listeners.Propagate(static_cast<Listener&>(attribute), indication);
+            parts->listeners.Propagate(static_cast<Listener&>(attribute), indication);
             return;
         case DOMAIN:
             return;  // a matter between two neighbours
@@ -109,16 +129,17 @@ void MSRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) 
 }
 
 void MSRPHandler::TransmitPdu(uint8_t port) {
-    transmitter.Transmit(port);
+    parts->transmitter.Transmit(port);
 }
 
 void MSRPHandler::DeleteAttribute(MRPAttribute& attribute) {
-    if (attribute.type == TALKER_FAILED) talkers.Forget(static_cast<TalkerFailed&>(attribute));
-    if (attribute.type == LISTENER_VECTOR) listeners.Forget(static_cast<Listener&>(attribute));
+    if (attribute.type == TALKER_FAILED) parts->talkers.Forget(static_cast<TalkerFailed&>(attribute));
+    if (attribute.type == LISTENER_VECTOR) parts->listeners.Forget(static_cast<Listener&>(attribute));
     MSRPDB::DeleteAttribute(attribute);
 }
 
-// Once a second every record is looked at and left as it is; a debug build checks that each can be found by its key.
+// Once a second every record is looked at and left as it is; a debug build checks that each stands in its own port's
+// list.
 void MSRPHandler::mf0() {
     for (uint8_t port = 0; port < PortCount(); ++port) {
         for (uint8_t type = TALKER_ADVERTISE; type <= DOMAIN; ++type) {

@@ -1,16 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
+#include <memory>
 #include <span>
 
 #include "base/timer_service.h"
-#include "msrp/listener_propagation.h"
-#include "msrp/msrp_control.h"
-#include "msrp/msrp_receiver.h"
-#include "msrp/msrp_transmitter.h"
 #include "msrp/msrpdb.h"
-#include "msrp/reservation.h"
-#include "msrp/talker_propagation.h"
 #include "switch/proto_handler.h"
 
 namespace norvad {
@@ -25,6 +21,7 @@ class MSRPHandler final : public ProtoHandler, public MSRPDB {
 public:
     // All three outlive the handler.
     MSRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers);
+    ~MSRPHandler() override;
 
     uint16_t GetEtherType() const override;
     void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) override;
@@ -46,14 +43,11 @@ protected:
     void DeleteAttribute(MRPAttribute& attribute) override;
 
 private:
+    struct Parts;
+
     void mf0();
 
-    Reservations reservations;
-    TalkerPropagation talkers;
-    ListenerPropagation listeners;
-    MSRPReceiver receiver;
-    MSRPTransmitter transmitter;
-    MSRPControl control;
+    std::unique_ptr<Parts> parts;
     ScopedTimer walkTimer;
 };
 

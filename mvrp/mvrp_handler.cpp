@@ -1,17 +1,30 @@
 #include "mvrp/mvrp_handler.h"
 
+#include "base/ethertypes.h"
 #include "base/log.h"
+#include "mvrp/mvrp_control.h"
+#include "mvrp/mvrp_receiver.h"
+#include "mvrp/mvrp_transmitter.h"
+#include "mvrp/vlan_propagation.h"
 #include "switch/cpu_tag.h"
 #include "switch/i4_dsa_socket.h"
 
 namespace norvad {
 
+struct MVRPHandler::Parts {
+    Parts(MVRPDB& database, I4DSASocket& socket, I4Switch& bridge)
+        : vlans(database, socket, bridge), receiver(database), transmitter(database, socket), control(database) {}
+
+    VlanPropagation vlans;
+    MVRPReceiver receiver;
+    MVRPTransmitter transmitter;
+    MVRPControl control;
+};
+
 MVRPHandler::MVRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers)
-    : MVRPDB(timers, socket.GetMaxPorts()),
-      vlans(*this, socket, bridge),
-      receiver(*this),
-      transmitter(*this, socket),
-      control(*this) {}
+    : MVRPDB(timers, socket.GetMaxPorts()), parts(std::make_unique<Parts>(*this, socket, bridge)) {}
+
+MVRPHandler::~MVRPHandler() = default;
 
 uint16_t MVRPHandler::GetEtherType() const {
     return ETHERTYPE_MVRP;
@@ -21,7 +34,7 @@ void MVRPHandler::HandleFrame(std::span<const uint8_t> frame, uint16_t) {
     const auto header = Peek<TaggedHeader>(frame);
     const auto port = TaggedPort(frame);
     if (!header || !port || *port >= PortCount() || header->destination != mvrpGroupAddress) return;
-    receiver.Receive({*port, frame.subspan(taggedHeaderSize)});
+    parts->receiver.Receive({*port, frame.subspan(taggedHeaderSize)});
 }
 
 void MVRPHandler::PortUp(uint8_t port) {
@@ -58,7 +71,7 @@ void MVRPHandler::AddControlOptions(boost::program_options::options_description&
 }
 
 void MVRPHandler::HandleControlOptions(const boost::program_options::variables_map& values, std::ostream& answer) {
-    control.HandleOptions(values, answer);
+    parts->control.HandleOptions(values, answer);
 }
 
 void MVRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) {
@@ -66,11 +79,11 @@ void MVRPHandler::Propagate(MRPAttribute& attribute, Event indication, uint8_t) 
         log(LogCategory::MVRP, 0, "Propagate request for unknown attribute type %d\n", attribute.type);
         return;
     }
-    vlans.Propagate(static_cast<Vlan&>(attribute), indication);
+    parts->vlans.Propagate(static_cast<Vlan&>(attribute), indication);
 }
 
 void MVRPHandler::TransmitPdu(uint8_t port) {
-    transmitter.Transmit(port);
+    parts->transmitter.Transmit(port);
 }
 
 }  // namespace norvad

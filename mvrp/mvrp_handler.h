@@ -1,13 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
+#include <memory>
 #include <span>
 
-#include "mvrp/mvrp_control.h"
-#include "mvrp/mvrp_receiver.h"
-#include "mvrp/mvrp_transmitter.h"
 #include "mvrp/mvrpdb.h"
-#include "mvrp/vlan_propagation.h"
 #include "switch/proto_handler.h"
 
 namespace norvad {
@@ -22,6 +20,7 @@ class MVRPHandler final : public ProtoHandler, public MVRPDB {
 public:
     // All three outlive the handler.
     MVRPHandler(I4DSASocket& socket, I4Switch& bridge, TimerService& timers);
+    ~MVRPHandler() override;
 
     uint16_t GetEtherType() const override;
     void HandleFrame(std::span<const uint8_t> frame, uint16_t etherType) override;
@@ -42,10 +41,9 @@ protected:
     void TransmitPdu(uint8_t port) override;
 
 private:
-    VlanPropagation vlans;
-    MVRPReceiver receiver;
-    MVRPTransmitter transmitter;
-    MVRPControl control;
+    struct Parts;
+
+    std::unique_ptr<Parts> parts;
 };
 
 }  // namespace norvad
