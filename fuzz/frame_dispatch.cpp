@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "switch/lldp_handler.h"
+#include "switch/ports.h"
 #include "switch/switch.h"
 #include "tests/support/fake_doors.h"
 #include "tests/support/stepped_clock.h"

@@ -4,11 +4,7 @@
 #include <iosfwd>
 
 #include "msrp/msrpdb.h"
-
-namespace boost::program_options {
-class options_description;
-class variables_map;
-}  // namespace boost::program_options
+#include "switch/control_options.h"
 
 namespace norvad {
 

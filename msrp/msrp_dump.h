@@ -2,7 +2,6 @@
 
 #include <cstdint>
 
-#include "mrp/mrp_types.h"
 #include "msrp/msrp_wire.h"
 
 namespace norvad {

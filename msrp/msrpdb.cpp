@@ -1,6 +1,7 @@
 #include "msrp/msrpdb.h"
 
 #include <bit>
+#include <memory>
 
 #include "base/log.h"
 

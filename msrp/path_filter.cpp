@@ -1,5 +1,7 @@
 #include "msrp/path_filter.h"
 
+#include "switch/ports.h"
+
 namespace norvad {
 namespace {
 

@@ -4,7 +4,6 @@
 
 #include "mrp/mrp_types.h"
 #include "msrp/msrp_wire.h"
-#include "switch/ports.h"
 
 namespace norvad {
 

@@ -3,11 +3,7 @@
 #include <iosfwd>
 
 #include "mvrp/mvrpdb.h"
-
-namespace boost::program_options {
-class options_description;
-class variables_map;
-}  // namespace boost::program_options
+#include "switch/control_options.h"
 
 namespace norvad {
 

@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "base/log.h"
+#include "switch/ports.h"
 
 namespace norvad {
 

@@ -8,11 +8,7 @@
 #include "ptp/ptp_instance.h"
 #include "ptp/slave_clock.h"
 #include "ptp/sync.h"
-
-namespace boost::program_options {
-class options_description;
-class variables_map;
-}  // namespace boost::program_options
+#include "switch/control_options.h"
 
 namespace norvad {
 

@@ -5,12 +5,13 @@
 
 #include "base/mac_address.h"
 #include "ptp/clocks.h"
-#include "ptp/grandmaster_export.h"
+#include "ptp/grandmaster_message.h"
 #include "ptp/port_data.h"
 #include "ptp/port_state.h"
 #include "ptp/ptp_messages.h"
 #include "switch/i4_dsa_socket.h"
 #include "switch/i4_ptp.h"
+#include "switch/ports.h"
 
 namespace norvad {
 

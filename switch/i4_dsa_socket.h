@@ -3,8 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "switch/ports.h"
-
 namespace norvad {
 
 // Frame output and the state of the ports. Every query of a port beyond the records answers 0.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/mac_address.h"
+#include "switch/ports.h"
 
 namespace norvad {
 
@@ -55,8 +56,6 @@ public:
     std::span<const Entry> Entries() const { return entries; }
 
 private:
-    static uint16_t PortBit(uint8_t port) { return static_cast<uint16_t>(1U << port); }
-
     static bool Change(Entry& entry, uint16_t bit, bool member) {
         if (((entry.portMask & bit) != 0) == member) return false;
         entry.portMask = static_cast<uint16_t>(entry.portMask ^ bit);

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "switch/ports.h"
-
 namespace norvad {
 
 // What the switch model knows of one of its ports.

@@ -15,4 +15,9 @@ constexpr bool IsLocalPort(uint8_t port) {
     return port == localPort || port == cpuPort;
 }
 
+// The port's bit in a mask of ports (0..15).
+constexpr uint16_t PortBit(uint8_t port) {
+    return static_cast<uint16_t>(1U << port);
+}
+
 }  // namespace norvad

@@ -5,11 +5,7 @@
 #include <span>
 
 #include "base/mac_address.h"
-
-namespace boost::program_options {
-class options_description;
-class variables_map;
-}  // namespace boost::program_options
+#include "switch/control_options.h"
 
 namespace norvad {
 

@@ -12,10 +12,6 @@ namespace {
 constexpr uint8_t linkBits = 0xB;  // link up and speed code of a port's 4-bit link value
 constexpr uint8_t stpBit = 0x4;
 
-uint16_t PortMask(uint8_t port) {
-    return static_cast<uint16_t>(1U << port);
-}
-
 }  // namespace
 
 Switch::Switch(const std::string& interfaceName, Clock& clock, SwitchDoors& doors)
@@ -79,27 +75,27 @@ void Switch::UpdateStp(uint8_t port) {
 void Switch::EnableVlan(uint8_t port, uint16_t vid) {
     log(LogCategory::IOCTL, 1, "[Switch] EnableVlan %d on port %d\n", vid, port);
     if (port >= ports.size() || !vlanTable.Enable({vid}, port)) return;
-    driver.SetPortVlan(PortMask(port), vid, 1);
+    driver.SetPortVlan(PortBit(port), vid, 1);
 }
 
 void Switch::DisableVlan(uint8_t port, uint16_t vid) {
     log(LogCategory::IOCTL, 1, "[Switch] DisableVlan %d on port %d\n", vid, port);
     if (port >= ports.size() || !vlanTable.Disable({vid}, port)) return;
-    driver.SetPortVlan(PortMask(port), vid, 0);
+    driver.SetPortVlan(PortBit(port), vid, 0);
 }
 
 void Switch::EnableMulticast(uint8_t port, uint16_t vid, const MacAddress& address) {
     log(LogCategory::IOCTL, 1, "[Switch] EnableMulticast on port %d vlan %d addr %02x:%02x:%02x:%02x:%02x:%02x\n", port,
         vid, address[0], address[1], address[2], address[3], address[4], address[5]);
     if (port >= ports.size() || !multicastTable.Enable({vid, address}, port)) return;
-    driver.SetPortMcast(PortMask(port), vid, address, true);
+    driver.SetPortMcast(PortBit(port), vid, address, true);
 }
 
 void Switch::DisableMulticast(uint8_t port, uint16_t vid, const MacAddress& address) {
     log(LogCategory::IOCTL, 1, "[Switch] DisableMulticast on port %d vlan %d addr %02x:%02x:%02x:%02x:%02x:%02x\n",
         port, vid, address[0], address[1], address[2], address[3], address[4], address[5]);
     if (port >= ports.size() || !multicastTable.Disable({vid, address}, port)) return;
-    driver.SetPortMcast(PortMask(port), vid, address, false);
+    driver.SetPortMcast(PortBit(port), vid, address, false);
 }
 
 void Switch::AddBandwidth(uint8_t port, uint32_t trafficClass, uint32_t bytesPerSecond) {

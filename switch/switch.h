@@ -15,6 +15,7 @@
 #include "switch/link_monitor.h"
 #include "switch/membership_table.h"
 #include "switch/port_record.h"
+#include "switch/ports.h"
 #include "switch/switch_ioctl.h"
 
 namespace norvad {

@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "switch/i4_dsa_socket.h"
+#include "switch/ports.h"
 
 namespace norvad {
 

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "switch/ports.h"
 #include "switch/switch_ioctl.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_driver_socket.h"

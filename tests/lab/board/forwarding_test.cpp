@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "switch/ports.h"
 #include "tests/lab/board/support.h"
 
 namespace norvad::board::test {
