@@ -12,7 +12,7 @@ class Clock {
 public:
     virtual ~Clock() = default;
     virtual timespec Monotonic() const = 0;  // never steps back; for timers
-    virtual timeval TimeOfDay() const = 0;   // may jump; for seeding
+    virtual timeval TimeOfDay() const = 0;   // may jump; for log lines, deadlines of queues and seeding
     virtual void Sleep(uint32_t ms) = 0;     // a stepped clock moves on at once
 };
 

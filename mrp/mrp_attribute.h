@@ -63,4 +63,5 @@ private:
 inline bool IsRegistered(const MRPAttribute* record) {
     return record && record->IsRegistered();
 }
+
 }  // namespace norvad
