@@ -24,24 +24,6 @@ int KernelWaiting::Wait(std::span<pollfd> set, uint32_t waitMs) {
     return poll(set.data(), set.size(), static_cast<int>(waitMs));
 }
 
-void RaisePriority() {
-    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(getpid()), loopPriority);
-}
-
-FileDescriptor OpenSignalDescriptor() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    if (sigprocmask(SIG_BLOCK, &signals, nullptr) < 0) {
-        std::perror("sigprocmask");
-        return {};
-    }
-    FileDescriptor descriptor(signalfd(-1, &signals, 0));
-    if (!descriptor.IsOpen()) std::perror("signalfd");
-    return descriptor;
-}
-
 EventLoop::EventLoop(TimerService& timers, Waiting& waiting, int signals, EventSources sources)
     : timers(timers),
       waiting(waiting),
@@ -116,6 +98,24 @@ void EventLoop::HandleTrouble(uint32_t index) {
         set[rested].fd = entries[rested].source.descriptor;
     };
     entry.rest = ScopedTimer(timers, timers.addTimer(restMs, goOn, index));
+}
+
+void RaisePriority() {
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(getpid()), loopPriority);
+}
+
+FileDescriptor OpenSignalDescriptor() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    if (sigprocmask(SIG_BLOCK, &signals, nullptr) < 0) {
+        std::perror("sigprocmask");
+        return {};
+    }
+    FileDescriptor descriptor(signalfd(-1, &signals, 0));
+    if (!descriptor.IsOpen()) std::perror("signalfd");
+    return descriptor;
 }
 
 }  // namespace norvad
