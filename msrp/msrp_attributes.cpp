@@ -3,6 +3,8 @@
 #include <array>
 #include <charconv>
 
+#include "base/hex.h"
+
 namespace norvad {
 namespace {
 
@@ -30,20 +32,9 @@ constexpr std::array<const char*, 20> failureTexts = {
     "SR class priority mismatch",
 };
 
-void AppendHex(std::string& text, uint8_t byte) {
-    constexpr char digits[] = "0123456789abcdef";
-    text += digits[byte >> 4];
-    text += digits[byte & 15];
-}
-
-// Two digits and a colon for every byte, the last one too.
+// A colon behind the last byte, too.
 std::string ColonHex(std::span<const uint8_t> bytes) {
-    std::string text;
-    for (const uint8_t byte : bytes) {
-        AppendHex(text, byte);
-        text += ':';
-    }
-    return text;
+    return HexText(bytes) + ":";
 }
 
 std::string Hexadecimal(uint32_t number) {
@@ -61,12 +52,8 @@ std::string TalkerFields(const TalkerFirstValue& value) {
 }  // namespace
 
 std::string StreamIdText(const StreamID& id) {
-    std::string text;
-    for (size_t i = 0; i < id.size(); ++i) {
-        if (i == sizeof(MacAddress)) text += ':';
-        AppendHex(text, id[i]);
-    }
-    return text;
+    const std::span<const uint8_t> bytes(id);
+    return HexText(bytes.first(sizeof(MacAddress)), "") + ":" + HexText(bytes.subspan(sizeof(MacAddress)), "");
 }
 
 const char* FailureText(uint8_t failureCode) {

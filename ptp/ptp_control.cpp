@@ -4,9 +4,9 @@
 #include <boost/program_options/value_semantic.hpp>
 #include <boost/program_options/variables_map.hpp>
 #include <cmath>
-#include <cstdio>
 #include <ostream>
 
+#include "base/hex.h"
 #include "base/log.h"
 #include "switch/ports.h"
 
@@ -32,22 +32,14 @@ const char* StateText(PortState state) {
     return "MASTER:";
 }
 
-void PrintIdentity(const ClockIdentity& identity, std::ostream& answer) {
-    for (const uint8_t byte : identity) {
-        char digits[3];
-        (void)snprintf(digits, sizeof(digits), "%02x", byte);
-        answer << digits;
-    }
-}
-
 }  // namespace
 
 void PrintStatusLine(const PTPStatus& status, std::ostream& answer) {
     const uint16_t stepsRemoved = status.best.dataset.stepsRemoved;
     answer << "ST:" << StateText(status.state) << "MC:0x";
-    PrintIdentity(status.best.dataset.grandmasterIdentity, answer);
+    answer << HexText(status.best.dataset.grandmasterIdentity, "");
     answer << ":LC:0x";
-    PrintIdentity(status.best.sender, answer);
+    answer << HexText(status.best.sender, "");
     // 255, not 256: readers of the line undo it, and below 256 steps it makes no difference.
     answer << ":SR:" << (stepsRemoved >> 8) * 255 + (stepsRemoved & 0xFF) << ":";
     answer << "PD0:" << status.linkDelay[0] << "ns:PD1:" << status.linkDelay[1] << "ns:";

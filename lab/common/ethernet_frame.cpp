@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "base/ethertypes.h"
+#include "base/hex.h"
 #include "base/wire.h"
-#include "lab/common/hex_pairs.h"
 #include "ptp/ptp_messages.h"
 
 namespace norvad::lab {

@@ -39,7 +39,7 @@ std::optional<StreamID> ParseStreamId(std::string_view text) {
     std::string pairs(text);
     if (pairs.size() == lengthWithWholeId) pairs.insert(lengthWithWholeId - 2, 1, ':');
     StreamID id;
-    if (!lab::ReadHexPairs(pairs, id)) return {};
+    if (!ReadHexPairs(pairs, id)) return {};
     return id;
 }
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "lab/common/hex_pairs.h"
+#include "base/hex.h"
 #include "mrp/mrp_types.h"
 #include "msrp/msrp_wire.h"
 
@@ -19,8 +19,6 @@ std::optional<StreamID> ParseStreamId(std::string_view text);
 
 // "ready", "asking-failed" or "ready-failed".
 std::optional<ListenerDeclaration> ParseDeclaration(std::string_view text);
-
-using lab::HexText;
 
 // The same words as ParseDeclaration reads.
 const char* DeclarationText(ListenerDeclaration declaration);

@@ -1,13 +1,18 @@
-#include "lab/common/hex_pairs.h"
-
-#include <fmt/format.h>
+#include "base/hex.h"
 
 #include <charconv>
 
-namespace norvad::lab {
+namespace norvad {
 
-std::string HexText(std::span<const uint8_t> bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, ":"));
+std::string HexText(std::span<const uint8_t> bytes, std::string_view separator) {
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        if (!text.empty()) text += separator;
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
 }
 
 bool ReadHexPairs(std::string_view text, std::span<uint8_t> bytes) {
@@ -21,4 +26,4 @@ bool ReadHexPairs(std::string_view text, std::span<uint8_t> bytes) {
     return true;
 }
 
-}  // namespace norvad::lab
+}  // namespace norvad
