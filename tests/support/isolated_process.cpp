@@ -1,12 +1,10 @@
 #include "tests/support/isolated_process.h"
 
-#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/mount.h>
 #include <sys/prctl.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +18,7 @@
 
 #include "base/file_descriptor.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/support/namespaces.h"
 
 namespace norvad::test {
 
@@ -60,28 +59,6 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
-void Put(const char* path, const std::string& text) {
-    std::ofstream file(path);
-    file << text << std::flush;
-    Require(file.good(), path);
-}
-
-void EnterNamespaces() {
-    const uid_t user = getuid();
-    const gid_t group = getgid();
-    const int ownUsers = user == 0 ? 0 : CLONE_NEWUSER;
-    Require(unshare(ownUsers | CLONE_NEWNS | CLONE_NEWIPC | CLONE_NEWNET | CLONE_NEWPID) == 0, "unshare");
-    if (ownUsers == 0) return;
-    Put("/proc/self/setgroups", "deny");
-    Put("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
-    Put("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-}
-
-void MountOwnTmp() {
-    Require(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make mounts private");
-    Require(mount("none", "/tmp", "tmpfs", 0, "mode=1777") == 0, "mount /tmp");
-}
-
 int ExitStatus(int status) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -97,14 +74,15 @@ void WriteFiles(const FileDescriptor& record) {
 // The first process of its namespace: it inherits every orphan.
 void RunInit(const Records& records, const boost::function<int()>& body) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    MountOwnTmp();
+    KeepMountsPrivate();
+    MountEmpty("/tmp", "mode=1777");
     const pid_t process = fork();
     Require(process >= 0, "fork");
     if (process == 0) {
         dup2(records.output.Get(), 1);
         dup2(records.error.Get(), 2);
         CopySyslogTo(records.syslog.Get());
-        const int status = body();
+        const int status = [&body]() noexcept { return body(); }();  // what it throws ends it as it would a program
         std::fflush(nullptr);
         _exit(status);
     }
@@ -117,7 +95,7 @@ void RunInit(const Records& records, const boost::function<int()>& body) {
 
 void RunOutside(const Records& records, const boost::function<int()>& body) {
     alarm(timeLimitSeconds);
-    EnterNamespaces();
+    EnterNamespaces(CLONE_NEWNS | CLONE_NEWIPC | CLONE_NEWNET | CLONE_NEWPID);
     const pid_t init = fork();
     Require(init >= 0, "fork");
     if (init == 0) {
@@ -158,11 +136,30 @@ IsolatedOutcome RunIsolated(const boost::function<int()>& body) {
     std::fflush(nullptr);
     const pid_t outside = fork();
     if (outside < 0) throw std::runtime_error("fork");
-    if (outside == 0) RunOutside(records, body);
+    if (outside == 0) {
+        try {
+            RunOutside(records, body);
+        } catch (const std::exception& failure) {
+            std::fprintf(stderr, "%s\n", failure.what());
+            _exit(setUpFailed);
+        }
+    }
     int status = 0;
     waitpid(outside, &status, 0);
     if (ExitStatus(status) != 0) throw std::runtime_error("the isolated process could not be set up or took too long");
     return Gather(records);
+}
+
+void ExpectIsolated(const boost::function<void()>& body) {
+    const IsolatedOutcome outcome = RunIsolated([&body] {
+        try {
+            body();
+        } catch (const std::exception& failure) {
+            ADD_FAILURE() << failure.what();
+        }
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(outcome.status, 0) << outcome.standardOutput << outcome.standardError;
 }
 
 }  // namespace norvad::test

@@ -19,4 +19,7 @@ struct IsolatedOutcome {
 // the exit status. Process 1 is the one that waits for it. Works as root and as an ordinary user.
 IsolatedOutcome RunIsolated(const boost::function<int()>& body);
 
+// Runs body so; what it expects in vain fails the test.
+void ExpectIsolated(const boost::function<void()>& body);
+
 }  // namespace norvad::test

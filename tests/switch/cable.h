@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -19,10 +20,10 @@
 #include "switch/kernel/packet_address.h"
 #include "switch/kernel/packet_driver_socket.h"
 #include "switch/socket_exception.h"
-#include "tests/support/private_namespace.h"
+#include "tests/support/isolated_process.h"
 #include "tests/switch/hex.h"
 
-// A cable between the interfaces sw0 and sw1 of a private namespace, and what the tests of the kernel's doors do with
+// A cable between the interfaces sw0 and sw1 of an isolated process, and what the tests of the kernel's doors do with
 // it.
 
 namespace norvad::test {
@@ -43,6 +44,12 @@ public:
 private:
     std::function<void(int)> onSleep;
 };
+
+// Runs ip from iproute2.
+inline void Ip(const std::string& arguments) {
+    const std::string command = "ip " + arguments;
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+}
 
 inline bool IsRunning(const char* name) {
     const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));

@@ -15,6 +15,9 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
+
+#include "tests/support/namespaces.h"
 
 namespace norvad::test {
 namespace {
@@ -23,36 +26,8 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> keptDirectories;
 
-[[noreturn]] void Fail(const char* what) {
-    fprintf(stderr, "no private namespaces for the system tests: %s: %s\n", what, strerror(errno));
-    fprintf(stderr, "run them as root, or let ordinary users make user namespaces\n");
-    _exit(2);
-}
-
-void Require(bool ok, const char* what) {
-    if (!ok) Fail(what);
-}
-
-void WriteText(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::trunc);
-    file << text;
-    file.close();
-    Require(!file.fail(), path.c_str());
-}
-
-void MapCallerToRoot(uid_t user, gid_t group) {
-    WriteText("/proc/self/setgroups", "deny");
-    WriteText("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
-    WriteText("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-}
-
-void LeaveTheHost() {
-    constexpr int flags = CLONE_NEWNET | CLONE_NEWIPC | CLONE_NEWNS | CLONE_NEWPID;
-    const uid_t user = getuid();
-    const gid_t group = getgid();
-    if (user == 0 && unshare(flags) == 0) return;
-    Require(unshare(flags | CLONE_NEWUSER) == 0, "unshare");
-    MapCallerToRoot(user, group);
+void Require(bool success, const std::string& step) {
+    if (!success) throw std::system_error(errno, std::generic_category(), step);
 }
 
 // The original process stays outside and stands for the whole world: its status is the world's.
@@ -69,14 +44,14 @@ void LeaveTheHost() {
 
 void BindNode(const std::string& from, const std::string& to) {
     std::ofstream{to};
-    Require(mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr) == 0, from.c_str());
+    Require(mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr) == 0, from);
 }
 
 // Nodes that programs expect, in a directory where the system log's socket can be made.
 void MakePrivateDevices() {
     const std::string staging = "/tmp/dev";
     Require(mkdir(staging.c_str(), 0755) == 0, "mkdir /tmp/dev");
-    Require(mount("tmpfs", staging.c_str(), "tmpfs", MS_NOSUID, "mode=0755") == 0, "tmpfs for /dev");
+    MountEmpty(staging.c_str(), "mode=0755");
     for (const char* node : {"null", "zero", "full", "random", "urandom", "tty"})
         BindNode(std::string("/dev/") + node, staging + "/" + node);
     for (const char* directory : {"shm", "mqueue"}) fs::create_directory(staging + "/" + directory);
@@ -94,41 +69,45 @@ void MakePrivateTemporaryDirectory() {
     std::vector<std::pair<std::string, int>> back;
     for (const auto& directory : keptDirectories) {
         const int descriptor = open(directory.c_str(), O_PATH | O_CLOEXEC);
-        Require(descriptor >= 0, directory.c_str());
+        Require(descriptor >= 0, directory);
         back.emplace_back(directory, descriptor);
     }
-    Require(mount("tmpfs", "/tmp", "tmpfs", MS_NOSUID, "mode=1777") == 0, "tmpfs for /tmp");
+    MountEmpty("/tmp", "mode=1777");
     for (const auto& [directory, descriptor] : back) {
         fs::create_directories(directory);
         const std::string source = "/proc/self/fd/" + std::to_string(descriptor);
-        Require(mount(source.c_str(), directory.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0, directory.c_str());
+        Require(mount(source.c_str(), directory.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0, directory);
         close(descriptor);
     }
 }
 
 void FurnishWorld() {
-    Require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
+    KeepMountsPrivate();
     Require(mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0, "mount /proc");
     MakePrivateTemporaryDirectory();
     MakePrivateDevices();
-    Require(mount("tmpfs", "/run", "tmpfs", MS_NOSUID, "mode=0755") == 0, "tmpfs for /run");
+    MountEmpty("/run", "mode=0755");
 }
 
 }  // namespace
 
-void EnterPrivateWorld(const std::vector<std::string>& kept) {
+void EnterPrivateWorld(const std::vector<std::string>& kept) try {
     for (const auto& directory : kept) {
         const std::string path = fs::canonical(directory);
         if (IsBelow(path, "/tmp")) keptDirectories.push_back(path);
     }
     const std::string workingDirectory = fs::current_path();
-    LeaveTheHost();
+    EnterNamespaces(CLONE_NEWNET | CLONE_NEWIPC | CLONE_NEWNS | CLONE_NEWPID);
     const pid_t first = fork();
     Require(first >= 0, "fork");
     if (first > 0) AwaitWorld(first);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     FurnishWorld();
     if (chdir(workingDirectory.c_str()) != 0) Require(chdir("/") == 0, "chdir /");
+} catch (const std::exception& failure) {
+    fprintf(stderr, "no private namespaces for the system tests: %s\n", failure.what());
+    fprintf(stderr, "run them as root, or let ordinary users make user namespaces\n");
+    _exit(2);
 }
 
 void StartFreshNetwork() {
@@ -151,8 +130,8 @@ void ReplaceFile(const std::string& path, const std::string& content) {
     std::string name = path;
     for (char& c : name) c = c == '/' ? '_' : c;
     const std::string replacement = "/run/replacement" + name;
-    WriteText(replacement, content);
-    Require(mount(replacement.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) == 0, path.c_str());
+    std::ofstream(replacement) << content;
+    Require(mount(replacement.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) == 0, path);
 }
 
 }  // namespace norvad::test

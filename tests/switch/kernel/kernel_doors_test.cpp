@@ -16,7 +16,7 @@ namespace {
 using namespace test;
 
 TEST(KernelRequestQueue, TakesRequestsOfFullLengthAndRefusesASecondOwner) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         ::umask(0);
         KernelRequestQueue queue;
         ASSERT_GE(queue.Descriptor(), 0);
@@ -44,14 +44,14 @@ TEST(KernelRequestQueue, TakesRequestsOfFullLengthAndRefusesASecondOwner) {
 }
 
 TEST(KernelRequestQueue, NameStaysWhenTheQueueIsClosed) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         { const KernelRequestQueue queue; }
         EXPECT_EQ(::mq_unlink("/norvad.mq"), 0);
     });
 }
 
 TEST(KernelDoors, SwitchStartsOnARunningInterface) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SystemClock clock;
         KernelDoors doors(clock);
@@ -70,7 +70,7 @@ TEST(KernelDoors, SwitchStartsOnARunningInterface) {
 }
 
 TEST(KernelDoors, SwitchDoesNotStartWithoutItsInterface) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         SystemClock clock;
         KernelDoors doors(clock);
         (void)PrintedBy(

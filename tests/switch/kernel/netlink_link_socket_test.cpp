@@ -17,7 +17,7 @@ namespace {
 using namespace test;
 
 TEST(NetlinkLinkSocket, DumpAnswersAndLinkChangesArrive) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         LinkMonitor monitor("sw0", std::make_unique<NetlinkLinkSocket>());
         ASSERT_EQ(Events(monitor.Descriptor()), POLLIN);
@@ -34,7 +34,7 @@ TEST(NetlinkLinkSocket, DumpAnswersAndLinkChangesArrive) {
 }
 
 TEST(NetlinkLinkSocket, TakenPortIdLeavesNoSocket) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         NetlinkLinkSocket first;
         NetlinkLinkSocket second;
         EXPECT_GE(first.Descriptor(), 0);
@@ -49,7 +49,7 @@ TEST(NetlinkLinkSocket, TakenPortIdLeavesNoSocket) {
 // More link messages than the socket holds: poll reports POLLERR beside POLLIN until the error is taken, and then
 // the monitor asks again for what it lost.
 TEST(NetlinkLinkSocket, OverrunIsTakenAndTheLinksAreAskedForAgain) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         auto door = std::make_unique<NetlinkLinkSocket>();
         const int descriptor = door->Descriptor();
@@ -69,7 +69,7 @@ TEST(NetlinkLinkSocket, OverrunIsTakenAndTheLinksAreAskedForAgain) {
 }
 
 TEST(LinkMonitor, StartUpWaitEndsWhenTheInterfaceRuns) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SetLink("sw1", false);
         WaitingClock clock([](int round) {

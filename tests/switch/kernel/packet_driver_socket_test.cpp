@@ -15,7 +15,7 @@ namespace {
 using namespace test;
 
 TEST(PacketDriverSocket, LogsItsStepsAndReadsTheInterfacesAddress) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         const std::string index = std::to_string(::if_nametoindex("sw0"));
         const auto live = [] {
@@ -34,7 +34,7 @@ TEST(PacketDriverSocket, LogsItsStepsAndReadsTheInterfacesAddress) {
 }
 
 TEST(PacketDriverSocket, MissingInterfaceFailsWithTheSystemsReason) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         const std::string printed = PrintedBy([] {
             EXPECT_EQ(FailureOf([] { PacketDriverSocket("nosuch0", 0xDADA); }), "unable to get interface index");
         });
@@ -43,7 +43,7 @@ TEST(PacketDriverSocket, MissingInterfaceFailsWithTheSystemsReason) {
 }
 
 TEST(PacketDriverSocket, RequestToAnInterfaceWithoutTheDriverFails) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         PacketDriverSocket socket("sw0", ETHERTYPE_TAG);
         std::array<uint8_t, 8> record{21};
@@ -57,7 +57,7 @@ int NextDescriptor() {
 }
 
 TEST(PacketDriverSocket, QueuesNoFrames) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         const int descriptor = NextDescriptor();
         const PacketDriverSocket driver("sw0", ETHERTYPE_TAG);

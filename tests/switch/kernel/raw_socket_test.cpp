@@ -14,7 +14,7 @@ namespace {
 using namespace test;
 
 TEST(RawSocket, MissingInterfaceFailsWithTheSystemsReason) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         SystemClock clock;
         const std::string printed = PrintedBy([&] {
             EXPECT_EQ(FailureOf([&] { RawSocket("nosuch0", 0xDADA, clock); }), "unable to get interface index");
@@ -24,7 +24,7 @@ TEST(RawSocket, MissingInterfaceFailsWithTheSystemsReason) {
 }
 
 TEST(RawSocket, WithoutPrivilegeFailsToOpen) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         // A second user namespace that owns no network: its own capabilities are worth nothing for this one.
         ASSERT_EQ(::unshare(CLONE_NEWUSER), 0);
         SystemClock clock;
@@ -39,7 +39,7 @@ TEST(RawSocket, WithoutPrivilegeFailsToOpen) {
 }
 
 TEST(RawSocket, LongInterfaceNameIsCutToWhatTheRequestHolds) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         Ip("link add fifteen-letters type veth peer name sw1");
         SystemClock clock;
         EXPECT_EQ(FailureOf([&] { RawSocket("fifteen-lettersX", 0xDADA, clock); }), "no failure");
@@ -48,7 +48,7 @@ TEST(RawSocket, LongInterfaceNameIsCutToWhatTheRequestHolds) {
 }
 
 TEST(RawSocket, LogsItsStepsAtLevelThree) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         WaitingClock clock;
         const std::string index = std::to_string(::if_nametoindex("sw0"));
@@ -76,7 +76,7 @@ TEST(RawSocket, LogsItsStepsAtLevelThree) {
 }
 
 TEST(RawSocket, WaitsForTheLinkInRoundsOf200MsTheFirstBeforeAnyTest) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         WaitingClock patient;
         RawSocket("sw0", 0xDADA, patient).waitForInterface();
@@ -92,7 +92,7 @@ TEST(RawSocket, WaitsForTheLinkInRoundsOf200MsTheFirstBeforeAnyTest) {
 }
 
 TEST(RawSocket, InterfaceThatVanishesWhileWaitingIsReportedAndWaitedFor) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SetLink("sw1", false);
         WaitingClock clock([](int round) {
@@ -111,7 +111,7 @@ TEST(RawSocket, InterfaceThatVanishesWhileWaitingIsReportedAndWaitedFor) {
 }
 
 TEST(RawSocket, SendsAndReceivesFramesAsTheyStand) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SystemClock clock;
         RawSocket socket("sw0", ETHERTYPE_TAG, clock);
@@ -137,7 +137,7 @@ TEST(RawSocket, SendsAndReceivesFramesAsTheyStand) {
 }
 
 TEST(RawSocket, FramesOfOtherEtherTypesDoNotArrive) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SystemClock clock;
         RawSocket socket("sw0", ETHERTYPE_TAG, clock);
@@ -154,7 +154,7 @@ TEST(RawSocket, FramesOfOtherEtherTypesDoNotArrive) {
 }
 
 TEST(RawSocket, ReadOfNothingIsADisconnectAndAFailedReadAnError) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SystemClock clock;
         RawSocket socket("sw0", ETHERTYPE_TAG, clock);
@@ -172,7 +172,7 @@ TEST(RawSocket, ReadOfNothingIsADisconnectAndAFailedReadAnError) {
 }
 
 TEST(RawSocket, JoinsGroupsUntilOneFails) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SystemClock clock;
         RawSocket socket("sw0", ETHERTYPE_TAG, clock);
@@ -199,7 +199,7 @@ TEST(RawSocket, JoinsGroupsUntilOneFails) {
 // The interface goes down with a frame waiting and comes back. The kernel leaves ENETDOWN behind, which poll reports
 // as POLLERR until somebody takes it: a loop that serves POLLIN alone would neither sleep nor ever read again.
 TEST(RawSocket, InterfaceThatGoesDownAndUpAgainIsHeardAgainOnceTheErrorIsTaken) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SystemClock clock;
         RawSocket socket("sw0", ETHERTYPE_TAG, clock);
@@ -227,7 +227,7 @@ TEST(RawSocket, InterfaceThatGoesDownAndUpAgainIsHeardAgainOnceTheErrorIsTaken) 
 // The same, but the interface goes down after poll reported the frame and before it is read: reading must not end
 // the daemon over an error that is none of the frame's.
 TEST(RawSocket, ReadStepsOverAnInterfaceThatWentDownAfterTheFrameArrived) {
-    InPrivateNamespace([] {
+    ExpectIsolated([] {
         MakePair();
         SystemClock clock;
         RawSocket socket("sw0", ETHERTYPE_TAG, clock);
