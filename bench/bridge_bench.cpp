@@ -127,7 +127,7 @@ void MeasureAll() {
     MeasureStartUp(20);
     MeasureRest(30);
     MeasureWireToWire(60);
-    Bytes lldp = Hex("01 80 c2 00 00 0e 02 00 00 00 00 a0 88 cc");
+    Bytes lldp = FromHex("01 80 c2 00 00 0e 02 00 00 00 00 a0 88 cc");
     lldp.resize(60);
     MeasureEventLoop("event loop, LLDP frames", Tagged(0, lldp), 200'000);
     const Bytes talker = MsrpFrame(stations[0], {msrpTalker, mrpJoinIn, TalkerValue(StreamNumber(1))});

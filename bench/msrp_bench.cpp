@@ -13,6 +13,7 @@
 #include "bench/processor_time.h"
 #include "mrp/mrpdu.h"
 #include "msrp/msrp_handler.h"
+#include "tests/support/bytes.h"
 #include "tests/support/fake_switch.h"
 #include "tests/support/stepped_clock.h"
 
@@ -25,7 +26,7 @@ constexpr uint32_t framesPerRun = 10;
 constexpr uint8_t talkerPort = 0;
 constexpr uint8_t listenerPort = 1;
 
-using Bytes = std::vector<uint8_t>;
+using test::Bytes;
 
 TalkerFirstValue TalkerNumber(uint32_t number) {
     const auto high = static_cast<uint8_t>(number >> 16);

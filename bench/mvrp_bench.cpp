@@ -13,6 +13,7 @@
 #include "mrp/mrpdu.h"
 #include "mvrp/mvrp_handler.h"
 #include "switch/cpu_tag.h"
+#include "tests/support/bytes.h"
 #include "tests/support/fake_switch.h"
 #include "tests/support/stepped_clock.h"
 
@@ -25,7 +26,7 @@ constexpr uint32_t framesPerRun = 10;
 constexpr uint8_t memberPort = 0;
 constexpr uint8_t declaringPort = 1;
 
-using Bytes = std::vector<uint8_t>;
+using test::Bytes;
 
 // A switch that takes every VLAN: what its tables cost is not measured.
 class TablelessSwitch final : public I4Switch {
@@ -53,8 +54,7 @@ Bytes FrameOf(uint8_t port, uint32_t first, uint32_t count, AttributeEvent event
     header.destination = mvrpGroupAddress;
     header.tag = {ETHERTYPE_TAG, 0, 0, static_cast<uint8_t>(port << 3), {0, 0}};
     header.etherType = ETHERTYPE_MVRP;
-    const auto bytes = BytesOf(header);
-    Bytes frame(bytes.begin(), bytes.end());
+    Bytes frame = test::Copy(BytesOf(header));
     frame.push_back(mrpProtocolVersion);
     for (uint32_t n = 0; n < valuesPerFrame; n += 2) {
         const uint32_t vid = 1 + (first + n) % count;

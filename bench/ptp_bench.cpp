@@ -104,7 +104,7 @@ public:
         const auto relayed = downstream.WaitFor(
             [&](const Bytes& frame) {
                 return EtherType(frame) == ETHERTYPE_PTP2 && frame[payloadAt] == syncMessage &&
-                       Number(frame, gptpSequenceAt, 2) == sequence;
+                       BigEndianAt(frame, gptpSequenceAt, 2) == sequence;
             },
             patience);
         FollowUp(begin);
@@ -117,7 +117,7 @@ public:
         const auto begin = Clock::now();
         upstream.Send(PdelayRequest(stations[0], request));
         const auto response = upstream.Await([&](const Bytes& frame) {
-            return IsGptp(frame, pdelayResp) && Number(frame, gptpSequenceAt, 2) == request &&
+            return IsGptp(frame, pdelayResp) && BigEndianAt(frame, gptpSequenceAt, 2) == request &&
                    Part(frame, gptpRequesterAt, 6) == Part(PdelayRequest(stations[0], 0), gptpIdentityAt, 6);
         });
         turnaround.Add(Milliseconds(response.time - begin).count());

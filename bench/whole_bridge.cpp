@@ -24,7 +24,7 @@
 
 namespace norvad::bench {
 
-const std::array<Bytes, 2> stations = {test::Hex("02 00 00 00 00 a0"), test::Hex("02 00 00 00 00 b1")};
+const std::array<Bytes, 2> stations = {test::FromHex("02 00 00 00 00 a0"), test::FromHex("02 00 00 00 00 b1")};
 
 void Fail(const std::string& what) {
     std::fprintf(stderr, "failed: %s\n", what.c_str());
@@ -140,19 +140,17 @@ Bridge::Bridge() {
 Bridge::~Bridge() = default;
 
 test::StreamText StreamNumber(uint16_t number) {
-    const Bytes id = test::Number(number, 2);
+    const Bytes id = test::BigEndian(number, 2);
     test::StreamText stream;
     stream.id = test::Join({stations[0], id});
-    stream.destination = test::Join({test::Hex("91 e0 f0 00"), id});
+    stream.destination = test::Join({test::FromHex("91 e0 f0 00"), id});
     return stream;
 }
 
 Bytes Tagged(uint8_t port, const Bytes& plain) {
     const CpuTag tag{ETHERTYPE_TAG, 0, 0, static_cast<uint8_t>(port << 3), {0, 0}};
-    const auto bytes = BytesOf(tag);
-    Bytes frame = plain;
-    frame.insert(frame.begin() + test::etherTypeAt, bytes.begin(), bytes.end());
-    return frame;
+    return test::Join({test::Part(plain, 0, test::etherTypeAt), test::Copy(BytesOf(tag)),
+                       test::Part(plain, test::etherTypeAt, plain.size() - test::etherTypeAt)});
 }
 
 uint64_t WaitingBytes() {

@@ -32,7 +32,7 @@ constexpr struct {
 std::string LoggedAt(int32_t level) {
     ParticipantBench bench;
     TestAttribute& attribute = bench.mrp.Add(1, 0, 5);
-    Bytes listed = Hex("01 01 00 06 00 03 aa 28 00 00"), unlisted = Hex("01 01 00 03 aa 28 00 00");
+    Bytes listed = FromHex("01 01 00 06 00 03 aa 28 00 00"), unlisted = FromHex("01 01 00 03 aa 28 00 00");
 
     CapturedLog captured(LogCategory::MRP, level);
     (void)ReceiveEvent(7);

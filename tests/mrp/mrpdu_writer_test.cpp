@@ -27,35 +27,35 @@ TEST(MrpduWriter, StartsWithTheProtocolVersionAndEndsWithTheEndMark) {
     Pdu pdu(withList);
 
     EXPECT_TRUE(pdu.writer.IsEmpty());
-    EXPECT_EQ(pdu.Finish(), Hex("00 00 00"));
+    EXPECT_EQ(pdu.Finish(), FromHex("00 00 00"));
 }
 
 TEST(MrpduWriter, WritesListenersWithListLengthAndFourPackedEvents) {
     Pdu pdu(withList);
 
     pdu.writer.BeginMessage(3, 8);
-    pdu.writer.AddFirstValue(true, Hex("00 01 02 03 04 05 00 2a"), AttributeEvent::JOIN, 2);
-    pdu.writer.AddFirstValue(false, Hex("00 01 02 03 04 05 00 2b"), AttributeEvent::LV, 1);
+    pdu.writer.AddFirstValue(true, FromHex("00 01 02 03 04 05 00 2a"), AttributeEvent::JOIN, 2);
+    pdu.writer.AddFirstValue(false, FromHex("00 01 02 03 04 05 00 2b"), AttributeEvent::LV, 1);
     pdu.writer.EndMessage();
     EXPECT_FALSE(pdu.writer.IsEmpty());
     EXPECT_EQ(pdu.Finish(),
-              Hex("00 "                                   // protocol version
-                  "03 08 00 1a "                          // listeners, 8 bytes each, 26 bytes of list
-                  "20 01 00 01 02 03 04 05 00 2a 24 80 "  // LeaveAll, one value: JoinIn, Ready
-                  "00 01 00 01 02 03 04 05 00 2b b4 40 "  // one value: Leave, AskingFailed
-                  "00 00 "                                // end of the list
-                  "00 00"));                              // end of the PDU
+              FromHex("00 "                                   // protocol version
+                      "03 08 00 1a "                          // listeners, 8 bytes each, 26 bytes of list
+                      "20 01 00 01 02 03 04 05 00 2a 24 80 "  // LeaveAll, one value: JoinIn, Ready
+                      "00 01 00 01 02 03 04 05 00 2b b4 40 "  // one value: Leave, AskingFailed
+                      "00 00 "                                // end of the list
+                      "00 00"));                              // end of the PDU
 }
 
 TEST(MrpduWriter, WritesVlansWithoutListLength) {
     Pdu pdu(withoutList);
 
     pdu.writer.BeginMessage(1, 2);
-    pdu.writer.AddFirstValue(false, Hex("00 64"), AttributeEvent::NEW, {});
-    pdu.writer.AddFirstValue(false, Hex("00 65"), AttributeEvent::MT, {});
+    pdu.writer.AddFirstValue(false, FromHex("00 64"), AttributeEvent::NEW, {});
+    pdu.writer.AddFirstValue(false, FromHex("00 65"), AttributeEvent::MT, {});
     pdu.writer.EndMessage();
 
-    EXPECT_EQ(pdu.Finish(), Hex("00 01 02 00 01 00 64 00 00 01 00 65 90 00 00 00 00"));
+    EXPECT_EQ(pdu.Finish(), FromHex("00 01 02 00 01 00 64 00 00 01 00 65 90 00 00 00 00"));
 }
 
 TEST(MrpduWriter, ALeaveAllAloneHasNoValuesAndAZeroFirstValue) {
@@ -65,14 +65,14 @@ TEST(MrpduWriter, ALeaveAllAloneHasNoValuesAndAZeroFirstValue) {
     pdu.writer.AddLeaveAll(4);
     pdu.writer.EndMessage();
 
-    EXPECT_EQ(pdu.Finish(), Hex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"));
+    EXPECT_EQ(pdu.Finish(), FromHex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"));
 }
 
 TEST(MrpduWriter, IsFullWhenMessagesAnd23BytesReach1400) {
     Pdu pdu(withoutList);
     pdu.writer.BeginMessage(1, 2);  // 2 bytes
     for (int i = 0; i < 274; ++i)
-        pdu.writer.AddFirstValue(false, Hex("00 01"), AttributeEvent::JOIN, {});  // 1370 bytes
+        pdu.writer.AddFirstValue(false, FromHex("00 01"), AttributeEvent::JOIN, {});  // 1370 bytes
 
     EXPECT_FALSE(pdu.writer.IsFull());
     pdu.writer.AddLeaveAll(2);  // 1376 bytes of messages: 1399
@@ -141,12 +141,13 @@ TEST(MrpduWriter, AValueThatDoesNotFitLeavesRoomForTheEndMarks) {
     MRPDUWriter writer(memory, withList);
 
     writer.BeginMessage(1, 4);
-    writer.AddFirstValue(false, Hex("aa bb cc dd"), AttributeEvent::JOIN, {});  // 12 bytes so far, 16 with the marks
-    writer.AddFirstValue(false, Hex("aa bb cc dd"), AttributeEvent::JOIN, {});
+    writer.AddFirstValue(false, FromHex("aa bb cc dd"), AttributeEvent::JOIN,
+                         {});  // 12 bytes so far, 16 with the marks
+    writer.AddFirstValue(false, FromHex("aa bb cc dd"), AttributeEvent::JOIN, {});
     writer.EndMessage();
 
     EXPECT_EQ(writer.Finish(), 16u);
-    EXPECT_EQ(memory, Hex("00 01 04 00 09 00 01 aa bb cc dd 24 00 00 00 00"));
+    EXPECT_EQ(memory, FromHex("00 01 04 00 09 00 01 aa bb cc dd 24 00 00 00 00"));
 }
 
 }  // namespace

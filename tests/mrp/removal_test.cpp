@@ -119,7 +119,7 @@ TEST_F(RemovalDuringAWalk, OfWhatIsPendingTakesItOutOfThePdu) {
 
     for (const size_t value : {0, 2, 4}) Remove(value);
 
-    EXPECT_EQ(mrp.BuildPdu(0), Hex("00 01 02 00 0c 00 01 00 01 6c 00 01 00 03 6c 00 00 00 00"));
+    EXPECT_EQ(mrp.BuildPdu(0), FromHex("00 01 02 00 0c 00 01 00 01 6c 00 01 00 03 6c 00 00 00 00"));
 }
 
 }  // namespace

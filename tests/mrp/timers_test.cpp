@@ -110,7 +110,7 @@ TEST_F(ParticipantTimers, AWithdrawnDeclarationIsDeletedOnceItsLeaveIsSent) {
     RunMs(1400);
 
     ASSERT_THAT(mrp.sent, testing::Not(IsEmpty()));
-    EXPECT_EQ(mrp.sent[0].payload, Hex("00 01 02 00 07 00 01 00 05 b4 00 00 00 00"));
+    EXPECT_EQ(mrp.sent[0].payload, FromHex("00 01 02 00 07 00 01 00 05 b4 00 00 00 00"));
     EXPECT_EQ(TestAttribute::living, 0);
 }
 
@@ -151,7 +151,7 @@ TEST_F(ParticipantTimers, PeriodicMakesOnlyFlaggedAttributesDeclareAgain) {
     EXPECT_EQ(plain.state.applicant, ApplicantState::QA);
     RunMs(1);
     ASSERT_THAT(mrp.sent, SizeIs(1));
-    EXPECT_EQ(mrp.sent[0].payload, Hex("00 01 02 00 07 00 01 00 05 6c 00 00 00 00"));
+    EXPECT_EQ(mrp.sent[0].payload, FromHex("00 01 02 00 07 00 01 00 05 6c 00 00 00 00"));
 }
 
 TEST_F(ParticipantTimers, PeriodicComesEverySecondAndABit) {

@@ -129,10 +129,10 @@ TEST_F(Transmit, AnActiveLeaveAllAsksForAnOpportunity) {
 
     ASSERT_THAT(mrp.sent, SizeIs(1));
     EXPECT_EQ(mrp.sent[0].port, 1);
-    EXPECT_EQ(mrp.sent[0].payload, Hex("00 "                             // protocol version
-                                       "01 02 00 06 20 00 00 00 00 00 "  // LeaveAll for type 1, no values
-                                       "02 02 00 06 20 00 00 00 00 00 "  // and for type 2
-                                       "00 00"));
+    EXPECT_EQ(mrp.sent[0].payload, FromHex("00 "                             // protocol version
+                                           "01 02 00 06 20 00 00 00 00 00 "  // LeaveAll for type 1, no values
+                                           "02 02 00 06 20 00 00 00 00 00 "  // and for type 2
+                                           "00 00"));
 }
 
 TEST_F(Transmit, OnlyWhatHasSomethingToSendIsSentInListOrder) {
@@ -142,10 +142,10 @@ TEST_F(Transmit, OnlyWhatHasSomethingToSendIsSentInListOrder) {
     mrp.Run(mrp.Add(2, 0, 4), Event::NEW);
     mrp.Run(first, Event::JOIN);  // last to ask, first in the list
 
-    EXPECT_EQ(mrp.BuildPdu(0), Hex("00 "
-                                   "01 02 00 0c 00 01 00 01 6c 00 01 00 03 6c 00 00 "  // JoinMt 1, JoinMt 3
-                                   "02 02 00 07 00 01 00 04 00 00 00 "                 // New 4
-                                   "00 00"));
+    EXPECT_EQ(mrp.BuildPdu(0), FromHex("00 "
+                                       "01 02 00 0c 00 01 00 01 6c 00 01 00 03 6c 00 00 "  // JoinMt 1, JoinMt 3
+                                       "02 02 00 07 00 01 00 04 00 00 00 "                 // New 4
+                                       "00 00"));
 }
 
 TEST_F(Transmit, NothingToSendMakesNoMessage) {
@@ -163,10 +163,11 @@ TEST_F(Transmit, ALeaveAllRunsThroughRegistrarsAndMarksTheFirstVectorOnly) {
     mrp.RunAttributeStateMachines(nullptr, 0, Event::LEAVEALLTIMER);
     mrp.Run(mrp.Add(1, 0, 3), Event::NEW);
 
-    EXPECT_EQ(mrp.BuildPdu(0), Hex("00 "
-                                   "01 02 00 0c 20 01 00 01 6c 00 01 00 03 00 00 00 "  // JoinMt 1: now leaving; New 3
-                                   "02 02 00 06 20 00 00 00 00 00 "
-                                   "00 00"));
+    EXPECT_EQ(mrp.BuildPdu(0),
+              FromHex("00 "
+                      "01 02 00 0c 20 01 00 01 6c 00 01 00 03 00 00 00 "  // JoinMt 1: now leaving; New 3
+                      "02 02 00 06 20 00 00 00 00 00 "
+                      "00 00"));
     EXPECT_EQ(both.state.registrar, RegistrarState::LV);
     EXPECT_EQ(quiet.state.registrar, RegistrarState::LV);
     EXPECT_EQ(quiet.state.applicant, ApplicantState::LO);

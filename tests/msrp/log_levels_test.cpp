@@ -133,7 +133,7 @@ private:
         Run(1);
         ReceiveTalker(0, Stream(2));
 
-        const auto leaveAll = [](uint8_t length) { return Vector(ByteString(length), {}, {}, true); };
+        const auto leaveAll = [](uint8_t length) { return Vector(Bytes(length), {}, {}, true); };
         Receive(3, {Message(1, 25, {leaveAll(25)}), Message(2, 34, {leaveAll(34)}), Message(3, 8, {leaveAll(8)}),
                     Message(4, 4, {leaveAll(4)})});
         RunLeaveTime();

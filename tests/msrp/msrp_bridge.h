@@ -4,44 +4,32 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "base/log.h"
 #include "base/timer_service.h"
 #include "msrp/msrp_handler.h"
+#include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_switch.h"
 #include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
 
-using ByteString = std::vector<uint8_t>;
-
-// Bytes written in hexadecimal, two digits each, blanks between them.
-ByteString Bytes(std::string_view hex);
-
 // One vector of a message as a neighbour sends it; fourPacked stays empty but for listeners.
-ByteString Vector(const ByteString& firstValue, const std::vector<uint8_t>& events,
-                  const std::vector<uint8_t>& declarations = {}, bool leaveAll = false);
+Bytes Vector(const Bytes& firstValue, const Bytes& events, const Bytes& declarations = {}, bool leaveAll = false);
 
 // A message of one attribute type around its vectors.
-ByteString Message(uint8_t type, uint8_t attributeLength, const std::vector<ByteString>& vectors);
+Bytes Message(uint8_t type, uint8_t attributeLength, const std::vector<Bytes>& vectors);
 
 // A tagged frame from a switch port around messages, with protocol version and end mark.
-ByteString Frame(uint8_t port, const std::vector<ByteString>& messages);
+Bytes Frame(uint8_t port, const std::vector<Bytes>& messages);
 
 // Stream number n of a foreign station; the unique id's first byte is the selector that binds local streams.
 StreamID Stream(uint8_t n, uint8_t selector = 0);
 
 // A talker of 100-byte frames, one in an interval, in VLAN 2, to the address 91:e0:f0:00:00:n.
 TalkerFirstValue TalkerOf(const StreamID& id);
-
-template <typename Record>
-ByteString ToBytes(const Record& record) {
-    const auto bytes = BytesOf(record);
-    return {bytes.begin(), bytes.end()};
-}
 
 // A whole MSRP bridge on a switch in software, with a clock that the test moves.
 class MsrpBridge : public ::testing::Test {
@@ -51,7 +39,7 @@ protected:
         for (const uint8_t port : ports) board.Raise(port);
     }
 
-    void Receive(uint8_t port, const std::vector<ByteString>& messages);
+    void Receive(uint8_t port, const std::vector<Bytes>& messages);
     void ReceiveTalker(uint8_t port, const StreamID& id, AttributeEvent event = AttributeEvent::NEW);
     void ReceiveTalkerFailed(uint8_t port, const StreamID& id, AttributeEvent event = AttributeEvent::NEW);
     void ReceiveListener(uint8_t port, const StreamID& id, ListenerDeclaration declaration = ListenerDeclaration::READY,

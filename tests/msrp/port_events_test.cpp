@@ -196,7 +196,7 @@ TEST_F(MsrpPortEvents, AHandlerThatIsGoneLeavesNoTimer) {
     {
         MSRPHandler passing(board, board, otherTimers);
         passing.PortUp(0);
-        ByteString frame = Frame(0, {Message(1, 25, {Vector(ToBytes(TalkerOf(id)), {0})})});
+        Bytes frame = Frame(0, {Message(1, 25, {Vector(Copy(BytesOf(TalkerOf(id))), {0})})});
         passing.HandleFrame(frame, ETHERTYPE_MSRP);
     }
     board.sent.clear();

@@ -17,7 +17,7 @@ class MsrpReceive : public MsrpBridge {
 protected:
     MsrpReceive() { Raise({0, 1}); }
 
-    void ReceiveBytes(ByteString frame) { msrp.HandleFrame(frame, ETHERTYPE_MSRP); }
+    void ReceiveBytes(Bytes frame) { msrp.HandleFrame(frame, ETHERTYPE_MSRP); }
 
     // How many records of one type a port has.
     size_t Count(uint8_t port, uint8_t type) {
@@ -49,7 +49,7 @@ const char* const wholePdu =
     " 00 00";                                   // end of PDU
 
 TEST_F(MsrpReceive, AWholePduRegistersOneValueOfEachType) {
-    ReceiveBytes(Bytes(wholePdu));
+    ReceiveBytes(FromHex(wholePdu));
 
     const Talker* talker = msrp.FindTalker(Stream(1), 1);
     ASSERT_NE(talker, nullptr);
@@ -78,12 +78,12 @@ TEST_F(MsrpReceive, AWholePduRegistersOneValueOfEachType) {
 
 // Each cut comes in a buffer of its own length, so that a sanitizer sees a read beyond it.
 TEST_F(MsrpReceive, EveryTruncationRegistersWhatArrivedWholeAndNothingElse) {
-    const ByteString whole = Bytes(wholePdu);
+    const Bytes whole = FromHex(wholePdu);
     const size_t talkerEnds = 23 + 4 + 28, failedEnds = 23 + 34 + 4 + 37, listenerEnds = 23 + 34 + 43 + 4 + 12,
                  domainEnds = 23 + 34 + 43 + 18 + 4 + 7;
     for (size_t length = 0; length <= whole.size(); ++length) {
         MSRPHandler fresh(board, board, timers);
-        ByteString cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        Bytes cut = Part(whole, 0, length);
         cut.shrink_to_fit();
         fresh.HandleFrame(cut, ETHERTYPE_MSRP);
 
@@ -95,10 +95,10 @@ TEST_F(MsrpReceive, EveryTruncationRegistersWhatArrivedWholeAndNothingElse) {
 }
 
 TEST_F(MsrpReceive, EveryClaimedListLengthIsBoundedByWhatArrived) {
-    const ByteString whole = Bytes(wholePdu);
+    const Bytes whole = FromHex(wholePdu);
     for (unsigned claimed = 0; claimed <= 0xFFFF; claimed += 7) {
         MSRPHandler fresh(board, board, timers);
-        ByteString frame = whole;
+        Bytes frame = whole;
         frame[25] = static_cast<uint8_t>(claimed >> 8);
         frame[26] = static_cast<uint8_t>(claimed);
         fresh.HandleFrame(frame, ETHERTYPE_MSRP);
@@ -110,7 +110,7 @@ TEST_F(MsrpReceive, EveryClaimedListLengthIsBoundedByWhatArrived) {
 
 TEST_F(MsrpReceive, APortWithoutARecordIsDropped) {
     for (uint8_t port = 7; port < 32; ++port) {
-        ByteString frame = Bytes(wholePdu);
+        Bytes frame = FromHex(wholePdu);
         frame[17] = static_cast<uint8_t>(port << 3);
         EXPECT_NO_THROW(ReceiveBytes(frame)) << int{port};
     }
@@ -118,7 +118,7 @@ TEST_F(MsrpReceive, APortWithoutARecordIsDropped) {
 }
 
 TEST_F(MsrpReceive, AFirstAttributeLengthOfZeroDropsThePdu) {
-    ByteString frame = Bytes(wholePdu);
+    Bytes frame = FromHex(wholePdu);
     frame[24] = 0;
     CapturedLog watch(6);
     ReceiveBytes(frame);
@@ -129,7 +129,7 @@ TEST_F(MsrpReceive, AFirstAttributeLengthOfZeroDropsThePdu) {
 }
 
 TEST_F(MsrpReceive, AFirstAttributeTypeOfZeroDropsThePdu) {
-    ByteString frame = Bytes(wholePdu);
+    Bytes frame = FromHex(wholePdu);
     frame[23] = 0;
     ReceiveBytes(frame);
 
@@ -137,7 +137,7 @@ TEST_F(MsrpReceive, AFirstAttributeTypeOfZeroDropsThePdu) {
 }
 
 TEST_F(MsrpReceive, ALaterAttributeLengthOfZeroEndsThePdu) {
-    ByteString frame = Bytes(wholePdu);
+    Bytes frame = FromHex(wholePdu);
     frame[23 + 34 + 1] = 0;
     ReceiveBytes(frame);
 
@@ -148,7 +148,7 @@ TEST_F(MsrpReceive, ALaterAttributeLengthOfZeroEndsThePdu) {
 
 TEST_F(MsrpReceive, AnUnsupportedTypeEndsThePdu) {
     for (const uint8_t type : {uint8_t{5}, uint8_t{255}}) {
-        ByteString frame = Bytes(wholePdu);
+        Bytes frame = FromHex(wholePdu);
         frame[23 + 34] = type;
         CapturedLog watch(0);
         ReceiveBytes(frame);
@@ -171,7 +171,7 @@ TEST_F(MsrpReceive, AnIllegalLengthSkipsOnlyItsMessage) {
     };
     for (size_t illegal = 0; illegal < 4; ++illegal) {
         MSRPHandler fresh(board, board, timers);
-        ByteString frame = Bytes(wholePdu);
+        Bytes frame = FromHex(wholePdu);
         frame[messages[illegal].offset] = 9;
         CapturedLog watch(0);
         fresh.HandleFrame(frame, ETHERTYPE_MSRP);
@@ -185,7 +185,7 @@ TEST_F(MsrpReceive, AnIllegalLengthSkipsOnlyItsMessage) {
 }
 
 TEST_F(MsrpReceive, AVectorOfThreeTalkersCountsUpStreamAndDestination) {
-    Receive(0, {Message(1, 25, {Vector(ToBytes(TalkerOf(Stream(7))), {New, New, JoinIn})})});
+    Receive(0, {Message(1, 25, {Vector(Copy(BytesOf(TalkerOf(Stream(7)))), {New, New, JoinIn})})});
 
     for (uint8_t n = 7; n <= 9; ++n) {
         const Talker* talker = msrp.FindTalker(Stream(n), 0);
@@ -200,8 +200,8 @@ TEST_F(MsrpReceive, CountersWrapWithinTheirTwoBytes) {
     first.destination = {0x91, 0xE0, 0xF0, 0x00, 0xFF, 0xFF};
     const TalkerFailedFirstValue failed = {first, {}, 1};
     const StreamID id = first.streamId;
-    Receive(0, {Message(1, 25, {Vector(ToBytes(first), {New, New})})});
-    Receive(1, {Message(2, 34, {Vector(ToBytes(failed), {New, New})}),
+    Receive(0, {Message(1, 25, {Vector(Copy(BytesOf(first)), {New, New})})});
+    Receive(1, {Message(2, 34, {Vector(Copy(BytesOf(failed)), {New, New})}),
                 Message(3, 8, {Vector({id.begin(), id.end()}, {New, New}, {2, 2})})});
 
     const StreamID wrapped = {0x00, 0x1B, 0x21, 0x01, 0x02, 0x03, 0x00, 0x00};
@@ -215,7 +215,7 @@ TEST_F(MsrpReceive, CountersWrapWithinTheirTwoBytes) {
 
 TEST_F(MsrpReceive, CountersCarryFromTheLowToTheHighByte) {
     TalkerFirstValue first = TalkerOf(Stream(0xFF));
-    Receive(0, {Message(1, 25, {Vector(ToBytes(first), {New, New})})});
+    Receive(0, {Message(1, 25, {Vector(Copy(BytesOf(first)), {New, New})})});
 
     const Talker* talker = msrp.FindTalker(Stream(0x00, 0x01), 0);
     ASSERT_NE(talker, nullptr);
@@ -255,11 +255,12 @@ TEST_F(MsrpReceive, IgnoreNeverReachesTheDatabase) {
 }
 
 TEST_F(MsrpReceive, SeveralVectorsAndMessagesOfOneTypeAreAllRead) {
-    Receive(0, {Message(1, 25,
-                        {Vector(ToBytes(TalkerOf(Stream(1))), {New}), Vector(ToBytes(TalkerOf(Stream(10))), {}),
-                         Vector(ToBytes(TalkerOf(Stream(20))), {New, New, New, New})}),
-                Message(4, 4, {Vector({6, 3, 0, 2}, {New})}),
-                Message(1, 25, {Vector(ToBytes(TalkerOf(Stream(30))), {New})})});
+    Receive(
+        0, {Message(1, 25,
+                    {Vector(Copy(BytesOf(TalkerOf(Stream(1)))), {New}), Vector(Copy(BytesOf(TalkerOf(Stream(10)))), {}),
+                     Vector(Copy(BytesOf(TalkerOf(Stream(20)))), {New, New, New, New})}),
+            Message(4, 4, {Vector({6, 3, 0, 2}, {New})}),
+            Message(1, 25, {Vector(Copy(BytesOf(TalkerOf(Stream(30)))), {New})})});
 
     for (const int n : {1, 20, 21, 22, 23, 30}) {
         EXPECT_NE(msrp.FindTalker(Stream(static_cast<uint8_t>(n)), 0), nullptr) << n;
@@ -274,7 +275,7 @@ TEST_F(MsrpReceive, ALeaveAllReachesEveryRecordOfItsTypeBeforeTheValues) {
     ReceiveTalker(0, Stream(2));
     ReceiveTalker(1, Stream(3));
     ReceiveListener(0, Stream(4));
-    Receive(0, {Message(1, 25, {Vector(ToBytes(TalkerOf(Stream(2))), {JoinIn}, {}, true)})});
+    Receive(0, {Message(1, 25, {Vector(Copy(BytesOf(TalkerOf(Stream(2)))), {JoinIn}, {}, true)})});
 
     EXPECT_EQ(msrp.FindTalker(Stream(1), 0)->state.registrar, RegistrarState::LV);
     EXPECT_EQ(msrp.FindTalker(Stream(2), 0)->state.registrar, RegistrarState::IN);
@@ -287,7 +288,7 @@ TEST_F(MsrpReceive, ALeaveAllWithoutValuesIsHeardForEveryType) {
     ReceiveTalkerFailed(0, Stream(2));
     ReceiveListener(0, Stream(3));
     Receive(0, {Message(4, 4, {Vector({6, 3, 0, 2}, {New})})});
-    const auto leaveAll = [](size_t length) { return Vector(ByteString(length), {}, {}, true); };
+    const auto leaveAll = [](size_t length) { return Vector(Bytes(length), {}, {}, true); };
     CapturedLog watch(2);
     Receive(0, {Message(1, 25, {leaveAll(25)}), Message(2, 34, {leaveAll(34)}), Message(3, 8, {leaveAll(8)}),
                 Message(4, 4, {leaveAll(4)})});
@@ -306,11 +307,11 @@ TEST_F(MsrpReceive, ALeaveAllWithoutValuesIsHeardForEveryType) {
 
 TEST_F(MsrpReceive, OnlyTheFirstVectorAndTheLowestBitSayLeaveAll) {
     ReceiveTalker(0, Stream(1));
-    ByteString later = Vector(ToBytes(TalkerOf(Stream(3))), {New}, {}, true);
-    Receive(0, {Message(1, 25, {Vector(ToBytes(TalkerOf(Stream(2))), {New}), later})});
+    Bytes later = Vector(Copy(BytesOf(TalkerOf(Stream(3)))), {New}, {}, true);
+    Receive(0, {Message(1, 25, {Vector(Copy(BytesOf(TalkerOf(Stream(2)))), {New}), later})});
     EXPECT_EQ(msrp.FindTalker(Stream(1), 0)->state.registrar, RegistrarState::IN);
 
-    ByteString otherBits = Vector(ToBytes(TalkerOf(Stream(2))), {New});
+    Bytes otherBits = Vector(Copy(BytesOf(TalkerOf(Stream(2)))), {New});
     otherBits[0] |= 0xC0;
     Receive(0, {Message(1, 25, {otherBits})});
     EXPECT_EQ(msrp.FindTalker(Stream(1), 0)->state.registrar, RegistrarState::IN);
@@ -322,9 +323,9 @@ TEST_F(MsrpReceive, OwnTalkersComingBackAreDroppedOnExternalPorts) {
     const TalkerFailedFirstValue ownFailed = {own, {}, 1};
     CapturedLog watch(2);
     for (uint8_t port = 0; port < 7; ++port) {
-        Receive(port, {Message(1, 25, {Vector(ToBytes(own), {New})})});
+        Receive(port, {Message(1, 25, {Vector(Copy(BytesOf(own)), {New})})});
         EXPECT_EQ(msrp.FindTalker(own.streamId, port) != nullptr, port == 5 || port == 6) << int{port};
-        Receive(port, {Message(2, 34, {Vector(ToBytes(ownFailed), {New})})});
+        Receive(port, {Message(2, 34, {Vector(Copy(BytesOf(ownFailed)), {New})})});
         EXPECT_EQ(msrp.FindTalkerFailed(own.streamId, port) != nullptr, port == 5 || port == 6) << int{port};
     }
     const std::string text = watch.Text();
@@ -348,9 +349,9 @@ TEST_F(MsrpReceive, ListenersForOwnStreamsAreDroppedOnTheCpuPortOnly) {
 
 TEST_F(MsrpReceive, LevelsOneAndTwoTellWhatIsRead) {
     CapturedLog watch(2);
-    Receive(1, {Message(1, 25, {Vector(ToBytes(TalkerOf(Stream(1))), {New, Leave})}),
-                Message(2, 34, {Vector(ByteString(34, 1), {Leave})}),
-                Message(3, 8, {Vector(ByteString(8), {New}, {2})}), Message(4, 4, {Vector({6, 3, 0, 2}, {New})})});
+    Receive(1, {Message(1, 25, {Vector(Copy(BytesOf(TalkerOf(Stream(1)))), {New, Leave})}),
+                Message(2, 34, {Vector(Bytes(34, 1), {Leave})}), Message(3, 8, {Vector(Bytes(8), {New}, {2})}),
+                Message(4, 4, {Vector({6, 3, 0, 2}, {New})})});
     const std::string text = watch.Text();
 
     for (const std::string name : {"TALKER_ADVERTISE", "TALKER_FAILED", "LISTENER_VECTOR", "DOMAIN"}) {
@@ -363,7 +364,7 @@ TEST_F(MsrpReceive, LevelsOneAndTwoTellWhatIsRead) {
 
 TEST_F(MsrpReceive, LevelThreeDumpsTheFirstValueOfEachVector) {
     CapturedLog watch(3);
-    ReceiveBytes(Bytes(wholePdu));
+    ReceiveBytes(FromHex(wholePdu));
     const std::string text = watch.Text();
 
     EXPECT_THAT(text, HasSubstr("[SW-MSRP] TalkerAdvertise: on port 1\n"));

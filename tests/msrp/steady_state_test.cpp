@@ -43,8 +43,8 @@ protected:
 
 TEST_F(MsrpSteadyState, RefreshesOfKnownValuesAllocateNothing) {
     const StreamID id = Stream(100);
-    ByteString talker = Frame(0, {Message(1, 25, {Vector(ToBytes(TalkerOf(id)), {1, 1, 1})})});
-    ByteString listener = Frame(1, {Message(3, 8, {Vector({id.begin(), id.end()}, {1, 1, 1}, {2, 2, 2})})});
+    Bytes talker = Frame(0, {Message(1, 25, {Vector(Copy(BytesOf(TalkerOf(id))), {1, 1, 1})})});
+    Bytes listener = Frame(1, {Message(3, 8, {Vector({id.begin(), id.end()}, {1, 1, 1}, {2, 2, 2})})});
     const size_t before = allocations;
     for (int i = 0; i < 10; ++i) {
         msrp.HandleFrame(talker, ETHERTYPE_MSRP);

@@ -104,7 +104,7 @@ TEST_F(TalkerPropagationTest, ATalkerTowardsAPortWithoutAvbIsAFailedOneOfThisBri
     const TalkerFailedFirstValue& value = msrp.FindTalkerFailed(id, 1)->value;
     EXPECT_EQ(value.bridgeId, (BridgeID{0x80, 0x00, 0x02, 0x00, 0x5E, 0x10, 0x20, 0x30}));
     EXPECT_EQ(value.failureCode, 8);
-    EXPECT_EQ(ToBytes(value.talker), ToBytes(msrp.FindTalker(id, 0)->value));
+    EXPECT_EQ(Copy(BytesOf(value.talker)), Copy(BytesOf(msrp.FindTalker(id, 0)->value)));
     EXPECT_TRUE(IsTalkerDeclared(2, id));
 }
 

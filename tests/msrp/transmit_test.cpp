@@ -14,9 +14,9 @@ class MsrpTransmit : public MsrpBridge {
 protected:
     MsrpTransmit() { Raise({0, 1}); }
 
-    ByteString FirstFrameOn(uint8_t port) {
+    Bytes FirstFrameOn(uint8_t port) {
         const auto frames = board.SentOn(port);
-        return frames.empty() ? ByteString{} : frames.front();
+        return frames.empty() ? Bytes{} : frames.front();
     }
 };
 
@@ -24,15 +24,15 @@ TEST_F(MsrpTransmit, APortThatComesUpDeclaresTwoDomains) {
     msrp.PortUp(1);
     Run(2);
 
-    EXPECT_EQ(FirstFrameOn(1), Bytes("01 80 c2 00 00 0e  02 00 5e 10 20 30"  // to the group address, from the switch
-                                     " da da 00 00 40 08 e0 01  22 ea"       // from the CPU by port 1; MSRP
-                                     " 00"                                   // protocol version
-                                     " 04 04 00 10"                          // domains, 4 bytes each, 16 in the list
-                                     "  00 01  05 02 00 02  00"              // class B, priority 2, VLAN 2; New
-                                     "  00 01  06 03 00 02  00"              // class A, priority 3, VLAN 2; New
-                                     "  00 00"                               // end of list
-                                     " 00 00"                                // end of PDU
-                                     " 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"));
+    EXPECT_EQ(FirstFrameOn(1), FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"  // to the group address, from the switch
+                                       " da da 00 00 40 08 e0 01  22 ea"       // from the CPU by port 1; MSRP
+                                       " 00"                                   // protocol version
+                                       " 04 04 00 10"                          // domains, 4 bytes each, 16 in the list
+                                       "  00 01  05 02 00 02  00"              // class B, priority 2, VLAN 2; New
+                                       "  00 01  06 03 00 02  00"              // class A, priority 3, VLAN 2; New
+                                       "  00 00"                               // end of list
+                                       " 00 00"                                // end of PDU
+                                       " 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"));
     EXPECT_THAT(board.SentOn(0), IsEmpty());
 }
 
@@ -41,14 +41,14 @@ TEST_F(MsrpTransmit, ATalkerIsDeclaredOnTheOtherPortWithTheLatencyOfThisBridge) 
     Run(2);
 
     EXPECT_EQ(FirstFrameOn(1),
-              Bytes("01 80 c2 00 00 0e  02 00 5e 10 20 30"     //
-                    " da da 00 00 40 08 e0 01  22 ea  00"      //
-                    " 01 19 00 1e"                             // talkers, 25 bytes each
-                    "  00 01  00 1b 21 01 02 03 00 01"         // one value: stream id,
-                    "  91 e0 f0 00 00 01  00 02  00 64 00 01"  // destination, VLAN, frame size, frames,
-                    "  70  00 02 23 e8  00"                    // priority and rank, 140264 ns; New
-                    "  00 00  00 00"                           // ends of list and PDU
-                    " 00 00 00 00 00 00 00 00 00"));           // up to 68 bytes
+              FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"     //
+                      " da da 00 00 40 08 e0 01  22 ea  00"      //
+                      " 01 19 00 1e"                             // talkers, 25 bytes each
+                      "  00 01  00 1b 21 01 02 03 00 01"         // one value: stream id,
+                      "  91 e0 f0 00 00 01  00 02  00 64 00 01"  // destination, VLAN, frame size, frames,
+                      "  70  00 02 23 e8  00"                    // priority and rank, 140264 ns; New
+                      "  00 00  00 00"                           // ends of list and PDU
+                      " 00 00 00 00 00 00 00 00 00"));           // up to 68 bytes
 }
 
 TEST_F(MsrpTransmit, ATalkerBecomesAFailedOneTowardsAPortThatIsNotAvbCapable) {
@@ -56,14 +56,14 @@ TEST_F(MsrpTransmit, ATalkerBecomesAFailedOneTowardsAPortThatIsNotAvbCapable) {
     ReceiveTalker(0, Stream(1));
     Run(2);
 
-    EXPECT_EQ(FirstFrameOn(1), Bytes("01 80 c2 00 00 0e  02 00 5e 10 20 30"     //
-                                     " da da 00 00 40 08 e0 01  22 ea  00"      //
-                                     " 02 22 00 27"                             // failed talkers, 34 bytes each
-                                     "  00 01  00 1b 21 01 02 03 00 01"         //
-                                     "  91 e0 f0 00 00 01  00 02  00 64 00 01"  //
-                                     "  70  00 02 23 e8"                        //
-                                     "  80 00 02 00 5e 10 20 30  08  00"        // this bridge, code 8; New
-                                     "  00 00  00 00"));
+    EXPECT_EQ(FirstFrameOn(1), FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"     //
+                                       " da da 00 00 40 08 e0 01  22 ea  00"      //
+                                       " 02 22 00 27"                             // failed talkers, 34 bytes each
+                                       "  00 01  00 1b 21 01 02 03 00 01"         //
+                                       "  91 e0 f0 00 00 01  00 02  00 64 00 01"  //
+                                       "  70  00 02 23 e8"                        //
+                                       "  80 00 02 00 5e 10 20 30  08  00"        // this bridge, code 8; New
+                                       "  00 00  00 00"));
 }
 
 TEST_F(MsrpTransmit, AListenerIsDeclaredTowardsItsTalker) {
@@ -71,12 +71,12 @@ TEST_F(MsrpTransmit, AListenerIsDeclaredTowardsItsTalker) {
     ReceiveListener(1, Stream(1), ListenerDeclaration::READY_FAILED);
     Run(2);
 
-    EXPECT_EQ(FirstFrameOn(0), Bytes("01 80 c2 00 00 0e  02 00 5e 10 20 30"  //
-                                     " da da 00 00 40 00 e0 01  22 ea  00"   //
-                                     " 03 08 00 0e"                          // listeners, 8 bytes each
-                                     "  00 01  00 1b 21 01 02 03 00 01"      // one value: stream id;
-                                     "  00 c0  00 00  00 00"                 // New, READY_FAILED
-                                     " 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"));
+    EXPECT_EQ(FirstFrameOn(0), FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"  //
+                                       " da da 00 00 40 00 e0 01  22 ea  00"   //
+                                       " 03 08 00 0e"                          // listeners, 8 bytes each
+                                       "  00 01  00 1b 21 01 02 03 00 01"      // one value: stream id;
+                                       "  00 c0  00 00  00 00"                 // New, READY_FAILED
+                                       " 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"));
 }
 
 TEST_F(MsrpTransmit, ADeclarationIsSentUntilItIsSureToHaveArrived) {
@@ -96,9 +96,9 @@ TEST_F(MsrpTransmit, ValuesOfOneTypeShareAMessage) {
     Run(1);
     const std::string text = watch.Text();
 
-    const ByteString frame = FirstFrameOn(1);
+    const Bytes frame = FirstFrameOn(1);
     ASSERT_GT(frame.size(), 27u);
-    EXPECT_EQ(ByteString(frame.begin() + 23, frame.begin() + 27), Bytes("01 19 00 3a"));
+    EXPECT_EQ(Part(frame, 23, 4), FromHex("01 19 00 3a"));
     EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 New", "talker 0002 New", "failed 0003 New"));
     EXPECT_THAT(text, HasSubstr("[SW-MSRP] TalkerProcessor added 2 talkers\n"));
     EXPECT_THAT(text, HasSubstr("[SW-MSRP] talker event for port 1\n"));
@@ -126,16 +126,16 @@ TEST_F(MsrpTransmit, ALeaveAllWithNothingToDeclareIsFourMessagesWithoutValues) {
     for (uint32_t ms = 0; ms < 15'000 && board.SentOn(0).empty(); ++ms) Run(1);
 
     EXPECT_EQ(FirstFrameOn(0),
-              Bytes("01 80 c2 00 00 0e  02 00 5e 10 20 30"  //
-                    " da da 00 00 40 00 e0 01  22 ea  00"   //
-                    " 01 19 00 1d  20 00"                   // LeaveAll, no values, an empty talker
-                    "  00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  00 00"
-                    " 02 22 00 26  20 00"  //
-                    "  00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"
-                    "  00 00 00 00 00 00 00 00 00  00 00"                  //
-                    " 03 08 00 0c  20 00  00 00 00 00 00 00 00 00  00 00"  //
-                    " 04 04 00 08  20 00  00 00 00 00  00 00"              //
-                    " 00 00"));
+              FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"  //
+                      " da da 00 00 40 00 e0 01  22 ea  00"   //
+                      " 01 19 00 1d  20 00"                   // LeaveAll, no values, an empty talker
+                      "  00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  00 00"
+                      " 02 22 00 26  20 00"  //
+                      "  00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"
+                      "  00 00 00 00 00 00 00 00 00  00 00"                  //
+                      " 03 08 00 0c  20 00  00 00 00 00 00 00 00 00  00 00"  //
+                      " 04 04 00 08  20 00  00 00 00 00  00 00"              //
+                      " 00 00"));
 }
 
 TEST_F(MsrpTransmit, ALeaveAllRidesOnTheFirstValueOfItsType) {
@@ -158,7 +158,7 @@ TEST_F(MsrpTransmit, AReceivedLeaveAllMakesTheBridgeDeclareAgain) {
     ReceiveTalker(0, Stream(1));
     Run(2000);
     (void)SentValues(1);
-    Receive(1, {Message(1, 25, {Vector(ByteString(25), {}, {}, true)})});
+    Receive(1, {Message(1, 25, {Vector(Bytes(25), {}, {}, true)})});
     Run(1000);
 
     EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 JoinMt", "talker 0001 JoinMt"));

@@ -40,8 +40,8 @@ public:
 class MvrpHandler : public testing::Test, protected MvrpBridge {};
 
 TEST_F(MvrpControl, ListsEveryPortWithItsVlansInTheOrderInWhichTheyCame) {
-    Receive(0, Hex("00 01 02 00 01 00 c8 24 00 00"));
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 c8 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
 
     const std::string listing =
         "Port 0\n"
@@ -87,7 +87,7 @@ TEST_F(MvrpHandler, PortEventsAreLoggedAtLevelOne) {
 }
 
 TEST_F(MvrpHandler, AvbAndStpEventsChangeNothing) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
     const auto before = VlansOn(0);
 
     mvrp.PortAvbUp(0);
@@ -100,7 +100,7 @@ TEST_F(MvrpHandler, AvbAndStpEventsChangeNothing) {
 }
 
 TEST_F(MvrpHandler, ARemovalIsAlwaysLoggedAndForgotten) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
 
     CapturedLog captured(LogCategory::MVRP);
     mvrp.RemoveAttribute(*mvrp.FindVlan(100, 0));

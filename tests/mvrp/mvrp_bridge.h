@@ -20,19 +20,10 @@ struct MvrpBridge {
 
     // Hands over a frame from the neighbour of a port: destination, source, tag, EtherType, payload.
     void Receive(uint8_t port, const Bytes& payload, const std::string& destination = "01 80 c2 00 00 21") {
-        Bytes frame = Join({Hex(destination),
-                            Hex("02 00 00 00 00 99"),
-                            Hex("da da 00 00 00"),
-                            {static_cast<uint8_t>(port << 3)},
-                            Hex("00 00 88 f5"),
-                            payload});
-        ReceiveRaw(frame);
+        ReceiveRaw(Join({FromHex(destination), FromHex("02 00 00 00 00 99"), FromHex("da da 00 00 00"),
+                         BigEndian(port << 3, 1), FromHex("00 00 88 f5"), payload}));
     }
-    void ReceiveRaw(Bytes& frame) {
-        const auto exact = std::make_unique<uint8_t[]>(frame.size());  // ends where the frame ends
-        std::copy(frame.begin(), frame.end(), exact.get());
-        mvrp.HandleFrame({exact.get(), frame.size()}, 0x88F5);
-    }
+    void ReceiveRaw(const Bytes& frame) { mvrp.HandleFrame(Copy(frame), 0x88F5); }
 
     void RunMs(uint64_t ms) {
         for (uint64_t i = 0; i < ms; ++i) {

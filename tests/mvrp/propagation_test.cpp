@@ -11,9 +11,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // What a neighbour says of VLAN 100 or 200, one vector and one value.
-const Bytes new100 = Hex("00 01 02 00 01 00 64 00 00 00 00 00");
-const Bytes join100 = Hex("00 01 02 00 01 00 64 24 00 00 00 00");
-const Bytes leave100 = Hex("00 01 02 00 01 00 64 b4 00 00 00 00");
+const Bytes new100 = FromHex("00 01 02 00 01 00 64 00 00 00 00 00");
+const Bytes join100 = FromHex("00 01 02 00 01 00 64 24 00 00 00 00");
+const Bytes leave100 = FromHex("00 01 02 00 01 00 64 b4 00 00 00 00");
 
 class MvrpPropagation : public testing::Test, protected MvrpBridge {
 protected:
@@ -110,7 +110,7 @@ TEST_F(MvrpPropagation, PortUpDoesNotPropagateWhatIsRegisteredOnThePortItself) {
 
 TEST_F(MvrpPropagation, PortDownFlushesThePort) {
     Receive(0, join100);
-    Receive(1, Hex("00 01 02 00 01 00 c8 24 00 00"));
+    Receive(1, FromHex("00 01 02 00 01 00 c8 24 00 00"));
 
     mvrp.PortDown(0);
 

@@ -15,20 +15,20 @@ constexpr auto syncIsLost = "[SW-MVRP] MVRP msg: sync is lost";
 class MvrpReceive : public testing::Test, protected MvrpBridge {};
 
 TEST_F(MvrpReceive, AVectorOfThreeCarriesAcrossTheBytesOfTheId) {
-    Receive(0, Hex("00 01 02 00 03 00 ff 2b 00 00 00 00"));  // JoinIn three times from 0x00ff
+    Receive(0, FromHex("00 01 02 00 03 00 ff 2b 00 00 00 00"));  // JoinIn three times from 0x00ff
 
     EXPECT_THAT(RegisteredOn(0), ElementsAre(0x00FF, 0x0100, 0x0101));
 }
 
 TEST_F(MvrpReceive, TheIdWrapsAsAFull16BitNumber) {
-    Receive(0, Hex("00 01 02 00 02 ff ff 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 02 ff ff 24 00 00 00 00"));
 
     EXPECT_THAT(RegisteredOn(0), ElementsAre(0xFFFF, 0x0000));
 }
 
 TEST_F(MvrpReceive, OnlyDeclaringEventsIntroduceAVlan) {
-    Receive(0, Hex("00 01 02 00 03 00 10 08 00 00"));  // New, JoinIn, In
-    Receive(1, Hex("00 01 02 00 03 00 20 89 00 00"));  // JoinMt, Mt, Leave
+    Receive(0, FromHex("00 01 02 00 03 00 10 08 00 00"));  // New, JoinIn, In
+    Receive(1, FromHex("00 01 02 00 03 00 20 89 00 00"));  // JoinMt, Mt, Leave
 
     EXPECT_THAT(RegisteredOn(0), ElementsAre(0x10, 0x11));
     EXPECT_NE(mvrp.FindVlan(0x12, 0), nullptr);  // In is kept, though it registers nothing
@@ -38,10 +38,10 @@ TEST_F(MvrpReceive, OnlyDeclaringEventsIntroduceAVlan) {
 }
 
 TEST_F(MvrpReceive, ALeaveEndsTheRegistrationWithinASecond) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00 00 00"));
     EXPECT_TRUE(IsMember(0, 100));
 
-    Receive(0, Hex("00 01 02 00 01 00 64 b4 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 b4 00 00 00 00"));
     RunMs(799);
     EXPECT_TRUE(IsMember(0, 100));
     RunMs(201);
@@ -50,11 +50,11 @@ TEST_F(MvrpReceive, ALeaveEndsTheRegistrationWithinASecond) {
 }
 
 TEST_F(MvrpReceive, ALeaveAllMakesEveryVlanOfThePortLeave) {
-    Receive(0, Hex("00 01 02 00 02 00 64 2a 00 00 00 00"));
-    Receive(1, Hex("00 01 02 00 01 00 c8 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 02 00 64 2a 00 00 00 00"));
+    Receive(1, FromHex("00 01 02 00 01 00 c8 24 00 00 00 00"));
 
     CapturedLog captured(LogCategory::MVRP, 1);
-    Receive(0, Hex("00 01 02 20 00 00 00 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 20 00 00 00 00 00 00 00"));
 
     EXPECT_THAT(captured.Lines(), ElementsAre("[SW-MVRP] REGISTER_VLAN leave all on port 0"));
     EXPECT_EQ(mvrp.FindVlan(100, 0)->state.registrar, RegistrarState::LV);
@@ -63,32 +63,32 @@ TEST_F(MvrpReceive, ALeaveAllMakesEveryVlanOfThePortLeave) {
 }
 
 TEST_F(MvrpReceive, ALeaveAllComesBeforeTheValuesOfItsVector) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00 00 00"));
 
-    Receive(0, Hex("00 01 02 20 01 00 64 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 20 01 00 64 24 00 00 00 00"));
 
     EXPECT_EQ(mvrp.FindVlan(100, 0)->state.registrar, RegistrarState::IN);
 }
 
 TEST_F(MvrpReceive, LeaveAllEventsWithoutItsLowestBitAreNone) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00 00 00"));
 
-    Receive(0, Hex("00 01 02 40 00 00 00 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 40 00 00 00 00 00 00 00"));
 
     EXPECT_EQ(mvrp.FindVlan(100, 0)->state.registrar, RegistrarState::IN);
 }
 
 TEST_F(MvrpReceive, MessagesOfOneVectorFollowOneAnother) {
-    Receive(0, Hex("00 "
-                   "01 02 00 01 00 64 24 00 00 "
-                   "01 02 00 01 00 65 24 00 00 "
-                   "00 00"));
+    Receive(0, FromHex("00 "
+                       "01 02 00 01 00 64 24 00 00 "
+                       "01 02 00 01 00 65 24 00 00 "
+                       "00 00"));
 
     EXPECT_THAT(RegisteredOn(0), ElementsAre(100, 101));
 }
 
 TEST_F(MvrpReceive, AllVectorsOfAMessageAreRead) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 01 00 65 24 00 01 00 66 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 01 00 65 24 00 01 00 66 24 00 00 00 00"));
 
     EXPECT_THAT(RegisteredOn(0), ElementsAre(100, 101, 102));
 }
@@ -96,21 +96,21 @@ TEST_F(MvrpReceive, AllVectorsOfAMessageAreRead) {
 TEST_F(MvrpReceive, WhatTheFixedStepHitsInsideAMessageStaysInsideTheFrame) {
     // The step lands on the second vector's id, whose bytes then stand for a type and a length: here 0x0102, a type
     // and a length that are known.
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 01 01 02 24 00 01 00 66 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 01 01 02 24 00 01 00 66 24 00 00 00 00"));
     EXPECT_THAT(RegisteredOn(0), testing::Contains(0x102));
 
     // Every other id, too, with each frame ending where its memory ends.
     for (uint32_t vid = 0; vid <= 0xFFFF; vid += 0x55) {
         const Bytes id = {static_cast<uint8_t>(vid >> 8), static_cast<uint8_t>(vid)};
         CapturedLog captured(LogCategory::MVRP);
-        Receive(1, Join({Hex("00 01 02 00 01 00 64 24 00 01"), id, Hex("24 00 00 00 00")}));
+        Receive(1, Join({FromHex("00 01 02 00 01 00 64 24 00 01"), id, FromHex("24 00 00 00 00")}));
         EXPECT_NE(mvrp.FindVlan(static_cast<uint16_t>(vid), 1), nullptr) << vid;
     }
 }
 
 TEST_F(MvrpReceive, AMessageThatExceedsTheBytesLeftLosesSync) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00"));  // 8 of 9 bytes
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00"));  // 8 of 9 bytes
 
     EXPECT_THAT(captured.Lines(), ElementsAre(syncIsLost));
     EXPECT_THAT(VlansOn(0), IsEmpty());
@@ -118,7 +118,7 @@ TEST_F(MvrpReceive, AMessageThatExceedsTheBytesLeftLosesSync) {
 
 TEST_F(MvrpReceive, AMessageOfExactlyTheBytesLeftIsRead) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
 
     EXPECT_THAT(captured.Lines(), IsEmpty());
     EXPECT_THAT(RegisteredOn(0), ElementsAre(100));
@@ -126,7 +126,7 @@ TEST_F(MvrpReceive, AMessageOfExactlyTheBytesLeftIsRead) {
 
 TEST_F(MvrpReceive, ASecondMessageThatDoesNotFitLosesSyncAfterTheFirst) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24"));
 
     EXPECT_THAT(captured.Lines(), ElementsAre(syncIsLost));
     EXPECT_THAT(RegisteredOn(0), ElementsAre(100));
@@ -134,18 +134,18 @@ TEST_F(MvrpReceive, ASecondMessageThatDoesNotFitLosesSyncAfterTheFirst) {
 
 TEST_F(MvrpReceive, AnAttributeLengthBeyondTheFrameLosesSync) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 01 ff 00 01 00 64 24 00 00 00 00"));
+    Receive(0, FromHex("00 01 ff 00 01 00 64 24 00 00 00 00"));
 
     EXPECT_THAT(captured.Lines(), ElementsAre(syncIsLost));
 }
 
 TEST_F(MvrpReceive, ATypeOrALengthOfZeroEndsThePduQuietly) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 00 02 00 01 00 64 24 00 00"));
-    Receive(0, Hex("00 01 00 00 01 00 64 24 00 00"));
-    Receive(0, Hex("00 01 00"));
-    Receive(0, Hex("00 00"));
-    Receive(0, Hex("00"));
+    Receive(0, FromHex("00 00 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 00 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 00"));
+    Receive(0, FromHex("00 00"));
+    Receive(0, FromHex("00"));
     Receive(0, {});
 
     EXPECT_THAT(captured.Lines(), IsEmpty());
@@ -154,7 +154,7 @@ TEST_F(MvrpReceive, ATypeOrALengthOfZeroEndsThePduQuietly) {
 
 TEST_F(MvrpReceive, AnUnknownTypeEndsAPduOfOurVersion) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 02 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24 00 00"));
+    Receive(0, FromHex("00 02 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24 00 00"));
 
     EXPECT_THAT(captured.Lines(), ElementsAre("[SW-MVRP] unsupported attribute type 2"));
     EXPECT_THAT(VlansOn(0), IsEmpty());
@@ -162,7 +162,7 @@ TEST_F(MvrpReceive, AnUnknownTypeEndsAPduOfOurVersion) {
 
 TEST_F(MvrpReceive, AnUnknownTypeOfALaterVersionIsSteppedOver) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("01 02 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24 00 00"));
+    Receive(0, FromHex("01 02 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24 00 00"));
 
     EXPECT_THAT(captured.Lines(), ElementsAre("[SW-MVRP] unsupported attribute type 2"));
     EXPECT_THAT(RegisteredOn(0), ElementsAre(101));
@@ -170,7 +170,7 @@ TEST_F(MvrpReceive, AnUnknownTypeOfALaterVersionIsSteppedOver) {
 
 TEST_F(MvrpReceive, AnIllegalLengthSkipsTheMessage) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 01 03 00 01 00 64 00 24 00 00 01 02 00 01 00 65 24 00 00"));
+    Receive(0, FromHex("00 01 03 00 01 00 64 00 24 00 00 01 02 00 01 00 65 24 00 00"));
 
     EXPECT_THAT(captured.Lines(), ElementsAre("[SW-MVRP] REGISTER_VLAN illegal attribute_length 3"));
     EXPECT_THAT(RegisteredOn(0), ElementsAre(101));
@@ -178,29 +178,29 @@ TEST_F(MvrpReceive, AnIllegalLengthSkipsTheMessage) {
 
 TEST_F(MvrpReceive, FramesForAnotherAddressAreIgnored) {
     CapturedLog captured(LogCategory::MVRP);
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"), "01 80 c2 00 00 20");
-    Receive(0, Hex("00 01 02 00"), "01 80 c2 00 00 0e");
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"), "01 80 c2 00 00 20");
+    Receive(0, FromHex("00 01 02 00"), "01 80 c2 00 00 0e");
 
     EXPECT_THAT(captured.Lines(), IsEmpty());
     EXPECT_THAT(VlansOn(0), IsEmpty());
 }
 
 TEST_F(MvrpReceive, APortWithoutARecordIsIgnored) {
-    Receive(6, Hex("00 01 02 00 01 00 64 24 00 00"));
-    Receive(7, Hex("00 01 02 00 01 00 65 24 00 00"));
-    Receive(31, Hex("00 01 02 00 01 00 66 24 00 00"));
+    Receive(6, FromHex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(7, FromHex("00 01 02 00 01 00 65 24 00 00"));
+    Receive(31, FromHex("00 01 02 00 01 00 66 24 00 00"));
 
     EXPECT_THAT(RegisteredOn(6), ElementsAre(100));
     EXPECT_EQ(bridge.vlans, (std::set<FakeSwitch::Vlan>{{6, 100}}));
 }
 
 TEST_F(MvrpReceive, NoTruncationOfAFrameRegistersMoreThanWhatIsWhollyThere) {
-    const Bytes whole =
-        Hex("01 80 c2 00 00 21 02 00 00 00 00 99 da da 00 00 00 00 00 00 88 f5 "
-            "00 01 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24 00 00 00 00");
+    const Bytes whole = FromHex(
+        "01 80 c2 00 00 21 02 00 00 00 00 99 da da 00 00 00 00 00 00 88 f5 "
+        "00 01 02 00 01 00 64 24 00 00 01 02 00 01 00 65 24 00 00 00 00");
     for (size_t length = 0; length <= whole.size(); ++length) {
         MvrpBridge fresh;
-        Bytes frame(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length));
+        Bytes frame = Part(whole, 0, length);
 
         CapturedLog captured(LogCategory::MVRP);
         fresh.ReceiveRaw(frame);
@@ -213,10 +213,10 @@ TEST_F(MvrpReceive, NoTruncationOfAFrameRegistersMoreThanWhatIsWhollyThere) {
 }
 
 TEST_F(MvrpReceive, ValuesAreLoggedAsTheyAreTaken) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
 
     CapturedLog captured(LogCategory::MVRP, 2);
-    Receive(0, Hex("00 01 02 00 03 00 64 ac 00 00"));  // Mt three times: nothing is propagated
+    Receive(0, FromHex("00 01 02 00 03 00 64 ac 00 00"));  // Mt three times: nothing is propagated
 
     EXPECT_THAT(
         captured.Lines(),
@@ -228,7 +228,7 @@ TEST_F(MvrpReceive, ANewVlanIsLoggedWithItsState) {
     bridge.ports[1].up = false;
 
     CapturedLog captured(LogCategory::MVRP, 1);
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
 
     EXPECT_THAT(captured.Lines(), ElementsAre(testing::MatchesRegex("\\[SW-MVRP\\] \\(0x[0-9a-f]+\\) Port\\(0\\) Add: "
                                                                     "\\[MVRP\\] Vlan:100 Applicant VO Registrar MT")));

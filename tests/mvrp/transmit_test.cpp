@@ -13,12 +13,12 @@ using testing::SizeIs;
 
 // A frame out of a port as it leaves the switch model, zero-filled to 68 bytes.
 Bytes SentFrame(uint8_t port, const std::string& payload) {
-    Bytes frame = Join({Hex("01 80 c2 00 00 21"),           // MVRP group address
-                        Hex("02 00 5e 10 20 30"),           // the switch's own
-                        Hex("da da 00 00 40"),              // from the CPU
+    Bytes frame = Join({FromHex("01 80 c2 00 00 21"),       // MVRP group address
+                        FromHex("02 00 5e 10 20 30"),       // the switch's own
+                        FromHex("da da 00 00 40"),          // from the CPU
                         {static_cast<uint8_t>(port << 3)},  // to this port
-                        Hex("e0 01 88 f5"),
-                        Hex(payload)});
+                        FromHex("e0 01 88 f5"),
+                        FromHex(payload)});
     frame.resize(std::max<size_t>(frame.size(), 68));
     return frame;
 }
@@ -26,7 +26,7 @@ Bytes SentFrame(uint8_t port, const std::string& payload) {
 class MvrpTransmit : public testing::Test, protected MvrpBridge {};
 
 TEST_F(MvrpTransmit, ARegistrationGoesOutOfTheOtherPortAfterAMillisecond) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
     RunMs(1);
 
     EXPECT_THAT(bridge.SentOn(1), ElementsAre(SentFrame(1,
@@ -39,7 +39,7 @@ TEST_F(MvrpTransmit, ARegistrationGoesOutOfTheOtherPortAfterAMillisecond) {
 }
 
 TEST_F(MvrpTransmit, OneMessageHasAVectorForEachValue) {
-    Receive(0, Hex("00 01 02 00 03 00 ff 2b 00 00"));
+    Receive(0, FromHex("00 01 02 00 03 00 ff 2b 00 00"));
     RunMs(1);
 
     EXPECT_THAT(bridge.SentOn(1),
@@ -47,7 +47,7 @@ TEST_F(MvrpTransmit, OneMessageHasAVectorForEachValue) {
 }
 
 TEST_F(MvrpTransmit, AWithdrawalIsSentAsALeave) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
     RunMs(700);
     bridge.sent.clear();
 
@@ -65,7 +65,7 @@ TEST_F(MvrpTransmit, ALeaveAllWithoutVlansHasAVectorWithoutValues) {
 }
 
 TEST_F(MvrpTransmit, ALeaveAllMarksTheFirstVectorOnly) {
-    Receive(0, Hex("00 01 02 00 02 00 64 2a 00 00"));
+    Receive(0, FromHex("00 01 02 00 02 00 64 2a 00 00"));
     RunMs(700);
     bridge.sent.clear();
 
@@ -76,7 +76,7 @@ TEST_F(MvrpTransmit, ALeaveAllMarksTheFirstVectorOnly) {
 }
 
 TEST_F(MvrpTransmit, AQuietPortRepeatsItsDeclarationEverySecond) {
-    Receive(0, Hex("00 01 02 00 01 00 64 24 00 00"));
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 00"));
     RunMs(900);
     bridge.sent.clear();
 
@@ -87,7 +87,7 @@ TEST_F(MvrpTransmit, AQuietPortRepeatsItsDeclarationEverySecond) {
 }
 
 TEST_F(MvrpTransmit, AFullFrameIsFollowedByAnother) {
-    Receive(0, Join({Hex("00 01 02 01 90 00 64"), Bytes(134, 0x2b), Hex("00 00")}));  // 400 values
+    Receive(0, Join({FromHex("00 01 02 01 90 00 64"), Bytes(134, 0x2b), FromHex("00 00")}));  // 400 values
     ASSERT_THAT(RegisteredOn(0), SizeIs(400));
     RunMs(400);
 
@@ -96,11 +96,11 @@ TEST_F(MvrpTransmit, AFullFrameIsFollowedByAnother) {
     ASSERT_GE(frames.size(), 3u);
     EXPECT_EQ(frames[0].size(), 22 + 1 + 2 + 5 * inOneFrame + 2 + 2);
     EXPECT_EQ(frames[2].size(), 22 + 1 + 2 + 5 * (400 - inOneFrame) + 2 + 2);
-    EXPECT_EQ(Bytes(frames[2].begin() + 25, frames[2].begin() + 30), Hex("00 01 01 77 6c"));  // 100 + 275
+    EXPECT_EQ(Part(frames[2], 25, 5), FromHex("00 01 01 77 6c"));  // 100 + 275
 }
 
 TEST_F(MvrpTransmit, WhatIsSentCanBeReceived) {
-    Receive(0, Join({Hex("00 01 02 01 90 00 64"), Bytes(134, 0x2b), Hex("00 00")}));
+    Receive(0, Join({FromHex("00 01 02 01 90 00 64"), Bytes(134, 0x2b), FromHex("00 00")}));
     RunMs(400);
     MvrpBridge peer;
 
@@ -115,7 +115,7 @@ TEST_F(MvrpTransmit, WhatIsSentCanBeReceived) {
 }
 
 TEST_F(MvrpTransmit, NumbersSentAreLoggedAtLevelTwo) {
-    Receive(0, Hex("00 01 02 00 02 00 64 2a 00 00"));
+    Receive(0, FromHex("00 01 02 00 02 00 64 2a 00 00"));
 
     CapturedLog captured(LogCategory::MVRP, 2);
     RunMs(1);

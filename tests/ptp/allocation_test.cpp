@@ -18,7 +18,7 @@ protected:
         kept.messages.reserve(100);
     }
 
-    size_t AllocatedBy(std::vector<uint8_t> frame) {
+    size_t AllocatedBy(Bytes frame) {
         const size_t before = CountedAllocations();
         handler->HandleFrame(frame, ETHERTYPE_PTP2);
         return CountedAllocations() - before;

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "ptp/announce.h"
-#include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
+#include "tests/support/bytes.h"
 
 namespace norvad::test {
 
@@ -56,7 +56,7 @@ TEST_F(Announce, CarriesTheLocalClockOnEveryPortThatTakesPart) {
     const auto onPort1 = Sent(1, PTPMessage::ANNOUNCE);
     ASSERT_THAT(onPort1, SizeIs(1));
     EXPECT_EQ(onPort1[0].size(), 98U);
-    EXPECT_EQ(Hex(onPort1[0]), Hex(Bytes(R"(
+    EXPECT_EQ(ToHex(onPort1[0]), ToHex(FromHex(R"(
         01 80 c2 00 00 0e 00 11 22 33 44 55
         da da 00 00 00 00 e0 01 88 f7
         1b 02 00 4c 00 00 00 08
@@ -322,7 +322,7 @@ TEST_F(Announce, RelayedAnnounceIsOneStepAndOnePathEntryLonger) {
     ASSERT_THAT(fake.sent, SizeIs(1));
     EXPECT_EQ(fake.sent[0].port, 1);
     EXPECT_EQ(fake.sent[0].bytes.size(), 106U);
-    EXPECT_EQ(Hex(fake.sent[0].bytes), Hex(Bytes(R"(
+    EXPECT_EQ(ToHex(fake.sent[0].bytes), ToHex(FromHex(R"(
         01 80 c2 00 00 0e 00 1b 21 aa bb cc
         da da 00 00 00 00 e0 01 88 f7
         1b 02 00 54 00 00 00 08                                     // length 84
@@ -377,7 +377,7 @@ TEST_F(Announce, PathIsBoundedByWhatArrived) {
     auto announce = BuildAnnounce(peerMac, peer);
     announce.frame.message.dataset = DatasetOf(1, peer);
     announce.frame.message.lengthField = 0xFFFF;
-    const std::vector<uint8_t> halfAnEntry(4, 0xAB);
+    const Bytes halfAnEntry(4, 0xAB);
 
     Receive(0, announce, halfAnEntry);
 
@@ -416,7 +416,7 @@ TEST_F(Announce, IsRelayedAsLongAsItFitsAFrame) {
     Handle(AnnounceFrom(0, peer, DatasetOf(252, peer, 177)));
     ASSERT_THAT(Sent(1, PTPMessage::ANNOUNCE), SizeIs(1));
     EXPECT_EQ(fake.sent.back().bytes.size(), 1522U);
-    EXPECT_EQ(BytesAt(fake.sent.back().bytes, 1514, 8), std::vector<uint8_t>(own.begin(), own.end()));
+    EXPECT_EQ(Part(fake.sent.back().bytes, 1514, 8), Bytes(own.begin(), own.end()));
 
     Handle(AnnounceFrom(0, peer, DatasetOf(252, peer, 178)));
     EXPECT_THAT(Sent(1, PTPMessage::ANNOUNCE), SizeIs(1)) << "no room for another entry";
@@ -471,7 +471,7 @@ TEST(ReceivedAnnounce, PathIsMadeOfWholeEntriesThatArrived) {
          {std::array<size_t, 3>{0, 80, 0}, {8, 80, 1}, {12, 80, 1}, {16, 16, 2}, {16, 15, 1}, {65535, 23, 2}}) {
         announce.message.lengthField = static_cast<uint16_t>(claimed);
         const auto bytes = BytesOf(announce);
-        std::vector<uint8_t> frame(bytes.begin(), bytes.end());
+        Bytes frame(bytes.begin(), bytes.end());
         frame.resize(frame.size() + arrived);
         const auto read = ReadAnnounce(frame);
         ASSERT_TRUE(read);

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "ptp/peer_delay.h"
-#include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
+#include "tests/support/bytes.h"
 
 namespace norvad::test {
 
@@ -82,7 +82,7 @@ TEST_F(PeerDelay, RequestGoesOutOnEveryPortWithALinkWithItsOwnSequence) {
     const auto onPort1 = Sent(1, PTPMessage::PDELAY_REQ);
     ASSERT_EQ(onPort0.size(), 2U);
     ASSERT_EQ(onPort1.size(), 1U);
-    EXPECT_EQ(Hex(onPort0[1]), Hex(Bytes(R"(
+    EXPECT_EQ(ToHex(onPort0[1]), ToHex(FromHex(R"(
         01 80 c2 00 00 0e 00 11 22 33 44 55
         da da 00 00 00 00 e0 01 88 f7
         12 02 00 36 00 00 02 08
@@ -92,7 +92,7 @@ TEST_F(PeerDelay, RequestGoesOutOnEveryPortWithALinkWithItsOwnSequence) {
         00 00 00 00 00 00 00 00 00 00
         00 00 00 00 00 00 00 00 00 00
     )")));
-    EXPECT_EQ(Hex(BytesAt(onPort1[0], 50, 4)), Hex(Bytes("00 01 00 01")));  // port 1, its first request
+    EXPECT_EQ(ToHex(Part(onPort1[0], 50, 4)), ToHex(FromHex("00 01 00 01")));  // port 1, its first request
 }
 
 TEST_F(PeerDelay, CpuPortIsNeverAsked) {
@@ -115,7 +115,7 @@ TEST_F(PeerDelay, RequestIsAnsweredWithItsReceiptAndTheTimeOfTheAnswer) {
     EXPECT_THAT(text, HasSubstr("[SW-PTP] Handle PTP_PDELAY_REQ_MESSAGE 258\n"));
     ASSERT_EQ(fake.sent.size(), 2U);
     EXPECT_EQ(fake.sent[0].port, 1);
-    EXPECT_EQ(Hex(fake.sent[0].bytes), Hex(Bytes(R"(
+    EXPECT_EQ(ToHex(fake.sent[0].bytes), ToHex(FromHex(R"(
         01 80 c2 00 00 0e 00 11 22 33 44 55
         da da 00 00 00 00 e0 01 88 f7
         13 02 00 36 00 00 00 08
@@ -125,7 +125,7 @@ TEST_F(PeerDelay, RequestIsAnsweredWithItsReceiptAndTheTimeOfTheAnswer) {
         00 00 00 00 00 03 00 00 00 07
         00 1b 21 ff fe aa bb cc 00 07    // who asked
     )")));
-    EXPECT_EQ(Hex(fake.sent[1].bytes), Hex(Bytes(R"(
+    EXPECT_EQ(ToHex(fake.sent[1].bytes), ToHex(FromHex(R"(
         01 80 c2 00 00 0e 00 11 22 33 44 55
         da da 00 00 00 00 e0 01 88 f7
         1a 02 00 36 00 00 00 08

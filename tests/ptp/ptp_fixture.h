@@ -15,6 +15,7 @@
 #include "ptp/message_builder.h"
 #include "ptp/ptp_handler.h"
 #include "ptp/ptp_messages.h"
+#include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_ptp_switch.h"
 #include "tests/support/stepped_clock.h"
@@ -22,11 +23,6 @@
 namespace norvad::test {
 
 using network::KeptGrandmasterOutput;
-
-inline std::vector<uint8_t> BytesAt(std::span<const uint8_t> bytes, size_t offset, size_t length) {
-    const auto part = bytes.subspan(offset, length);
-    return {part.begin(), part.end()};
-}
 
 // A handler in front of a switch with both external ports in service, and a neighbour to speak for.
 class PtpFixture : public testing::Test {
@@ -59,10 +55,8 @@ protected:
 
     // A frame as it comes in by port: the fixed part, then what stands behind.
     template <WireRecord Frame>
-    static std::vector<uint8_t> Received(uint8_t port, const Frame& frame, std::span<const uint8_t> behind = {}) {
-        const auto bytes = BytesOf(frame);
-        std::vector<uint8_t> received(bytes.size() + behind.size());
-        std::copy(behind.begin(), behind.end(), std::copy(bytes.begin(), bytes.end(), received.begin()));
+    static Bytes Received(uint8_t port, const Frame& frame, std::span<const uint8_t> behind = {}) {
+        Bytes received = Join({Copy(BytesOf(frame)), Copy(behind)});
         received[17] = static_cast<uint8_t>(port << 3);
         return received;
     }
@@ -82,8 +76,8 @@ protected:
     std::string Status() { return Control({"-p"}); }
 
     // The frames of one message that were handed over for a port, oldest first.
-    std::vector<std::vector<uint8_t>> Sent(uint8_t port, PTPMessage message) const {
-        std::vector<std::vector<uint8_t>> frames;
+    std::vector<Bytes> Sent(uint8_t port, PTPMessage message) const {
+        std::vector<Bytes> frames;
         for (const auto& frame : fake.sent) {
             if (frame.port == port && frame.bytes.at(22) == static_cast<uint8_t>(message)) {
                 frames.push_back(frame.bytes);
@@ -100,13 +94,13 @@ protected:
     }
 
     // An Announce of the neighbour's about a clock, whose path is as long as its steps say.
-    std::vector<uint8_t> AnnounceFrom(uint8_t port, const ClockIdentity& sender, const ClockDataset& dataset) const {
+    Bytes AnnounceFrom(uint8_t port, const ClockIdentity& sender, const ClockDataset& dataset) const {
         auto announce = BuildAnnounce(peerMac, sender).frame;
         announce.message.dataset = dataset;
         const size_t entries = (dataset.stepsRemoved & 0xFFU) + 1U;
         announce.message.lengthField = static_cast<uint16_t>(entries * 8);
         announce.message.header.messageLength = static_cast<uint16_t>(68 + entries * 8);
-        std::vector<uint8_t> path(entries * 8);
+        Bytes path(entries * 8);
         for (size_t at = 0; at < path.size(); ++at) path[at] = sender[at % 8];
         return Received(port, announce, path);
     }

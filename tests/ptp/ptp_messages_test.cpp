@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "ptp/message_builder.h"
-#include "tests/ptp/hex.h"
+#include "tests/support/bytes.h"
 
 namespace norvad::test {
 
@@ -16,12 +16,11 @@ constexpr ClockIdentity identity = ClockIdentityOf(mac);
 
 template <WireRecord Record>
 std::string HexOf(const Record& record) {
-    const auto bytes = BytesOf(record);
-    return Hex({bytes.begin(), bytes.end()});
+    return ToHex(BytesOf(record));
 }
 
 std::string Golden(std::string_view text) {
-    return Hex(Bytes(text));
+    return ToHex(FromHex(text));
 }
 
 TEST(ClockIdentity, IsTheMacAddressAroundFffe) {

@@ -3,8 +3,8 @@
 #include <limits>
 
 #include "ptp/sync.h"
-#include "tests/ptp/hex.h"
 #include "tests/ptp/ptp_fixture.h"
+#include "tests/support/bytes.h"
 
 namespace norvad::test {
 
@@ -67,7 +67,7 @@ TEST_F(Sync, MasterSendsItsTimeOnEveryPortWithPortNumberOne) {
     ASSERT_THAT(Sent(0, PTPMessage::SYNC), SizeIs(1));
     const auto onPort1 = Sent(1, PTPMessage::SYNC);
     ASSERT_THAT(onPort1, SizeIs(1));
-    EXPECT_EQ(Hex(onPort1[0]), Hex(Bytes(R"(
+    EXPECT_EQ(ToHex(onPort1[0]), ToHex(FromHex(R"(
         01 80 c2 00 00 0e 00 11 22 33 44 55
         da da 00 00 00 00 e0 01 88 f7
         10 02 00 2c 00 00 02 08
@@ -250,13 +250,13 @@ TEST_F(Sync, RelayedSyncIsTheReceivedOneUnderOurName) {
     sync.message.header.correctionField = 0x0102030405060708;
     sync.message.header.logMessageInterval = -4;
     sync.message.originTimestamp = EncodeTimestamp(77);
-    const std::vector<uint8_t> behind(30, 0xEE);
+    const Bytes behind(30, 0xEE);
 
     Receive(0, sync, behind);
 
     ASSERT_THAT(fake.sent, SizeIs(1));
     EXPECT_EQ(fake.sent[0].port, 1);
-    EXPECT_EQ(Hex(fake.sent[0].bytes), Hex(Bytes(R"(
+    EXPECT_EQ(ToHex(fake.sent[0].bytes), ToHex(FromHex(R"(
         01 80 c2 00 00 0e 00 1b 21 aa bb cc     // the switch puts its own source in
         da da 00 00 00 00 e0 01 88 f7
         10 02 00 2c 00 00 02 08

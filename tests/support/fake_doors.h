@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <initializer_list>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "switch/cpu_tag.h"
+#include "tests/support/bytes.h"
 #include "tests/support/fake_driver_socket.h"
 #include "tests/support/fake_frame_socket.h"
 #include "tests/support/fake_link_socket.h"
@@ -24,7 +24,7 @@ namespace norvad::test {
 // A request queue that gives the messages a test queues.
 class FakeRequestQueue final : public RequestQueue {
 public:
-    void Queue(std::vector<uint8_t> message) {
+    void Queue(Bytes message) {
         received.push_back(std::move(message));
         ready.Add();
     }
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    std::deque<std::vector<uint8_t>> received;
+    std::deque<Bytes> received;
     Readiness ready;
 };
 
@@ -98,11 +98,11 @@ public:
 
     std::unique_ptr<DriverSocket> OpenDriver(const std::string& name, uint16_t protocol) override {
         interfaceName = name;
-        opened.push_back("driver " + name + " " + Hex(protocol));
+        opened.push_back("driver " + name + " " + HexOf(protocol));
         return std::move(driverDoor);
     }
     std::unique_ptr<FrameSocket> OpenFrames(const std::string& name, uint16_t protocol) override {
-        opened.push_back("frames " + name + " " + Hex(protocol));
+        opened.push_back("frames " + name + " " + HexOf(protocol));
         return std::move(frameDoor);
     }
     std::unique_ptr<LinkSocket> OpenLinks() override {
@@ -115,11 +115,7 @@ public:
     }
 
 private:
-    static std::string Hex(uint16_t value) {
-        char text[5];
-        std::snprintf(text, sizeof text, "%04x", value);
-        return text;
-    }
+    static std::string HexOf(uint16_t value) { return ToHex(BigEndian(value, 2), ""); }
 
     // IEEE 802.1AS, 11.4.2: the message type is the low nibble of the first byte, event messages are those
     // below 8, the sequence id stands at byte 30.

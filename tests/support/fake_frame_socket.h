@@ -11,11 +11,10 @@
 
 #include "switch/doors.h"
 #include "switch/socket_exception.h"
+#include "tests/support/bytes.h"
 #include "tests/support/readiness.h"
 
 namespace norvad::test {
-
-using Bytes = std::vector<uint8_t>;
 
 // A frame socket that keeps what was sent and gives what a test queues.
 class FakeFrameSocket final : public FrameSocket {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "switch/doors.h"
+#include "tests/support/bytes.h"
 #include "tests/support/readiness.h"
 
 namespace norvad::test {
@@ -17,10 +18,10 @@ namespace norvad::test {
 // A link socket that keeps the requests and gives the datagrams or errors that a test queues.
 class FakeLinkSocket final : public LinkSocket {
 public:
-    std::vector<std::vector<uint8_t>> requests;
+    std::vector<Bytes> requests;
     int pendingError = 0;  // an errno, until it is taken
 
-    void Queue(std::vector<uint8_t> datagram) { Push({std::move(datagram), 0}); }
+    void Queue(Bytes datagram) { Push({std::move(datagram), 0}); }
     void QueueError(int error) { Push({{}, error}); }
     bool HasMessages() const { return !received.empty(); }
 
@@ -29,7 +30,7 @@ public:
     uint32_t PortId() const override { return 0x1234; }
 
     ssize_t Send(std::span<const uint8_t> message) override {
-        requests.emplace_back(message.begin(), message.end());
+        requests.push_back(Copy(message));
         return static_cast<ssize_t>(message.size());
     }
 
@@ -47,7 +48,7 @@ public:
     int TakeError() override { return std::exchange(pendingError, 0); }
 
 private:
-    using Arrival = std::pair<std::vector<uint8_t>, int>;
+    using Arrival = std::pair<Bytes, int>;
 
     void Push(Arrival arrival) {
         received.push_back(std::move(arrival));

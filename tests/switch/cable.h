@@ -20,8 +20,8 @@
 #include "switch/kernel/packet_address.h"
 #include "switch/kernel/packet_driver_socket.h"
 #include "switch/socket_exception.h"
+#include "tests/support/bytes.h"
 #include "tests/support/isolated_process.h"
-#include "tests/switch/hex.h"
 
 // A cable between the interfaces sw0 and sw1 of an isolated process, and what the tests of the kernel's doors do with
 // it.
@@ -78,13 +78,13 @@ inline FileDescriptor OpenPeer() {
     return peer;
 }
 
-inline std::vector<uint8_t> TaggedFrame(uint8_t lastByte) {
+inline Bytes TaggedFrame(uint8_t lastByte) {
     auto frame = FromHex("01 80 c2 00 00 0e 02 00 00 00 00 02 da da 00 00 00 08 00 00 22 ea");
     frame.resize(68, lastByte);
     return frame;
 }
 
-inline void SendFrame(const FileDescriptor& peer, const std::vector<uint8_t>& frame) {
+inline void SendFrame(const FileDescriptor& peer, const Bytes& frame) {
     ASSERT_EQ(::send(peer.Get(), frame.data(), frame.size(), 0), static_cast<ssize_t>(frame.size()));
 }
 

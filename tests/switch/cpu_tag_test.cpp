@@ -2,20 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/switch/hex.h"
+#include "tests/support/bytes.h"
 
 namespace norvad {
 namespace {
 
 using test::FromHex;
-using test::Hex;
+using test::ToHex;
 
 TEST(CpuTag, FromTheCpuNamesThePortInTheUpperFiveBits) {
-    EXPECT_EQ(Hex(BytesOf(FromCpuTag(0))), "da da 00 00 40 00 e0 01");
-    EXPECT_EQ(Hex(BytesOf(FromCpuTag(1))), "da da 00 00 40 08 e0 01");
-    EXPECT_EQ(Hex(BytesOf(FromCpuTag(6))), "da da 00 00 40 30 e0 01");
-    EXPECT_EQ(Hex(BytesOf(FromCpuTag(31))), "da da 00 00 40 f8 e0 01");
-    EXPECT_EQ(Hex(BytesOf(FromCpuTag(33))), "da da 00 00 40 08 e0 01");
+    EXPECT_EQ(ToHex(BytesOf(FromCpuTag(0))), "da da 00 00 40 00 e0 01");
+    EXPECT_EQ(ToHex(BytesOf(FromCpuTag(1))), "da da 00 00 40 08 e0 01");
+    EXPECT_EQ(ToHex(BytesOf(FromCpuTag(6))), "da da 00 00 40 30 e0 01");
+    EXPECT_EQ(ToHex(BytesOf(FromCpuTag(31))), "da da 00 00 40 f8 e0 01");
+    EXPECT_EQ(ToHex(BytesOf(FromCpuTag(33))), "da da 00 00 40 08 e0 01");
 }
 
 TEST(CpuTag, PortOfAReceivedFrameIgnoresTheLowerThreeBits) {

@@ -10,9 +10,9 @@
 #include "switch/i2_switch.h"
 #include "switch/lldp_handler.h"
 #include "switch/socket_exception.h"
+#include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_frame_socket.h"
-#include "tests/switch/hex.h"
 #include "tests/switch/recording_handler.h"
 
 namespace norvad {
@@ -22,6 +22,7 @@ using test::Bytes;
 using test::FakeFrameSocket;
 using test::FromHex;
 using test::Logged;
+using test::Part;
 using test::RecordingHandler;
 using Events = std::vector<std::string>;
 
@@ -34,7 +35,7 @@ public:
 
 // A frame from port 1 with the EtherType's two bytes given as text and some payload.
 Bytes Frame(const std::string& etherType) {
-    return FromHex(("01 80 c2 00 00 0e 02 00 00 00 00 01 da da 00 00 00 08 00 00 " + etherType + " 01 02 03").c_str());
+    return FromHex("01 80 c2 00 00 0e 02 00 00 00 00 01 da da 00 00 00 08 00 00 " + etherType + " 01 02 03");
 }
 
 class FrameDispatcherTest : public testing::Test {
@@ -86,10 +87,10 @@ TEST_F(FrameDispatcherTest, FrameThatEndsBeforeItsEtherTypeReachesNobody) {
     const Bytes whole = Frame("22 ea");
 
     for (size_t length = 1; length < taggedHeaderSize; ++length) {
-        Receive(Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length)));
+        Receive(Part(whole, 0, length));
         EXPECT_EQ(events.size(), 1U) << length;
     }
-    Receive(Bytes(whole.begin(), whole.begin() + taggedHeaderSize));
+    Receive(Part(whole, 0, taggedHeaderSize));
     EXPECT_EQ(events.size(), 2U);
 }
 

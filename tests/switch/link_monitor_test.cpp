@@ -7,10 +7,10 @@
 #include <memory>
 #include <vector>
 
+#include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_link_socket.h"
 #include "tests/support/link_messages.h"
-#include "tests/switch/hex.h"
 
 namespace norvad {
 namespace {
@@ -19,7 +19,7 @@ using test::FakeLinkSocket;
 using test::LinkMessage;
 using test::OperStateMessage;
 using test::PortLinkMessage;
-using Datagram = std::vector<uint8_t>;
+using Datagram = test::Bytes;
 
 Datagram Joined(std::initializer_list<Datagram> messages) {
     Datagram all;
@@ -49,7 +49,7 @@ TEST_F(LinkMonitorTest, StartsWithOneDumpRequestAndEveryPortDown) {
     const Datagram& request = socket.requests[0];
     ASSERT_EQ(request.size(), 17U);
     // Length 17, type 18, request and dump flags, sequence 1; then the port id and the family.
-    EXPECT_EQ(test::Hex(std::span(request).first(12)), "11 00 00 00 12 00 01 03 01 00 00 00");
+    EXPECT_EQ(test::ToHex(std::span(request).first(12)), "11 00 00 00 12 00 01 03 01 00 00 00");
     const uint32_t id = 0x1234;
     for (size_t byte = 0; byte < 4; ++byte) EXPECT_EQ(request[12 + byte], id >> 8 * byte & 0xFF);
     EXPECT_EQ(request[16], 7);
@@ -181,7 +181,7 @@ TEST_F(LinkMonitorTest, TruncationAtAnyLengthAppliesOnlyWholeMessages) {
     const Datagram both = Joined({first, PortLinkMessage("eth0", 0xE0)});
     for (size_t length = 1; length <= both.size(); ++length) {
         Read(PortLinkMessage("eth0", 0x11));
-        EXPECT_EQ(Read(Datagram(both.begin(), both.begin() + static_cast<ptrdiff_t>(length))), 0);
+        EXPECT_EQ(Read(test::Part(both, 0, length)), 0);
         const uint32_t expected = length == both.size() ? 0xE0 : length >= first.size() ? 0x9D : 0x11;
         EXPECT_EQ(PortLinks(), expected) << length;
     }

@@ -8,17 +8,17 @@
 #include <vector>
 
 #include "switch/i4_ptp.h"
+#include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_driver_socket.h"
 #include "tests/support/stepped_clock.h"
-#include "tests/switch/hex.h"
 
 namespace norvad {
 namespace {
 
 using test::FakeDriverSocket;
-using test::Hex;
 using test::Logged;
+using test::ToHex;
 
 // A driver that knows no time stamps and keeps every record as it came.
 class StampRecorder final : public DriverSocket {
@@ -26,14 +26,14 @@ public:
     std::vector<std::string> records;
     MacAddress HardwareAddress() const override { return {}; }
     bool Request(std::span<uint8_t> record) override {
-        records.push_back(Hex(record));
+        records.push_back(ToHex(record));
         return false;
     }
 };
 
 class SwitchIoctlTest : public testing::Test {
 protected:
-    std::string LastRecord() const { return Hex(driver.records.back()); }
+    std::string LastRecord() const { return ToHex(driver.records.back()); }
 
     test::SteppedClock clock;
     std::unique_ptr<FakeDriverSocket> door = std::make_unique<FakeDriverSocket>(clock);

@@ -6,10 +6,10 @@
 #include <functional>
 
 #include "base/ethertypes.h"
+#include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_doors.h"
 #include "tests/support/stepped_clock.h"
-#include "tests/switch/hex.h"
 #include "tests/switch/recording_handler.h"
 
 namespace norvad {
@@ -48,8 +48,8 @@ TEST_F(SwitchTest, OpensItsDoorsInOrderAndWaitsForTheInterfaceOnce) {
 
 TEST_F(SwitchTest, StartsWithTheInterfacesAddressAnEmptySecondOneAndEveryPortDown) {
     const I4Switch& asSwitch = bridge;
-    EXPECT_EQ(Hex({asSwitch.GetMacAddress(), 6}), "02 00 00 00 10 01");
-    EXPECT_EQ(Hex({asSwitch.GetSecondAddress(), 6}), "00 00 00 00 00 00");
+    EXPECT_EQ(ToHex({asSwitch.GetMacAddress(), 6}), "02 00 00 00 10 01");
+    EXPECT_EQ(ToHex({asSwitch.GetSecondAddress(), 6}), "00 00 00 00 00 00");
     EXPECT_EQ(bridge.GetMaxPorts(), 7);
     for (uint8_t port = 0; port < 8; ++port) {
         EXPECT_FALSE(bridge.IsPortUp(port) || bridge.IsStpUp(port) || bridge.IsAvbUp(port));
@@ -235,7 +235,7 @@ TEST_F(SwitchOutputTest, ShortFrameIsSentWithZeroPaddingTo68Bytes) {
     bridge.write(1, frame.data(), 30);
 
     ASSERT_EQ(doors.frames.sent.size(), 1U);
-    EXPECT_EQ(Hex(doors.frames.sent[0]),
+    EXPECT_EQ(ToHex(doors.frames.sent[0]),
               "01 80 c2 00 00 0e "              // destination
               "02 00 00 00 10 01 "              // the interface's own address
               "da da 00 00 40 08 e0 01 "        // from the CPU, port 1
@@ -299,7 +299,7 @@ TEST_F(SwitchTest, EnablingTheSameAddressTwiceOnOnePortCallsTheDriverOnce) {
     bridge.EnableMulticast(1, 2, stream);
 
     ASSERT_EQ(doors.driver.records.size(), 1U);
-    EXPECT_EQ(Hex(doors.driver.records[0]),
+    EXPECT_EQ(ToHex(doors.driver.records[0]),
               "13 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00 02 00 00 00 91 e0 f0 00 fe 01");
 }
 
@@ -329,7 +329,7 @@ TEST_F(SwitchTest, VlanMembershipReachesTheDriverOnChange) {
     bridge.EnableVlan(1, 100);
     bridge.EnableVlan(0, 100);
     EXPECT_EQ(doors.driver.records.size(), 2U);
-    EXPECT_EQ(Hex(doors.driver.records[1]), "14 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 64 00 00 00");
+    EXPECT_EQ(ToHex(doors.driver.records[1]), "14 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 64 00 00 00");
     EXPECT_EQ(doors.driver.vlans[100], 3);
 
     bridge.DisableVlan(1, 100);
@@ -422,7 +422,7 @@ TEST_F(SwitchTest, ClockIsSteppedAndSteeredThroughTheDriver) {
               "[Switch] SetClock 18446744073709551615\n");
 
     EXPECT_EQ(doors.driver.clock.Steering(), -7);
-    EXPECT_EQ(Hex(doors.driver.records[1]), "10 00 00 00 00 00 00 00 ff ff ff ff ff ff ff ff");
+    EXPECT_EQ(ToHex(doors.driver.records[1]), "10 00 00 00 00 00 00 00 ff ff ff ff ff ff ff ff");
 }
 
 TEST_F(SwitchTest, PendingErrorOfTheLinkSocketCanBeTaken) {

@@ -26,7 +26,7 @@ TEST_F(Links, ThatLoseTheirCarrierAndGetItBackAreSeenByTheDaemon) {
     SetInterfaceUp("peer1", true);
 
     EXPECT_TRUE(WaitFor([&] { return log.Count("[SW-MSRP] port 1 up") == 2; })) << Log();
-    EXPECT_TRUE(WaitForDeclared(1, msrpDomain, Hex("05 02 00 02"), seen)) << Log();
+    EXPECT_TRUE(WaitForDeclared(1, msrpDomain, FromHex("05 02 00 02"), seen)) << Log();
 }
 
 TEST_F(Links, WithoutSpanningTreeAreUpAllTheSame) {

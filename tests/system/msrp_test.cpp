@@ -19,8 +19,8 @@ protected:
         return Join({
             Stream().destination,
             stations[0],
-            Hex("81 00 60 02"),  // priority 3, VLAN 2
-            Hex("22 f0"),        // AVTP
+            FromHex("81 00 60 02"),  // priority 3, VLAN 2
+            FromHex("22 f0"),        // AVTP
             Bytes(99),
             Bytes{count},
         });
@@ -35,11 +35,11 @@ TEST_F(Msrp, DomainsAreDeclaredToTheNearestBridgeWhenALinkIsUp) {
 
     for (int port : {0, 1}) {
         SCOPED_TRACE(port);
-        EXPECT_TRUE(WaitForDeclared(port, msrpDomain, Hex("05 02 00 02")));  // class B
-        EXPECT_TRUE(WaitForDeclared(port, msrpDomain, Hex("06 03 00 02")));  // class A
+        EXPECT_TRUE(WaitForDeclared(port, msrpDomain, FromHex("05 02 00 02")));  // class B
+        EXPECT_TRUE(WaitForDeclared(port, msrpDomain, FromHex("06 03 00 02")));  // class A
         const auto isMsrp = [](const Bytes& frame) { return EtherType(frame) == 0x22EA; };
         const Bytes frame = wires[port]->WaitForFrame(isMsrp).value();
-        EXPECT_EQ(Part(frame, 0, 6), Hex("01 80 c2 00 00 0e"));
+        EXPECT_EQ(Part(frame, 0, 6), FromHex("01 80 c2 00 00 0e"));
         EXPECT_EQ(Part(frame, 6, 6), VirtualBoard::Address());
         EXPECT_GE(frame.size(), 60U);
     }
@@ -53,8 +53,8 @@ TEST_F(Msrp, TalkerIsDeclaredAsFailedWhereThePortIsNotAsCapable) {
     const Bytes failed = DeclaredAt(1, msrpTalkerFailed, Stream().id);
     ASSERT_EQ(failed.size(), 34U);
     EXPECT_EQ(Part(failed, 0, latencyAt), Part(TalkerValue(Stream()), 0, latencyAt));
-    EXPECT_EQ(Latency(failed), Number(Stream().latencyNs + latencyOfTheBridgeNs, 4));
-    EXPECT_EQ(Part(failed, bridgeIdAt, 8), Join({Hex("80 00"), VirtualBoard::Address()}));
+    EXPECT_EQ(Latency(failed), BigEndian(Stream().latencyNs + latencyOfTheBridgeNs, 4));
+    EXPECT_EQ(Part(failed, bridgeIdAt, 8), Join({FromHex("80 00"), VirtualBoard::Address()}));
     EXPECT_EQ(failed[failureCodeAt], 8);  // egress port is not AVB capable
 }
 
@@ -67,7 +67,7 @@ TEST_F(Msrp, TalkerIsDeclaredWithTheBridgesLatencyWhereThePortIsAsCapable) {
     const Bytes talker = DeclaredAt(1, msrpTalker, Stream().id);
     ASSERT_EQ(talker.size(), 25U) << Log();
     EXPECT_EQ(Part(talker, 0, latencyAt), Part(TalkerValue(Stream()), 0, latencyAt));
-    EXPECT_EQ(Latency(talker), Number(Stream().latencyNs + latencyOfTheBridgeNs, 4));
+    EXPECT_EQ(Latency(talker), BigEndian(Stream().latencyNs + latencyOfTheBridgeNs, 4));
 }
 
 TEST_F(Msrp, FailedTalkerBecomesATalkerWhenThePortTurnsAsCapable) {

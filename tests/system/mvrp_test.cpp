@@ -38,15 +38,15 @@ protected:
 
     // A broadcast of a station in a VLAN, counted by its last byte.
     Bytes TaggedFrame(int port, uint16_t vid, uint8_t count) const {
-        return Join({Hex("ff ff ff ff ff ff"), stations[port], Hex("81 00"), Number(vid, 2), Hex("88 b5"), Bytes(45),
-                     Bytes{count}});
+        return Join({FromHex("ff ff ff ff ff ff"), stations[port], FromHex("81 00"), BigEndian(vid, 2),
+                     FromHex("88 b5"), Bytes(45), Bytes{count}});
     }
 
     // Whether such a frame came out of port. What was sent before it into the same port, came out before.
     bool Came(int port, uint8_t count, std::chrono::milliseconds deadline = longEnough) {
         // The kernel takes the VLAN tag off a received frame and keeps it beside.
         const auto isIt = [&](const Bytes& frame) {
-            return Part(frame, 0, 6) == Hex("ff ff ff ff ff ff") && Part(frame, 6, 6) == stations[1 - port] &&
+            return Part(frame, 0, 6) == FromHex("ff ff ff ff ff ff") && Part(frame, 6, 6) == stations[1 - port] &&
                    frame.back() == count;
         };
         return wires[port]->WaitForFrame(isIt, 0, deadline).has_value();
@@ -65,7 +65,7 @@ TEST_F(Mvrp, VlanOfANeighbourBecomesAMembershipAndIsDeclaredOnTheOtherPort) {
     const auto declares = [](const Bytes& frame) { return DeclaresVlan(frame, 10); };
     const auto frame = wires[1]->WaitForFrame(declares);
     ASSERT_TRUE(frame) << Everything();
-    EXPECT_EQ(Part(*frame, 0, 6), Hex("01 80 c2 00 00 21"));
+    EXPECT_EQ(Part(*frame, 0, 6), FromHex("01 80 c2 00 00 21"));
     EXPECT_EQ(Part(*frame, 6, 6), VirtualBoard::Address());
     EXPECT_GE(frame->size(), 60U);
     EXPECT_EQ(board->Events(Added(1, 10)), 0U);

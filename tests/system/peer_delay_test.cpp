@@ -8,7 +8,7 @@ protected:
     // The identity of the daemon's port, as 802.1AS makes it from a MAC address.
     Bytes PortIdentity(int port) const {
         const Bytes& mac = VirtualBoard::Address();
-        return Join({Part(mac, 0, 3), Hex("ff fe"), Part(mac, 3, 3), Number(static_cast<uint64_t>(port), 2)});
+        return Join({Part(mac, 0, 3), FromHex("ff fe"), Part(mac, 3, 3), BigEndian(static_cast<uint64_t>(port), 2)});
     }
 
     std::optional<Bytes> WaitForMessage(int port, GptpMessage message, size_t skipped = 0) {
@@ -22,7 +22,7 @@ protected:
             wires[port]->Send(PdelayRequest(stations[port], sequence));
             const auto answers = [&](GptpMessage message) {
                 return [=](const Bytes& frame) {
-                    return IsGptp(frame, message) && Number(frame, gptpSequenceAt, 2) == sequence;
+                    return IsGptp(frame, message) && BigEndianAt(frame, gptpSequenceAt, 2) == sequence;
                 };
             };
             const auto response = wires[port]->WaitForFrame(answers(pdelayResp));
@@ -34,7 +34,7 @@ protected:
     }
 
     uint64_t TimeIn(const Bytes& frame) const {
-        return Number(frame, gptpBodyTimeAt + 2, 4) * 1'000'000'000 + Number(frame, gptpBodyTimeAt + 6, 4);
+        return BigEndianAt(frame, gptpBodyTimeAt + 2, 4) * 1'000'000'000 + BigEndianAt(frame, gptpBodyTimeAt + 6, 4);
     }
 };
 
@@ -46,12 +46,12 @@ TEST_F(PeerDelay, RequestsLeaveBothPorts) {
         const auto first = WaitForMessage(port, pdelayReq);
         ASSERT_TRUE(first);
         EXPECT_EQ(first->size(), 14U + 54U);
-        EXPECT_EQ(Part(*first, 0, 6), Hex("01 80 c2 00 00 0e"));
+        EXPECT_EQ(Part(*first, 0, 6), FromHex("01 80 c2 00 00 0e"));
         EXPECT_EQ(Part(*first, 6, 6), VirtualBoard::Address());
         EXPECT_EQ(Part(*first, gptpIdentityAt, 10), PortIdentity(port));
         const auto next = wires[port]->WaitForFrame([&](const Bytes& frame) {
             return IsGptp(frame, pdelayReq) &&
-                   Number(frame, gptpSequenceAt, 2) == Number(*first, gptpSequenceAt, 2) + 1;
+                   BigEndianAt(frame, gptpSequenceAt, 2) == BigEndianAt(*first, gptpSequenceAt, 2) + 1;
         });
         EXPECT_TRUE(next);
     }
@@ -65,17 +65,18 @@ TEST_F(PeerDelay, ARequestIsAnsweredInTwoStepsWithTheMakersTrailer) {
         ASSERT_TRUE(answers) << Log() << board->Program().Output();
 
         const auto& [response, followUp] = *answers;
-        const Bytes asker = Join({Part(stations[port], 0, 3), Hex("ff fe"), Part(stations[port], 3, 3), Hex("00 01")});
+        const Bytes asker =
+            Join({Part(stations[port], 0, 3), FromHex("ff fe"), Part(stations[port], 3, 3), FromHex("00 01")});
         for (const auto& answer : {response, followUp}) {
-            EXPECT_EQ(Part(answer, 0, 6), Hex("01 80 c2 00 00 0e"));
+            EXPECT_EQ(Part(answer, 0, 6), FromHex("01 80 c2 00 00 0e"));
             EXPECT_EQ(Part(answer, gptpIdentityAt, 10), PortIdentity(port));
             EXPECT_EQ(Part(answer, gptpRequesterAt, 10), asker);
-            EXPECT_EQ(Number(answer, 16, 2), 54U);         // messageLength
-            EXPECT_EQ(Part(answer, 20, 2), Hex("00 08"));  // two-step flag clear, PTP time scale
+            EXPECT_EQ(BigEndianAt(answer, 16, 2), 54U);        // messageLength
+            EXPECT_EQ(Part(answer, 20, 2), FromHex("00 08"));  // two-step flag clear, PTP time scale
         }
         EXPECT_EQ(response.size(), 14U + 54U);
         EXPECT_EQ(followUp.size(), 14U + 54U + 5U);
-        EXPECT_EQ(Part(followUp, 14 + 54, 5), Hex("4f 52 4c 41 00"));
+        EXPECT_EQ(Part(followUp, 14 + 54, 5), FromHex("4f 52 4c 41 00"));
         EXPECT_GE(TimeIn(followUp), TimeIn(response));
         EXPECT_LE(TimeIn(followUp) - TimeIn(response), 5'000'000U);
     }

@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <cinttypes>
 #include <csignal>
-#include <cstdio>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -26,9 +24,7 @@ constexpr size_t pathAt = 14 + 68;
 
 // "0x024e56fffe440003", as the daemon writes a clock identity.
 std::string DaemonsText(const Bytes& identity) {
-    char text[20];
-    snprintf(text, sizeof text, "0x%016" PRIx64, Number(identity, 0, 8));
-    return text;
+    return "0x" + ToHex(identity, "");
 }
 
 // The queue of the program that is told of every grandmaster.
@@ -62,7 +58,7 @@ public:
             const ssize_t length = mq_receive(queue, buffer.data(), buffer.size(), &message.priority);
             if (length < 0) return false;
             message.content.assign(buffer.begin(), buffer.begin() + length);
-            if (HostNumber(message.content, 0, 8) == Number(grandmaster, 0, 8)) found = message;
+            if (HostNumber(message.content, 0, 8) == BigEndianAt(grandmaster, 0, 8)) found = message;
             return found.has_value();
         });
         return found;
@@ -72,7 +68,7 @@ public:
     static uint64_t HostNumber(const Bytes& bytes, size_t offset, size_t size) {
         Bytes turned = Part(bytes, offset, size);
         if constexpr (std::endian::native == std::endian::little) std::reverse(turned.begin(), turned.end());
-        return Number(turned, 0, size);
+        return BigEndianAt(turned, 0, size);
     }
 
 private:
@@ -88,8 +84,9 @@ protected:
 
     // The message that upstream sent with that sequence number.
     std::optional<Bytes> Original(Wire& upstreamWire, GptpMessage message, uint64_t sequence) {
-        return upstreamWire.WaitForFrame(
-            [&](const Bytes& frame) { return IsGptp(frame, message) && Number(frame, gptpSequenceAt, 2) == sequence; });
+        return upstreamWire.WaitForFrame([&](const Bytes& frame) {
+            return IsGptp(frame, message) && BigEndianAt(frame, gptpSequenceAt, 2) == sequence;
+        });
     }
 
     // The message types of gPTP that tshark finds whole in what the daemon sent, in that capture.
@@ -131,8 +128,8 @@ TEST_F(Ptp4lTime, TheBridgeFollowsABetterClockAndSaysSo) {
     EXPECT_EQ(GrandmasterQueue::HostNumber(message->content, 8, 4), 200U);
     EXPECT_EQ(GrandmasterQueue::HostNumber(message->content, 12, 1), 0U);  // domain
     EXPECT_EQ(GrandmasterQueue::HostNumber(message->content, 14, 2), 2U);  // path: the grandmaster, the bridge
-    EXPECT_EQ(GrandmasterQueue::HostNumber(message->content, 16, 8), Number(grandmaster, 0, 8));
-    EXPECT_EQ(GrandmasterQueue::HostNumber(message->content, 24, 8), Number(bridge, 0, 8));
+    EXPECT_EQ(GrandmasterQueue::HostNumber(message->content, 16, 8), BigEndianAt(grandmaster, 0, 8));
+    EXPECT_EQ(GrandmasterQueue::HostNumber(message->content, 24, 8), BigEndianAt(bridge, 0, 8));
     const std::string file = ReadTextFile("/tmp/ptp_grandmaster");
     EXPECT_EQ(Bytes(file.begin(), file.end()), grandmaster);
     EXPECT_TRUE(WaitForAnswer({"-p"}, "ST:SLAVE:MC:" + text + ":LC:" + text + ":SR:0:PD0:")) << Everything();
@@ -142,29 +139,29 @@ TEST_F(Ptp4lTime, SyncFollowUpAndAnnounceAreHandedOn) {
     Wire upstreamWire("port0");
     StartBetween(grandmasterRole, slaveRole);
     ASSERT_TRUE(WaitForState("SLAVE")) << Everything();
-    const Bytes bridgePort1 = Join({bridge, Hex("00 01")});
+    const Bytes bridgePort1 = Join({bridge, FromHex("00 01")});
 
     const auto announce =
-        Relayed(announceMessage, [](const Bytes& frame) { return Number(frame, stepsRemovedAt, 2) == 1; });
+        Relayed(announceMessage, [](const Bytes& frame) { return BigEndianAt(frame, stepsRemovedAt, 2) == 1; });
     ASSERT_TRUE(announce) << Everything();
     const auto followUp =
-        Relayed(followUpMessage, [](const Bytes& frame) { return Number(frame, correctionAt, 8) != 0; });
+        Relayed(followUpMessage, [](const Bytes& frame) { return BigEndianAt(frame, correctionAt, 8) != 0; });
     ASSERT_TRUE(followUp) << Everything();
-    const uint64_t sequence = Number(*followUp, gptpSequenceAt, 2);
+    const uint64_t sequence = BigEndianAt(*followUp, gptpSequenceAt, 2);
     const auto sync =
-        Relayed(syncMessage, [&](const Bytes& frame) { return Number(frame, gptpSequenceAt, 2) == sequence; });
+        Relayed(syncMessage, [&](const Bytes& frame) { return BigEndianAt(frame, gptpSequenceAt, 2) == sequence; });
     ASSERT_TRUE(sync) << Everything();
 
     for (const auto& frame : {*announce, *followUp, *sync}) {
         EXPECT_EQ(Part(frame, 6, 6), VirtualBoard::Address());
         EXPECT_EQ(Part(frame, gptpIdentityAt, 10), bridgePort1);
     }
-    EXPECT_EQ(Number(*announce, pathLengthAt, 2), 16U);
+    EXPECT_EQ(BigEndianAt(*announce, pathLengthAt, 2), 16U);
     EXPECT_EQ(Part(*announce, pathAt, 16), Join({upstream->Identity(), bridge}));
     const auto original = Original(upstreamWire, followUpMessage, sequence);
     ASSERT_TRUE(original) << Everything();
     EXPECT_EQ(Part(*followUp, gptpBodyTimeAt, 10), Part(*original, gptpBodyTimeAt, 10));
-    const uint64_t correctionNs = Number(*followUp, correctionAt, 8) >> 16;
+    const uint64_t correctionNs = BigEndianAt(*followUp, correctionAt, 8) >> 16;
     EXPECT_LT(correctionNs, 1'000'000'000U);  // what the frame spent in the bridge and on its way there
     board->Program().Signal(SIGTERM);
     ASSERT_TRUE(board->Program().WaitForExit());

@@ -5,7 +5,8 @@
 namespace norvad::test {
 namespace {
 
-const Bytes etherTypes[] = {Hex("22 ea"), Hex("88 f5"), Hex("88 f7"), Hex("88 cc"), Hex("08 00"), Hex("da da")};
+const Bytes etherTypes[] = {FromHex("22 ea"), FromHex("88 f5"), FromHex("88 f7"),
+                            FromHex("88 cc"), FromHex("08 00"), FromHex("da da")};
 
 class Garbage : public BoardTest {
 protected:
@@ -13,14 +14,14 @@ protected:
     // later.
     Bytes Frame(size_t length, const Bytes& etherType) {
         static const Bytes beginnings[] = {
-            Hex("00 01 19 00 1e 00 01"),  // an MSRP talker
-            Hex("00 03 08 ff ff 1f ff"),  // listeners whose lengths lie
-            Hex("00 01 02 00 03"),        // MVRP
-            Hex("12 02 00 36 00"),        // a peer delay request
-            Hex("1b 02 ff ff 00"),        // an announce whose length lies
-            Hex("1a 02 00 36 00"),        // a follow-up
+            FromHex("00 01 19 00 1e 00 01"),  // an MSRP talker
+            FromHex("00 03 08 ff ff 1f ff"),  // listeners whose lengths lie
+            FromHex("00 01 02 00 03"),        // MVRP
+            FromHex("12 02 00 36 00"),        // a peer delay request
+            FromHex("1b 02 ff ff 00"),        // an announce whose length lies
+            FromHex("1a 02 00 36 00"),        // a follow-up
         };
-        Bytes frame = Join({Hex("01 80 c2 00 00 0e"), stations[0], etherType});
+        Bytes frame = Join({FromHex("01 80 c2 00 00 0e"), stations[0], etherType});
         const Bytes& beginning = beginnings[random() % std::size(beginnings)];
         if (random() % 2 == 0) frame = Join({frame, beginning});
         while (frame.size() < length) frame.push_back(static_cast<uint8_t>(random()));
@@ -42,7 +43,7 @@ protected:
         const auto answered = [&] {
             wires[port]->Send(PdelayRequest(stations[port], sequence));
             const auto isAnswer = [&](const Bytes& each) {
-                return IsGptp(each, pdelayResp) && Number(each, gptpSequenceAt, 2) == sequence;
+                return IsGptp(each, pdelayResp) && BigEndianAt(each, gptpSequenceAt, 2) == sequence;
             };
             return wires[port]->WaitForFrame(isAnswer, 0, std::chrono::milliseconds(500)).has_value();
         };
@@ -129,7 +130,7 @@ TEST_F(TaggedGarbage, OfEveryLengthFromTheSwitchDoesNotStopTheDaemon) {
 
     for (size_t length = 14; length <= 200; ++length) {
         for (const auto& etherType : etherTypes) {
-            Bytes frame = Join({Hex("01 80 c2 00 00 0e 02 00 00 00 00 01 da da 00 00"),
+            Bytes frame = Join({FromHex("01 80 c2 00 00 0e 02 00 00 00 00 01 da da 00 00"),
                                 Bytes{0, static_cast<uint8_t>(random()), 0, 0}, etherType});
             while (frame.size() < length) frame.push_back(static_cast<uint8_t>(random()));
             frame.resize(length);
@@ -137,7 +138,7 @@ TEST_F(TaggedGarbage, OfEveryLengthFromTheSwitchDoesNotStopTheDaemon) {
         }
     }
     const size_t before = log.Size();
-    cpu.Send(Hex("01 80 c2 00 00 0e 02 00 00 00 00 01 da da 00 00 00 00 00 00 88 cc 00 00"));
+    cpu.Send(FromHex("01 80 c2 00 00 0e 02 00 00 00 00 01 da da 00 00 00 00 00 00 88 cc 00 00"));
 
     EXPECT_TRUE(log.WaitForPart(" [SW-LLDP] Handle ", before)) << Log();
     EXPECT_TRUE(daemon.IsRunning()) << daemon.Errors();

@@ -100,23 +100,23 @@ TEST_F(DriverTest, ClockIsSteered) {
 
 TEST_F(DriverTest, TransmitQueryNamesTheSequenceAsANumber) {
     KeepStamp(Direction::TRANSMIT);
-    Bytes record =
-        Hex("0e 00 00 00  00 00 00 00"
-            " 00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
-            " 02 01 02 01");  // sequence 0x0102 little-endian, type 2, port 1
+    Bytes record = FromHex(
+        "0e 00 00 00  00 00 00 00"
+        " 00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
+        " 02 01 02 01");  // sequence 0x0102 little-endian, type 2, port 1
 
     ASSERT_EQ(board.Request(record, 0), 0);
-    EXPECT_EQ(record, Hex("0e 00 00 00  00 00 00 00"
-                          " e8 03 00 00 00 00 00 00  e8 03 00 00 00 00 00 00"
-                          " 02 01 02 01"));
+    EXPECT_EQ(record, FromHex("0e 00 00 00  00 00 00 00"
+                              " e8 03 00 00 00 00 00 00  e8 03 00 00 00 00 00 00"
+                              " 02 01 02 01"));
 }
 
 TEST_F(DriverTest, ReceiveQueryNamesTheSequenceAsItStandsInTheHeader) {
     KeepStamp(Direction::RECEIVE);
-    Bytes record =
-        Hex("0f 00 00 00  00 00 00 00"
-            " 00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
-            " 01 02 02 01");
+    Bytes record = FromHex(
+        "0f 00 00 00  00 00 00 00"
+        " 00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
+        " 01 02 02 01");
 
     ASSERT_EQ(board.Request(record, 0), 0);
     EXPECT_EQ(record[8], 0xE8);
@@ -125,10 +125,10 @@ TEST_F(DriverTest, ReceiveQueryNamesTheSequenceAsItStandsInTheHeader) {
 
 TEST_F(DriverTest, QueryWithoutAStampFailsAndLeavesTheRecord) {
     const TimestampRecord query{Command(SwitchCommand::SWITCH_PTP_TX_TIMESTAMP), 7, 8, 0x0102, 2, 1};
-    Bytes record = RecordBytes(query);
+    Bytes record = Copy(BytesOf(query));
 
     EXPECT_EQ(board.Request(record, 0), EAGAIN);
-    EXPECT_EQ(record, RecordBytes(query));
+    EXPECT_EQ(record, Copy(BytesOf(query)));
     EXPECT_THAT(events.lines, ElementsAre("no transmit stamp port 1 type 2 sequence 258"));
 }
 
@@ -157,7 +157,7 @@ TEST_F(DriverTest, StatusOfTheTablesIsReported) {
 
 TEST_F(DriverTest, UnknownCommandsAreNotSupported) {
     for (const uint32_t command : {0u, 11u, 13u, 17u, 22u, std::numeric_limits<uint32_t>::max()}) {
-        Bytes record = RecordBytes(CommandHeader{command, 0});
+        Bytes record = Copy(BytesOf(CommandHeader{command, 0}));
         record.resize(64);
         EXPECT_EQ(board.Request(record, 0), EOPNOTSUPP) << command;
         EXPECT_FALSE(RecordSize(command)) << command;
@@ -168,10 +168,10 @@ TEST_F(DriverTest, RecordShorterThanItsCommandIsRefusedAtEveryLength) {
     for (uint32_t command = 0; command < 32; ++command) {
         const auto size = RecordSize(command);
         if (!size) continue;
-        Bytes record = RecordBytes(CommandHeader{command, 0});
+        Bytes record = Copy(BytesOf(CommandHeader{command, 0}));
         record.resize(*size);
         for (size_t length = 0; length < *size; ++length) {
-            Bytes cut(record.begin(), record.begin() + static_cast<ptrdiff_t>(length));
+            Bytes cut = Part(record, 0, length);
             EXPECT_EQ(board.Request(cut, 0), EINVAL) << command << " of " << length;
         }
     }

@@ -19,7 +19,7 @@ using testing::Pair;
 constexpr MacAddress streamAddress{0x91, 0xE0, 0xF0, 0, 0x01, 0};
 
 Bytes Frame(const char* addresses, const char* rest) {
-    return Join({Hex(addresses), Hex(rest), Bytes(46)});
+    return Join({FromHex(addresses), FromHex(rest), Bytes(46)});
 }
 
 const auto broadcast = Frame("ff ff ff ff ff ff  02 00 00 00 00 0a", "08 00");
@@ -28,15 +28,15 @@ const auto ofStream = Frame("91 e0 f0 00 01 00  02 00 00 00 00 0a", "81 00 60 02
 
 // As the CPU sends it; a tag's first byte is 0x40, its second the port in bits 7..3.
 Bytes FromCpu(uint8_t port) {
-    auto frame = Join({Hex("01 80 c2 00 00 0e  02 00 00 00 10 01  da da 00 00 40 00 e0 01 22 ea"), Bytes(46)});
+    auto frame = Join({FromHex("01 80 c2 00 00 0e  02 00 00 00 10 01  da da 00 00 40 00 e0 01 22 ea"), Bytes(46)});
     frame[17] = static_cast<uint8_t>(port << 3);
     return frame;
 }
 
 // An event message of type 2 with sequence id 0x0102.
 Bytes EventMessage() {
-    return Join(
-        {Hex("01 80 c2 00 00 0e  02 00 00 00 00 0a  88 f7  12 02 00 36"), Bytes(26), Hex("01 02 05 7f"), Bytes(20)});
+    return Join({FromHex("01 80 c2 00 00 0e  02 00 00 00 00 0a  88 f7  12 02 00 36"), Bytes(26), FromHex("01 02 05 7f"),
+                 Bytes(20)});
 }
 
 class FivePorts : public BoardTest {

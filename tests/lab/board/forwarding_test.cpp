@@ -14,7 +14,7 @@ using testing::SizeIs;
 
 // Frames of a station, each with 46 bytes of payload.
 Bytes Frame(const char* destination, const char* source, const char* rest) {
-    return Join({Hex(destination), Hex(source), Hex(rest), Bytes(46)});
+    return Join({FromHex(destination), FromHex(source), FromHex(rest), Bytes(46)});
 }
 
 constexpr auto left = "02 00 00 00 00 0a";
@@ -96,7 +96,7 @@ TEST_F(Forwarding, ControlFrameIsTrappedWithATagThatNamesItsPort) {
     EXPECT_THAT(wires.sent, IsEmpty());
     ASSERT_THAT(wires.toCpu, SizeIs(1));
     EXPECT_EQ(wires.toCpu[0],
-              Join({Hex("01 80 c2 00 00 0e  02 00 00 00 00 0a  da da 00 00 00 08 00 00  88 f7"), Bytes(46)}));
+              Join({FromHex("01 80 c2 00 00 0e  02 00 00 00 00 0a  da da 00 00 00 08 00 00  88 f7"), Bytes(46)}));
     EXPECT_EQ(board.Counters(1).trapped, 1u);
     EXPECT_EQ(board.Counters(cpuPort).sent.frames, 1u);
 }
@@ -174,8 +174,7 @@ TEST_F(Forwarding, EntryThatNamesTheCpuHandsTheStreamUp) {
 
     EXPECT_THAT(wires.sent, SizeIs(1));
     ASSERT_THAT(wires.toCpu, SizeIs(1));
-    EXPECT_EQ(Bytes(wires.toCpu[0].begin() + 12, wires.toCpu[0].begin() + 26),
-              Hex("da da 00 00 00 00 00 00  81 00 60 02 22 f0"));
+    EXPECT_EQ(Part(wires.toCpu[0], 12, 14), FromHex("da da 00 00 00 00 00 00  81 00 60 02 22 f0"));
 }
 
 TEST_F(Forwarding, EntryCountsItsFramesAndBytesOnTheWire) {
@@ -310,7 +309,7 @@ TEST_F(Forwarding, EveryTruncationOfEveryKindOfFrameIsTaken) {
     for (const auto& whole : {Frame(control, left, "88 f7 12 02 00 36"), Frame(stream, left, vlan2),
                               Frame(everybody, left, vlan10), Frame(right, left, plain)}) {
         for (size_t length = 0; length <= whole.size(); ++length) {
-            const Bytes cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length));
+            const Bytes cut = Part(whole, 0, length);
             const auto malformed = Dropped(0, DropReason::MALFORMED);
             Arrive(0, cut);
             const size_t header = whole[12] == 0x81 && length >= 14 ? 18 : 14;
@@ -331,16 +330,17 @@ class FromTheCpu : public Forwarding {};
 
 // Destination, source, tag with the given two bytes, then a frame of that EtherType.
 Bytes Tagged(const char* tag, const char* etherType, const Bytes& payload) {
-    return Join(
-        {Hex(control), Hex("02 00 00 00 10 01"), Hex("da da 00 00"), Hex(tag), Hex("e0 01"), Hex(etherType), payload});
+    return Join({FromHex(control), FromHex("02 00 00 00 10 01"), FromHex("da da 00 00"), FromHex(tag), FromHex("e0 01"),
+                 FromHex(etherType), payload});
 }
 
 TEST_F(FromTheCpu, FrameLeavesThePortOfItsTagWithoutIt) {
     board.FrameFromCpu(Tagged("40 00", "22 ea", Bytes(46)));
     board.FrameFromCpu(Tagged("40 08", "88 f5", Bytes(46)));
 
-    EXPECT_THAT(wires.sent, ElementsAre(Pair(0, Join({Hex("01 80 c2 00 00 0e 02 00 00 00 10 01 22 ea"), Bytes(46)})),
-                                        Pair(1, Join({Hex("01 80 c2 00 00 0e 02 00 00 00 10 01 88 f5"), Bytes(46)}))));
+    EXPECT_THAT(wires.sent,
+                ElementsAre(Pair(0, Join({FromHex("01 80 c2 00 00 0e 02 00 00 00 10 01 22 ea"), Bytes(46)})),
+                            Pair(1, Join({FromHex("01 80 c2 00 00 0e 02 00 00 00 10 01 88 f5"), Bytes(46)}))));
     EXPECT_EQ(board.Counters(cpuPort).received.frames, 2u);
     EXPECT_EQ(board.Counters(cpuPort).forwarded, 2u);
 }
@@ -393,7 +393,7 @@ TEST_F(FromTheCpu, EveryTruncationIsTaken) {
 }
 
 TEST_F(FromTheCpu, TrailerIsCutOnThePortThatIsToldTo) {
-    const Bytes followUp = Join({Hex("1a 02 00 36"), Bytes(50), Hex("4f 52 4c 41 00")});
+    const Bytes followUp = Join({FromHex("1a 02 00 36"), Bytes(50), FromHex("4f 52 4c 41 00")});
 
     board.FrameFromCpu(Tagged("40 00", "88 f7", followUp));
     board.FrameFromCpu(Tagged("40 08", "88 f7", followUp));
@@ -407,9 +407,9 @@ class Stamping : public Forwarding {
 protected:
     // An event message of type 2 with that sequence id.
     static Bytes Event(uint8_t low) {
-        Bytes message = Join({Hex("12 02 00 36"), Bytes(26), Hex("01 00 05 7f"), Bytes(20)});
+        Bytes message = Join({FromHex("12 02 00 36"), Bytes(26), FromHex("01 00 05 7f"), Bytes(20)});
         message[31] = low;
-        return Join({Hex(control), Hex(left), Hex("88 f7"), message});
+        return Join({FromHex(control), FromHex(left), FromHex("88 f7"), message});
     }
 };
 

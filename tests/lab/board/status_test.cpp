@@ -16,7 +16,7 @@ TEST_F(StatusReportTest, ShowsTablesAndCounters) {
     AddMulticast(0x02, 2, stream);
     SetVlan(1, 0x03, 10);
     Request(EgressLimitRecord{Command(SwitchCommand::SWITCH_EGRESS_LIMIT), 1, 2, 1'200'000});
-    const auto frame = Join({Hex("91 e0 f0 00 01 00  02 00 00 00 00 05  81 00 60 02 22 f0"), Bytes(46)});
+    const auto frame = Join({FromHex("91 e0 f0 00 01 00  02 00 00 00 00 05  81 00 60 02 22 f0"), Bytes(46)});
     board.FrameArrived(0, frame, 10 * second);
     for (int i = 1; i <= 1'000; ++i) board.FrameArrived(0, frame, 11 * second);
     board.FrameArrived(1, frame, 11 * second);

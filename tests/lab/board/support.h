@@ -17,19 +17,12 @@
 namespace norvad::board::test {
 
 using norvad::test::Bytes;
-using norvad::test::Hex;
+using norvad::test::Copy;
+using norvad::test::FromHex;
 using norvad::test::Join;
+using norvad::test::Part;
 
 inline constexpr int64_t second = 1'000'000'000;
-
-inline Bytes Copy(std::span<const uint8_t> bytes) {
-    return Bytes(bytes.begin(), bytes.end());
-}
-
-template <typename Record>
-Bytes RecordBytes(const Record& record) {
-    return Copy(BytesOf(record));
-}
 
 inline CommandHeader Command(SwitchCommand command) {
     return {static_cast<uint32_t>(command), 0};
@@ -74,7 +67,7 @@ protected:
 
     template <typename Record>
     int Request(const Record& record, int64_t referenceNs = 0) {
-        Bytes bytes = RecordBytes(record);
+        Bytes bytes = Copy(BytesOf(record));
         return board.Request(bytes, referenceNs);
     }
     int AddMulticast(uint8_t portMask, uint16_t vid, const MacAddress& address) {

@@ -7,14 +7,14 @@ namespace norvad::lab {
 namespace {
 
 using norvad::test::Bytes;
-using norvad::test::Hex;
+using norvad::test::FromHex;
 using norvad::test::Join;
 
-const Bytes addresses = Hex("01 80 c2 00 00 0e  02 00 00 00 00 05");
+const Bytes addresses = FromHex("01 80 c2 00 00 0e  02 00 00 00 00 05");
 
 // A Pdelay_Resp_Follow_Up of 54 bytes with sequence id 0x0102.
-const Bytes followUp = Join({Hex("1a 02 00 36"), Bytes(26), Hex("01 02 05 7f"), Bytes(20)});
-const Bytes trailer = Hex("4f 52 4c 41 00");
+const Bytes followUp = Join({FromHex("1a 02 00 36"), Bytes(26), FromHex("01 02 05 7f"), Bytes(20)});
+const Bytes trailer = FromHex("4f 52 4c 41 00");
 
 Bytes PdelayReq() {
     Bytes message = followUp;
@@ -23,7 +23,7 @@ Bytes PdelayReq() {
 }
 
 TEST(Frame, PlainHeaderIsOfVlanZero) {
-    const auto fields = ParseFrame(Join({addresses, Hex("88 f7 12")}));
+    const auto fields = ParseFrame(Join({addresses, FromHex("88 f7 12")}));
 
     ASSERT_TRUE(fields);
     EXPECT_EQ(AddressText(fields->destination), "01:80:c2:00:00:0e");
@@ -34,7 +34,7 @@ TEST(Frame, PlainHeaderIsOfVlanZero) {
 }
 
 TEST(Frame, TagGivesTheVlanWithoutItsPriority) {
-    const auto fields = ParseFrame(Join({addresses, Hex("81 00 7f fe 22 f0")}));
+    const auto fields = ParseFrame(Join({addresses, FromHex("81 00 7f fe 22 f0")}));
 
     ASSERT_TRUE(fields);
     EXPECT_EQ(fields->vid, 0xFFE);
@@ -43,8 +43,8 @@ TEST(Frame, TagGivesTheVlanWithoutItsPriority) {
 }
 
 TEST(Frame, EveryFrameThatEndsInItsHeaderIsRefused) {
-    const Bytes plain = Join({addresses, Hex("88 f7")});
-    const Bytes tagged = Join({addresses, Hex("81 00 60 02 22 f0")});
+    const Bytes plain = Join({addresses, FromHex("88 f7")});
+    const Bytes tagged = Join({addresses, FromHex("81 00 60 02 22 f0")});
 
     for (size_t length = 0; length < 14; ++length) EXPECT_FALSE(ParseFrame(std::span(plain).first(length)));
     for (size_t length = 0; length < 18; ++length) EXPECT_FALSE(ParseFrame(std::span(tagged).first(length)));
@@ -53,7 +53,7 @@ TEST(Frame, EveryFrameThatEndsInItsHeaderIsRefused) {
 }
 
 TEST(Frame, EventMessageIsFoundByTypeAndSequence) {
-    const auto event = ParseEventMessage(Join({addresses, Hex("88 f7"), PdelayReq()}));
+    const auto event = ParseEventMessage(Join({addresses, FromHex("88 f7"), PdelayReq()}));
 
     ASSERT_TRUE(event);
     EXPECT_EQ(event->messageType, 2);
@@ -64,13 +64,13 @@ TEST(Frame, OnlyTheFirstEightTypesAreEvents) {
     Bytes message = followUp;
     for (unsigned type = 0; type < 16; ++type) {
         message[0] = static_cast<uint8_t>(0x10 | type);
-        EXPECT_EQ(ParseEventMessage(Join({addresses, Hex("88 f7"), message})).has_value(), type < 8) << type;
+        EXPECT_EQ(ParseEventMessage(Join({addresses, FromHex("88 f7"), message})).has_value(), type < 8) << type;
     }
-    EXPECT_FALSE(ParseEventMessage(Join({addresses, Hex("88 f5"), PdelayReq()})));
+    EXPECT_FALSE(ParseEventMessage(Join({addresses, FromHex("88 f5"), PdelayReq()})));
 }
 
 TEST(Frame, EventMessageThatEndsInItsHeaderIsNone) {
-    const Bytes frame = Join({addresses, Hex("88 f7"), PdelayReq()});
+    const Bytes frame = Join({addresses, FromHex("88 f7"), PdelayReq()});
 
     for (size_t length = 0; length < 14 + 34; ++length) {
         EXPECT_FALSE(ParseEventMessage(std::span(frame).first(length))) << length;
@@ -79,23 +79,23 @@ TEST(Frame, EventMessageThatEndsInItsHeaderIsNone) {
 }
 
 TEST(Frame, TrailerBehindAPtpMessageIsCut) {
-    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, Hex("88 f7"), followUp, trailer})), 68u);
-    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, Hex("81 00 00 01 88 f7"), followUp, trailer})), 72u);
-    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, Hex("88 f7"), followUp})), 68u);
+    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, FromHex("88 f7"), followUp, trailer})), 68u);
+    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, FromHex("81 00 00 01 88 f7"), followUp, trailer})), 72u);
+    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, FromHex("88 f7"), followUp})), 68u);
 }
 
 TEST(Frame, CuttingLeavesTheSmallestFrame) {
-    Bytes sync = Join({Hex("10 02 00 2c"), Bytes(40)});
-    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, Hex("88 f7"), sync, Bytes(2)})), 60u);
-    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, Hex("88 f7"), sync, Bytes(9)})), 60u);
-    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, Hex("88 f7"), sync})), 58u);
+    Bytes sync = Join({FromHex("10 02 00 2c"), Bytes(40)});
+    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, FromHex("88 f7"), sync, Bytes(2)})), 60u);
+    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, FromHex("88 f7"), sync, Bytes(9)})), 60u);
+    EXPECT_EQ(LengthWithoutPtpTrailer(Join({addresses, FromHex("88 f7"), sync})), 58u);
 }
 
 TEST(Frame, NothingIsCutFromWhatIsNoWholePtpMessage) {
-    const Bytes other = Join({addresses, Hex("88 cc"), followUp, trailer});
+    const Bytes other = Join({addresses, FromHex("88 cc"), followUp, trailer});
     EXPECT_EQ(LengthWithoutPtpTrailer(other), other.size());
 
-    Bytes liar = Join({addresses, Hex("88 f7 1a 02 ff ff"), Bytes(60)});
+    Bytes liar = Join({addresses, FromHex("88 f7 1a 02 ff ff"), Bytes(60)});
     for (size_t length = 0; length <= liar.size(); ++length) {
         EXPECT_EQ(LengthWithoutPtpTrailer(std::span(liar).first(length)), length);
     }

@@ -9,9 +9,9 @@ namespace norvad::station {
 namespace {
 
 const MrpValue stream{TALKER_ADVERTISE,
-                      Hex("02 00 00 00 00 01 00 01 91 e0 f0 00 01 00 00 02 00 64 00 01 70 00 00 00 00")};
-const MrpValue ready{LISTENER_VECTOR, Hex("02 00 00 00 00 01 00 01"), ListenerDeclaration::READY};
-const MrpValue domain{DOMAIN, Hex("06 03 00 02")};
+                      FromHex("02 00 00 00 00 01 00 01 91 e0 f0 00 01 00 00 02 00 64 00 01 70 00 00 00 00")};
+const MrpValue ready{LISTENER_VECTOR, FromHex("02 00 00 00 00 01 00 01"), ListenerDeclaration::READY};
+const MrpValue domain{DOMAIN, FromHex("06 03 00 02")};
 
 class StationParticipant : public testing::Test, private RegistrationObserver {
 protected:

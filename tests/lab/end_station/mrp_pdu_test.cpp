@@ -33,52 +33,52 @@ constexpr auto talkerAndListeners = R"(
 TEST(StationMrpPdu, MsrpPduIsReadInItsOrder) {
     WrittenDown said;
 
-    EXPECT_TRUE(ReadMrpPdu(msrpApplication, Hex(talkerAndListeners), said));
+    EXPECT_TRUE(ReadMrpPdu(msrpApplication, FromHex(talkerAndListeners), said));
 
     EXPECT_EQ(said.lines, (std::vector<std::string>{"1 event 0", "leave all 3", "3 event 1 declaration 1",
                                                     "3 event 1 declaration 2", "3 event 0 declaration 3",
                                                     "3 event 3 declaration 2"}));
     EXPECT_EQ(said.values[0].firstValue[0], 0x02);
-    EXPECT_EQ(said.values[4].firstValue, Hex("02 00 00 00 00 02 01 02"));  // 0x00ff and three more
+    EXPECT_EQ(said.values[4].firstValue, FromHex("02 00 00 00 00 02 01 02"));  // 0x00ff and three more
 }
 
 TEST(StationMrpPdu, TalkersOfAVectorCountStreamAndDestination) {
     WrittenDown said;
 
-    EXPECT_TRUE(ReadMrpPdu(msrpApplication, Hex(R"(
+    EXPECT_TRUE(ReadMrpPdu(msrpApplication, FromHex(R"(
         00 01 19 00 1e 00 02
         02 00 00 00 00 01 ff ff 91 e0 f0 00 01 ff 00 02 00 64 00 01 70 00 00 00 00
         2a 00 00 00 00)"),
                            said));
 
     ASSERT_EQ(said.values.size(), 2u);
-    EXPECT_EQ(said.values[1].firstValue, Hex("02 00 00 00 00 01 00 00 91 e0 f0 00 02 00 00 02"
-                                             "00 64 00 01 70 00 00 00 00"));
+    EXPECT_EQ(said.values[1].firstValue, FromHex("02 00 00 00 00 01 00 00 91 e0 f0 00 02 00 00 02"
+                                                 "00 64 00 01 70 00 00 00 00"));
 }
 
 TEST(StationMrpPdu, DomainsOfAVectorCountClassAndPriority) {
     WrittenDown said;
 
-    EXPECT_TRUE(ReadMrpPdu(msrpApplication, Hex("00 04 04 00 09 00 02 05 02 00 02 2a 00 00 00 00"), said));
+    EXPECT_TRUE(ReadMrpPdu(msrpApplication, FromHex("00 04 04 00 09 00 02 05 02 00 02 2a 00 00 00 00"), said));
 
     ASSERT_EQ(said.values.size(), 2u);
-    EXPECT_EQ(said.values[0].firstValue, Hex("05 02 00 02"));
-    EXPECT_EQ(said.values[1].firstValue, Hex("06 03 00 02"));
+    EXPECT_EQ(said.values[0].firstValue, FromHex("05 02 00 02"));
+    EXPECT_EQ(said.values[1].firstValue, FromHex("06 03 00 02"));
 }
 
 TEST(StationMrpPdu, MvrpVectorsFollowOneAnotherUntilTheMark) {
     WrittenDown said;
 
-    EXPECT_TRUE(ReadMrpPdu(mvrpApplication, Hex("00 01 02 20 01 00 07 6c 00 02 00 ff b4 00 00 00 00"), said));
+    EXPECT_TRUE(ReadMrpPdu(mvrpApplication, FromHex("00 01 02 20 01 00 07 6c 00 02 00 ff b4 00 00 00 00"), said));
 
     EXPECT_EQ(said.lines, (std::vector<std::string>{"leave all 1", "1 event 3", "1 event 5", "1 event 0"}));
-    EXPECT_EQ(said.values[2].firstValue, Hex("01 00"));
+    EXPECT_EQ(said.values[2].firstValue, FromHex("01 00"));
 }
 
 TEST(StationMrpPdu, LeaveAllWithoutValuesIsRead) {
     WrittenDown said;
 
-    EXPECT_TRUE(ReadMrpPdu(msrpApplication, Hex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"), said));
+    EXPECT_TRUE(ReadMrpPdu(msrpApplication, FromHex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"), said));
 
     EXPECT_EQ(said.lines, std::vector<std::string>{"leave all 4"});
 }
@@ -87,8 +87,8 @@ TEST(StationMrpPdu, UnknownTypeIsSteppedOverWhereItsLengthIsTold) {
     WrittenDown said;
 
     EXPECT_TRUE(
-        ReadMrpPdu(msrpApplication, Hex("00 09 02 00 03 aa bb cc 04 04 00 09 00 01 05 02 00 02 00 00 00"), said));
-    EXPECT_FALSE(ReadMrpPdu(mvrpApplication, Hex("00 09 02 00 01 00 07 00 00 00 00 00"), said));
+        ReadMrpPdu(msrpApplication, FromHex("00 09 02 00 03 aa bb cc 04 04 00 09 00 01 05 02 00 02 00 00 00"), said));
+    EXPECT_FALSE(ReadMrpPdu(mvrpApplication, FromHex("00 09 02 00 01 00 07 00 00 00 00 00"), said));
 
     EXPECT_EQ(said.lines, std::vector<std::string>{"4 event 0"});
 }
@@ -96,13 +96,13 @@ TEST(StationMrpPdu, UnknownTypeIsSteppedOverWhereItsLengthIsTold) {
 TEST(StationMrpPdu, WrongAttributeLengthEndsThePdu) {
     WrittenDown said;
 
-    EXPECT_FALSE(ReadMrpPdu(msrpApplication, Hex("00 04 05 00 0a 00 01 05 02 00 02 00 00 00 00 00 00"), said));
+    EXPECT_FALSE(ReadMrpPdu(msrpApplication, FromHex("00 04 05 00 0a 00 01 05 02 00 02 00 00 00 00 00 00"), said));
 
     EXPECT_TRUE(said.lines.empty());
 }
 
 TEST(StationMrpPdu, EveryTruncationSaysNoMoreThanTheWholeAndIsNoticed) {
-    const Bytes whole = Hex(talkerAndListeners);
+    const Bytes whole = FromHex(talkerAndListeners);
     WrittenDown all;
     ReadMrpPdu(msrpApplication, whole, all);
     const size_t endOfFirstMessage = 1 + 4 + 30;
@@ -111,7 +111,7 @@ TEST(StationMrpPdu, EveryTruncationSaysNoMoreThanTheWholeAndIsNoticed) {
     for (size_t length = 0; length < whole.size(); ++length) {
         WrittenDown said;
         // A copy of just that length, so that the sanitizer sees a read behind it.
-        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        const Bytes cut = Part(whole, 0, length);
         const bool isWhole = ReadMrpPdu(msrpApplication, cut, said);
         EXPECT_EQ(isWhole, length == 1 || length == endOfFirstMessage || length == endOfMessages) << length;
         ASSERT_LE(said.lines.size(), all.lines.size()) << length;
@@ -122,8 +122,8 @@ TEST(StationMrpPdu, EveryTruncationSaysNoMoreThanTheWholeAndIsNoticed) {
 TEST(StationMrpPdu, VectorThatReachesBeyondItsListSaysNothing) {
     WrittenDown said;
 
-    EXPECT_FALSE(ReadMrpPdu(msrpApplication, Hex("00 04 04 00 07 00 04 05 02 00 02 2a 24 00 00 00 00"), said));
-    EXPECT_FALSE(ReadMrpPdu(msrpApplication, Hex(R"(
+    EXPECT_FALSE(ReadMrpPdu(msrpApplication, FromHex("00 04 04 00 07 00 04 05 02 00 02 2a 24 00 00 00 00"), said));
+    EXPECT_FALSE(ReadMrpPdu(msrpApplication, FromHex(R"(
         00 03 08 00 0c 00 05 02 00 00 00 00 01 00 01 2a 2a 00 00 00 00)"),
                             said));
 
@@ -132,7 +132,7 @@ TEST(StationMrpPdu, VectorThatReachesBeyondItsListSaysNothing) {
 
 TEST(StationMrpPdu, RubbishIsReadWithinItsBytes) {
     std::mt19937 random(4711);
-    const Bytes seed = Hex(talkerAndListeners);
+    const Bytes seed = FromHex(talkerAndListeners);
     size_t malformed = 0;
 
     for (int round = 0; round < 20'000; ++round) {
@@ -151,12 +151,12 @@ TEST(StationMrpPdu, RubbishIsReadWithinItsBytes) {
 TEST(StationMrpPdu, MsrpMessagesAreWrittenWithTheirListLength) {
     MrpPduWriter writer(msrpApplication);
 
-    EXPECT_TRUE(writer.AddValue({LISTENER_VECTOR, Hex("02 00 00 00 00 01 00 01"), ListenerDeclaration::READY},
+    EXPECT_TRUE(writer.AddValue({LISTENER_VECTOR, FromHex("02 00 00 00 00 01 00 01"), ListenerDeclaration::READY},
                                 AttributeEvent::JOINMT, false));
-    EXPECT_TRUE(writer.AddValue({DOMAIN, Hex("05 02 00 02")}, AttributeEvent::NEW, true));
-    EXPECT_TRUE(writer.AddValue({DOMAIN, Hex("06 03 00 02")}, AttributeEvent::LV, false));
+    EXPECT_TRUE(writer.AddValue({DOMAIN, FromHex("05 02 00 02")}, AttributeEvent::NEW, true));
+    EXPECT_TRUE(writer.AddValue({DOMAIN, FromHex("06 03 00 02")}, AttributeEvent::LV, false));
 
-    EXPECT_EQ(Copy(writer.Finish()), Hex(R"(
+    EXPECT_EQ(Copy(writer.Finish()), FromHex(R"(
         00
         03 08 00 0e  00 01  02 00 00 00 00 01 00 01  6c  80  00 00
         04 04 00 10  20 01  05 02 00 02  00                        // LeaveAll
@@ -168,10 +168,10 @@ TEST(StationMrpPdu, MsrpMessagesAreWrittenWithTheirListLength) {
 TEST(StationMrpPdu, EveryVlanHasAMessageOfItsOwn) {
     MrpPduWriter writer(mvrpApplication);
 
-    EXPECT_TRUE(writer.AddValue({vlanAttribute, Hex("00 07")}, AttributeEvent::NEW, true));
-    EXPECT_TRUE(writer.AddValue({vlanAttribute, Hex("01 00")}, AttributeEvent::JOIN, false));
+    EXPECT_TRUE(writer.AddValue({vlanAttribute, FromHex("00 07")}, AttributeEvent::NEW, true));
+    EXPECT_TRUE(writer.AddValue({vlanAttribute, FromHex("01 00")}, AttributeEvent::JOIN, false));
 
-    EXPECT_EQ(Copy(writer.Finish()), Hex("00  01 02 20 01 00 07 00 00 00  01 02 00 01 01 00 24 00 00  00 00"));
+    EXPECT_EQ(Copy(writer.Finish()), FromHex("00  01 02 20 01 00 07 00 00 00  01 02 00 01 01 00 24 00 00  00 00"));
 }
 
 TEST(StationMrpPdu, LeaveAllAloneHasAZeroValueAndNoEvents) {
@@ -179,7 +179,7 @@ TEST(StationMrpPdu, LeaveAllAloneHasAZeroValueAndNoEvents) {
 
     EXPECT_TRUE(writer.AddLeaveAll(msrpShapes[3]));
 
-    EXPECT_EQ(Copy(writer.Finish()), Hex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"));
+    EXPECT_EQ(Copy(writer.Finish()), FromHex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"));
 }
 
 TEST(StationMrpPdu, FullPduTakesNoMoreAndFitsAFrame) {
@@ -205,7 +205,7 @@ TEST(StationMrpPdu, RestartedWriterForgetsWhatItWrote) {
     EXPECT_TRUE(writer.IsEmpty());
     writer.AddLeaveAll(msrpShapes[3]);
 
-    EXPECT_EQ(Copy(writer.Finish()), Hex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"));
+    EXPECT_EQ(Copy(writer.Finish()), FromHex("00 04 04 00 08 20 00 00 00 00 00 00 00 00 00"));
 }
 
 }  // namespace norvad::station

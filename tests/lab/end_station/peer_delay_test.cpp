@@ -36,16 +36,16 @@ TEST_F(StationPeerDelay, RequestIsAnsweredByResponseAndFollowUp) {
     auto peerDelay = Make({});
     port.transmitDelayNs = 700;
 
-    Receive(peerDelay, Hex(request), 4'999'999'000);
+    Receive(peerDelay, FromHex(request), 4'999'999'000);
 
     ASSERT_EQ(port.sent.size(), 2u);
-    EXPECT_EQ(port.sent[0], Hex(R"(
+    EXPECT_EQ(port.sent[0], FromHex(R"(
         01 80 c2 00 00 0e 02 00 00 00 00 0a 88 f7
         13 02 00 36 00 00 02 08 00 00 00 00 00 00 00 00 00 00 00 00
         02 00 00 ff fe 00 00 0a 00 01  12 34 05 7f
         00 00 00 00 00 04 3b 9a c6 18       // 4.999999000 s
         00 11 22 ff fe 33 44 55 00 01)"));
-    EXPECT_EQ(port.sent[1], Hex(R"(
+    EXPECT_EQ(port.sent[1], FromHex(R"(
         01 80 c2 00 00 0e 02 00 00 00 00 0a 88 f7
         1a 02 00 36 00 00 00 08 00 00 00 00 00 00 00 00 00 00 00 00
         02 00 00 ff fe 00 00 0a 00 01  12 34 05 7f
@@ -57,8 +57,8 @@ TEST_F(StationPeerDelay, RequestIsAnsweredByResponseAndFollowUp) {
 TEST_F(StationPeerDelay, OnlyTheFirstAnswerIsAnEvent) {
     auto peerDelay = Make({});
 
-    Receive(peerDelay, Hex(request));
-    Receive(peerDelay, Hex(request));
+    Receive(peerDelay, FromHex(request));
+    Receive(peerDelay, FromHex(request));
 
     EXPECT_EQ(port.sent.size(), 4u);
     EXPECT_EQ(events.size(), 1u);
@@ -66,10 +66,10 @@ TEST_F(StationPeerDelay, OnlyTheFirstAnswerIsAnEvent) {
 
 TEST_F(StationPeerDelay, EveryTruncatedRequestStaysUnanswered) {
     auto peerDelay = Make({});
-    const Bytes whole = Hex(request);
+    const Bytes whole = FromHex(request);
 
     for (size_t length = sizeof(EthernetHeader); length < whole.size(); ++length) {
-        Receive(peerDelay, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
+        Receive(peerDelay, Part(whole, 0, length));
     }
 
     EXPECT_TRUE(port.sent.empty());
@@ -78,7 +78,7 @@ TEST_F(StationPeerDelay, EveryTruncatedRequestStaysUnanswered) {
 TEST_F(StationPeerDelay, WhatIsNotGptpStaysUnanswered) {
     auto peerDelay = Make({});
     for (const auto& [offset, value] : {std::pair{14, 0x02}, {14, 0x10}, {15, 0x01}, {18, 0x01}}) {
-        Bytes frame = Hex(request);
+        Bytes frame = FromHex(request);
         frame[static_cast<size_t>(offset)] = static_cast<uint8_t>(value);
         Receive(peerDelay, frame);
     }
@@ -89,7 +89,7 @@ TEST_F(StationPeerDelay, WhatIsNotGptpStaysUnanswered) {
 TEST_F(StationPeerDelay, StationToldNotToAnswerIsSilent) {
     auto peerDelay = Make({.answer = false});
 
-    Receive(peerDelay, Hex(request));
+    Receive(peerDelay, FromHex(request));
 
     EXPECT_TRUE(port.sent.empty());
     EXPECT_EQ(peerDelay.DueNs(), never);
@@ -99,7 +99,7 @@ TEST_F(StationPeerDelay, ResponseThatCouldNotBeSentHasNoFollowUp) {
     auto peerDelay = Make({});
     port.isDown = true;
 
-    Receive(peerDelay, Hex(request));
+    Receive(peerDelay, FromHex(request));
 
     EXPECT_TRUE(port.sent.empty());
     EXPECT_TRUE(events.empty());
@@ -109,7 +109,7 @@ TEST_F(StationPeerDelay, ResponseThatNobodyStampedHasNoFollowUpAndIsTold) {
     auto peerDelay = Make({});
     port.stampsNothing = true;
 
-    Receive(peerDelay, Hex(request));
+    Receive(peerDelay, FromHex(request));
 
     EXPECT_EQ(port.sent.size(), 1u);
     EXPECT_EQ(events, std::vector<std::string>{"no transmit stamp type 3 sequence 4660"});
@@ -118,7 +118,7 @@ TEST_F(StationPeerDelay, ResponseThatNobodyStampedHasNoFollowUpAndIsTold) {
 TEST_F(StationPeerDelay, RequestThatNobodyStampedStaysUnansweredAndIsTold) {
     auto peerDelay = Make({});
 
-    Receive(peerDelay, Hex(request), std::nullopt);
+    Receive(peerDelay, FromHex(request), std::nullopt);
 
     EXPECT_TRUE(port.sent.empty());
     EXPECT_EQ(events, std::vector<std::string>{"no receive stamp type 2 sequence 4660"});

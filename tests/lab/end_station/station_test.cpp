@@ -63,14 +63,12 @@ private:
     }
     static void Carry(FakePort& from, Station& to) {
         for (; !from.sent.empty(); from.sent.pop_front()) {
-            Bytes& frame = from.sent.front();
-            std::optional<VlanTag> tag;
-            if (frame[12] == 0x81 && frame[13] == 0x00) {
-                tag = VlanTag{static_cast<uint16_t>((frame[14] & 0x0F) << 8 | frame[15]),
-                              static_cast<uint8_t>(frame[14] >> 5)};
-                frame.erase(frame.begin() + 12, frame.begin() + 16);
+            const Bytes& frame = from.sent.front();
+            if (BigEndianAt(frame, 12, 2) == 0x8100) {
+                to.Receive(Untagged(frame).Frame());
+            } else {
+                to.Receive({frame, {}, 0});
             }
-            to.Receive({frame, tag, 0});
         }
     }
 };
@@ -116,14 +114,14 @@ TEST_F(TwoStations, MsrpAndMvrpGoToTheirGroupAddressesInFramesOfLegalLength) {
     talker.RunDue();
 
     ASSERT_EQ(talkerPort.sent.size(), 2u);
-    EXPECT_EQ(talkerPort.sent[0], Hex(R"(
+    EXPECT_EQ(talkerPort.sent[0], FromHex(R"(
         01 80 c2 00 00 0e 02 00 00 00 00 0a 22 ea
         00
         01 19 00 1e 00 01
         02 00 00 00 00 01 00 01 91 e0 f0 00 01 00 00 02 00 64 00 01 70 00 00 00 00  00  00 00
         04 04 00 10 00 01  05 02 00 02  00  00 01  06 03 00 02  00  00 00
         00 00)"));
-    Bytes mvrp = Hex("01 80 c2 00 00 21 02 00 00 00 00 0a 88 f5 00 01 02 00 01 00 07 00 00 00 00 00");
+    Bytes mvrp = FromHex("01 80 c2 00 00 21 02 00 00 00 00 0a 88 f5 00 01 02 00 01 00 07 00 00 00 00 00");
     mvrp.resize(60);
     EXPECT_EQ(talkerPort.sent[1], mvrp);
 }
@@ -215,11 +213,9 @@ TEST_F(TwoStations, FailedTalkerIsToldWithItsReasonAndBridge) {
     MrpPduWriter writer(msrpApplication);
     Bytes failed(34);
     std::ranges::copy(streamId, failed.begin());
-    std::ranges::copy(Hex("80 00 00 11 22 33 44 55 08"), failed.begin() + 25);
+    std::ranges::copy(FromHex("80 00 00 11 22 33 44 55 08"), failed.begin() + 25);
     writer.AddValue({TALKER_FAILED, failed}, AttributeEvent::NEW, false);
-    Bytes frame = Hex("01 80 c2 00 00 0e 00 11 22 33 44 55 22 ea");
-    const auto pdu = writer.Finish();
-    frame.insert(frame.end(), pdu.begin(), pdu.end());
+    const Bytes frame = Join({FromHex("01 80 c2 00 00 0e 00 11 22 33 44 55 22 ea"), Copy(writer.Finish())});
 
     listener.Receive({frame, {}, 0});
 
@@ -230,11 +226,10 @@ TEST_F(TwoStations, FailedTalkerIsToldWithItsReasonAndBridge) {
 
 TEST_F(TwoStations, StreamNobodyAskedForIsNoticed) {
     StreamFrame frame(StreamID{9}, destination, {}, {2, 3}, 100);
-    Bytes bytes = Copy(frame.Next());
-    bytes.erase(bytes.begin() + 12, bytes.begin() + 16);
+    const Untagged bare(frame.Next());
 
-    listener.Receive({bytes, VlanTag{2, 3}, 0});
-    listener.Receive({bytes, VlanTag{2, 3}, 0});
+    listener.Receive(bare.Frame());
+    listener.Receive(bare.Frame());
     listener.LogCounts();
 
     EXPECT_EQ(std::ranges::count(listenerEvents, "unexpected stream frame 09:00:00:00:00:00:00:00"), 1);
@@ -248,7 +243,7 @@ TEST_F(TwoStations, EveryTruncatedFrameIsSurvived) {
 
     for (const auto& whole : frames) {
         for (size_t length = 0; length < whole.size(); ++length) {
-            const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+            const Bytes cut = Part(whole, 0, length);
             listener.Receive({cut, {}, 0});
         }
     }

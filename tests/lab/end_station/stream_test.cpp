@@ -12,13 +12,6 @@ constexpr StreamID streamId{0x02, 0, 0, 0, 0, 0x01, 0, 0x01};
 constexpr MacAddress destination{0x91, 0xE0, 0xF0, 0x00, 0x01, 0x00};
 constexpr MacAddress source{0x02, 0, 0, 0, 0, 0x0A};
 
-// As the kernel hands a tagged frame over: the tag is out of the bytes.
-Bytes WithoutTag(std::span<const uint8_t> frame) {
-    Bytes bytes = Copy(frame);
-    bytes.erase(bytes.begin() + 12, bytes.begin() + 16);
-    return bytes;
-}
-
 }  // namespace
 
 TEST(StationStreamFrame, IsTaggedAndCounted) {
@@ -26,7 +19,7 @@ TEST(StationStreamFrame, IsTaggedAndCounted) {
 
     (void)frame.Next();
 
-    EXPECT_EQ(Copy(frame.Next()), Hex(R"(
+    EXPECT_EQ(Copy(frame.Next()), FromHex(R"(
         91 e0 f0 00 01 00  02 00 00 00 00 0a  81 00 60 02  22 f0
         7f 80 01 00  02 00 00 00 00 01 00 01  00 00 00 00  00 00 00 00  00 12  00 00
         00 00 00 01  00 00 00 00 00 00 00 00 00 00 00 00 00 00)"));
@@ -41,7 +34,7 @@ TEST(StationStreamFrame, LengthStaysWithinWhatAFrameHolds) {
 
 TEST(StationStreamFrame, IsReadBackAndNoTruncationIs) {
     StreamFrame frame(streamId, destination, source, {2, 3}, 100);
-    const Bytes whole = WithoutTag(frame.Next());
+    const Bytes whole = Untagged(frame.Next()).bytes;
     constexpr size_t needed = 14 + 24 + 4;
 
     const auto read = ReadStreamFrame(whole);
@@ -49,14 +42,14 @@ TEST(StationStreamFrame, IsReadBackAndNoTruncationIs) {
     EXPECT_EQ(read->streamId, streamId);
     EXPECT_EQ(read->counter, 0u);
     for (size_t length = 0; length < needed; ++length) {
-        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        const Bytes cut = Part(whole, 0, length);
         EXPECT_FALSE(ReadStreamFrame(cut)) << length;
     }
 }
 
 TEST(StationStreamFrame, ForeignStreamsAreNotCounted) {
     StreamFrame frame(streamId, destination, source, {2, 3}, 100);
-    Bytes other = WithoutTag(frame.Next());
+    Bytes other = Untagged(frame.Next()).bytes;
     other[14] = 0x02;  // another subtype
 
     EXPECT_FALSE(ReadStreamFrame(other));

@@ -2,47 +2,38 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <deque>
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "lab/end_station/frame.h"
 #include "lab/end_station/mrp_pdu.h"
 #include "lab/end_station/station.h"
+#include "tests/support/bytes.h"
 #include "tests/support/stepped_clock.h"
 
 namespace norvad::station {
 
 using namespace lab;
+using norvad::test::BigEndianAt;
+using norvad::test::Copy;
+using norvad::test::FromHex;
+using norvad::test::Join;
+using norvad::test::Part;
 
-// Hex pairs, with blanks and line ends between them as it pleases; "// ..." is a comment.
-inline Bytes Hex(std::string_view text) {
+// As the kernel hands a tagged frame over: the tag stands beside the bytes.
+struct Untagged {
+    explicit Untagged(std::span<const uint8_t> frame)
+        : bytes(Join({Part(frame, 0, 12), Part(frame, 16, frame.size() - 16)})),
+          tag{static_cast<uint16_t>((frame[14] & 0x0F) << 8 | frame[15]), static_cast<uint8_t>(frame[14] >> 5)} {}
+    ReceivedFrame Frame() const { return {bytes, tag, 0}; }
+
     Bytes bytes;
-    while (!text.empty()) {
-        if (text.starts_with("//")) {
-            text.remove_prefix(std::min(text.find('\n'), text.size()));
-        } else if (text[0] == ' ' || text[0] == '\n') {
-            text.remove_prefix(1);
-        } else {
-            uint8_t value = 0;
-            const auto [end, error] = std::from_chars(text.data(), text.data() + 2, value, 16);
-            if (error != std::errc{} || end != text.data() + 2) throw std::invalid_argument(std::string(text));
-            bytes.push_back(value);
-            text.remove_prefix(2);
-        }
-    }
-    return bytes;
-}
-
-inline Bytes Copy(std::span<const uint8_t> bytes) {
-    return Bytes(bytes.begin(), bytes.end());
-}
+    VlanTag tag;
+};
 
 // Writes down what a PDU says, one line a value.
 class WrittenDown final : public MrpReceiver {

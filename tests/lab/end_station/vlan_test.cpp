@@ -9,19 +9,6 @@ namespace {
 
 constexpr MacAddress source{0x02, 0, 0, 0, 0, 0x0A};
 
-// As the kernel hands a tagged frame over: the tag stands beside the bytes.
-struct Untagged {
-    explicit Untagged(const Bytes& frame)
-        : bytes(frame),
-          tag{static_cast<uint16_t>((frame[14] & 0x0F) << 8 | frame[15]), static_cast<uint8_t>(frame[14] >> 5)} {
-        bytes.erase(bytes.begin() + 12, bytes.begin() + 16);
-    }
-    ReceivedFrame Frame() const { return {bytes, tag, 0}; }
-
-    Bytes bytes;
-    VlanTag tag;
-};
-
 }  // namespace
 
 class StationVlanTraffic : public testing::Test {
@@ -52,11 +39,11 @@ TEST_F(StationVlanTraffic, FramesGoToEverybodyInTheirVlan) {
 
     ASSERT_EQ(port.sent.size(), 2u);
     port.sent[0].resize(18 + 28);
-    EXPECT_EQ(port.sent[0], Hex(R"(
+    EXPECT_EQ(port.sent[0], FromHex(R"(
         ff ff ff ff ff ff  02 00 00 00 00 0a  81 00 00 0a  22 f0
         7f 80 00 00  02 00 00 00 00 0a 00 0a  00 00 00 00  00 00 00 00  00 4c  00 00
         00 00 00 00)"));
-    EXPECT_EQ(Bytes(port.sent[1].begin() + 12, port.sent[1].begin() + 16), Hex("81 00 0f fe"));
+    EXPECT_EQ(Part(port.sent[1], 12, 4), FromHex("81 00 0f fe"));
     EXPECT_EQ(events, (std::vector<std::string>{"sends vlan 10 from 02:00:00:00:00:0a 100 frames/s",
                                                 "sends vlan 4094 from 02:00:00:00:00:0a 100 frames/s"}));
 }
@@ -187,7 +174,7 @@ TEST_F(StationOfAVlan, NoVlanFrameIsSentAfterTheEnd) {
     station.RunDue();
 
     EXPECT_TRUE(Said("stops sending vlan 11 from 02:00:00:00:00:0a"));
-    for (const auto& frame : port.sent) EXPECT_NE(Bytes(frame.begin(), frame.begin() + 6), Hex("ff ff ff ff ff ff"));
+    for (const auto& frame : port.sent) EXPECT_NE(Part(frame, 0, 6), FromHex("ff ff ff ff ff ff"));
 }
 
 }  // namespace norvad::station

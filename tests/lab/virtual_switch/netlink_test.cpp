@@ -12,7 +12,7 @@ namespace norvad::board {
 namespace {
 
 using test::Bytes;
-using test::Hex;
+using test::FromHex;
 using test::Join;
 
 template <typename Value>
@@ -34,39 +34,39 @@ Bytes LinkMessage(uint16_t type, uint8_t family, int index, unsigned flags) {
 
 TEST(NetlinkMessages, PortLinksAreAttribute10OfABridgeLinkMessage) {
     EXPECT_EQ(PortLinkReport("eth0", 0x9E),
-              Hex("34 00 00 00  10 00  00 00  01 00 00 00  00 00 00 00"  // a new link, and no request
-                  " 07 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"  // bridge family
-                  " 09 00 03 00  65 74 68 30  00 00 00 00"               // the name, padded
-                  " 08 00 0a 00  9e 00 00 00"));
+              FromHex("34 00 00 00  10 00  00 00  01 00 00 00  00 00 00 00"  // a new link, and no request
+                      " 07 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"  // bridge family
+                      " 09 00 03 00  65 74 68 30  00 00 00 00"               // the name, padded
+                      " 08 00 0a 00  9e 00 00 00"));
 }
 
 TEST(NetlinkMessages, PairIsAsVirtualEthernetWithThePeerElsewhere) {
     EXPECT_EQ(MakePairRequest("eth0", "cpu", 7, MacAddress{0x02, 0, 0, 0, 0x10, 0x01}, 1600),
-              Hex("80 00 00 00  10 00 05 06  01 00 00 00  00 00 00 00"  // a new link that nobody has yet
-                  " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                  " 09 00 03 00  65 74 68 30  00 00 00 00"  // the name
-                  " 08 00 04 00  40 06 00 00"               // the largest frame
-                  " 0a 00 01 00  02 00 00 00  10 01 00 00"  // the address
-                  " 40 00 12 00"                            // what makes its kind
-                  " 09 00 01 00  76 65 74 68  00 00 00 00"
-                  " 30 00 02 00  2c 00 01 00"  // of the peer
-                  " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                  " 08 00 03 00  63 70 75 00"
-                  " 08 00 04 00  40 06 00 00"
-                  " 08 00 1c 00  07 00 00 00"));  // the descriptor of its namespace
+              FromHex("80 00 00 00  10 00 05 06  01 00 00 00  00 00 00 00"  // a new link that nobody has yet
+                      " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
+                      " 09 00 03 00  65 74 68 30  00 00 00 00"  // the name
+                      " 08 00 04 00  40 06 00 00"               // the largest frame
+                      " 0a 00 01 00  02 00 00 00  10 01 00 00"  // the address
+                      " 40 00 12 00"                            // what makes its kind
+                      " 09 00 01 00  76 65 74 68  00 00 00 00"
+                      " 30 00 02 00  2c 00 01 00"  // of the peer
+                      " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
+                      " 08 00 03 00  63 70 75 00"
+                      " 08 00 04 00  40 06 00 00"
+                      " 08 00 1c 00  07 00 00 00"));  // the descriptor of its namespace
     EXPECT_EQ(MakePairRequest("eth0", "cpu", 7, {}, 1600).size(), 128u - 12);
 }
 
 TEST(NetlinkMessages, RequestsForOneInterfaceNameIt) {
-    EXPECT_EQ(BringUpRequest("cpu"), Hex("28 00 00 00  10 00 05 00  01 00 00 00  00 00 00 00"
-                                         " 00 00 00 00  00 00 00 00  01 00 00 00  01 00 00 00"
-                                         " 08 00 03 00  63 70 75 00"));
-    EXPECT_EQ(RemoveRequest("eth0"), Hex("2c 00 00 00  11 00 05 00  01 00 00 00  00 00 00 00"
-                                         " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                                         " 09 00 03 00  65 74 68 30  00 00 00 00"));
-    EXPECT_EQ(QueryRequest("peer10"), Hex("2c 00 00 00  12 00 01 00  01 00 00 00  00 00 00 00"
-                                          " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                                          " 0b 00 03 00  70 65 65 72  31 30 00 00"));
+    EXPECT_EQ(BringUpRequest("cpu"), FromHex("28 00 00 00  10 00 05 00  01 00 00 00  00 00 00 00"
+                                             " 00 00 00 00  00 00 00 00  01 00 00 00  01 00 00 00"
+                                             " 08 00 03 00  63 70 75 00"));
+    EXPECT_EQ(RemoveRequest("eth0"), FromHex("2c 00 00 00  11 00 05 00  01 00 00 00  00 00 00 00"
+                                             " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
+                                             " 09 00 03 00  65 74 68 30  00 00 00 00"));
+    EXPECT_EQ(QueryRequest("peer10"), FromHex("2c 00 00 00  12 00 01 00  01 00 00 00  00 00 00 00"
+                                              " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
+                                              " 0b 00 03 00  70 65 65 72  31 30 00 00"));
 }
 
 TEST(NetlinkMessages, NameThatIsTooLongIsRefused) {

@@ -41,7 +41,7 @@ VirtualBoard& BoardTest::StartBoard(const std::vector<std::string>& daemonArgume
     board = std::make_unique<VirtualBoard>(daemonArguments, boardArguments);
     daemon = board->WaitForDaemon();
     EXPECT_GT(daemon, 0) << board->Program().Output() << board->Program().Errors() << Log();
-    for (int port : {0, 1}) EXPECT_TRUE(WaitForDeclared(port, msrpDomain, Hex("05"), seen[port])) << Log();
+    for (int port : {0, 1}) EXPECT_TRUE(WaitForDeclared(port, msrpDomain, FromHex("05"), seen[port])) << Log();
     return *board;
 }
 
@@ -78,8 +78,8 @@ Process& BoardTest::StartStation(int port, std::vector<std::string> arguments) {
 
 StreamText BoardTest::Stream() const {
     StreamText stream;
-    stream.id = Join({stations[0], Hex("00 01")});
-    stream.destination = Hex("91 e0 f0 00 01 00");
+    stream.id = Join({stations[0], FromHex("00 01")});
+    stream.destination = FromHex("91 e0 f0 00 01 00");
     return stream;
 }
 

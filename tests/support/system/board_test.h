@@ -48,7 +48,7 @@ protected:
     StreamText Stream() const;
 
     std::unique_ptr<Wire> wires[2];  // the far ends of the cables
-    const Bytes stations[2] = {Hex("02 00 00 00 00 a0"), Hex("02 00 00 00 00 b1")};
+    const Bytes stations[2] = {FromHex("02 00 00 00 00 a0"), FromHex("02 00 00 00 00 b1")};
     std::unique_ptr<VirtualBoard> board;
     pid_t daemon = 0;
 

@@ -8,13 +8,13 @@ namespace {
 constexpr uint16_t etherTypePtp = 0x88F7;
 
 Bytes Identity(const Bytes& source) {
-    return Join({Part(source, 0, 3), Hex("ff fe"), Part(source, 3, 3), Hex("00 01")});
+    return Join({Part(source, 0, 3), FromHex("ff fe"), Part(source, 3, 3), FromHex("00 01")});
 }
 
 Bytes Timestamp() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return Join({Number(static_cast<uint64_t>(now.tv_sec), 6), Number(static_cast<uint64_t>(now.tv_nsec), 4)});
+    return Join({BigEndian(static_cast<uint64_t>(now.tv_sec), 6), BigEndian(static_cast<uint64_t>(now.tv_nsec), 4)});
 }
 
 struct Header {
@@ -25,19 +25,19 @@ struct Header {
 
 Bytes Message(const Bytes& source, const Header& header, uint64_t sequence, const Bytes& time, const Bytes& requester) {
     return Join({
-        Hex("01 80 c2 00 00 0e"),
+        FromHex("01 80 c2 00 00 0e"),
         source,
-        Hex("88 f7"),
-        Number(header.message, 1),
-        Hex("02 00 36 00 00"),  // version 2, 54 bytes, domain 0
-        Number(header.flags, 1),
-        Hex("08"),                       // the time scale is PTP's
-        Hex("00 00 00 00 00 00 00 00"),  // correction
-        Hex("00 00 00 00"),
+        FromHex("88 f7"),
+        BigEndian(header.message, 1),
+        FromHex("02 00 36 00 00"),  // version 2, 54 bytes, domain 0
+        BigEndian(header.flags, 1),
+        FromHex("08"),                       // the time scale is PTP's
+        FromHex("00 00 00 00 00 00 00 00"),  // correction
+        FromHex("00 00 00 00"),
         Identity(source),
-        Number(sequence, 2),
-        Hex("05"),
-        Number(static_cast<uint8_t>(header.logInterval), 1),
+        BigEndian(sequence, 2),
+        FromHex("05"),
+        BigEndian(static_cast<uint8_t>(header.logInterval), 1),
         time,
         requester,
     });
@@ -72,7 +72,7 @@ void GptpPeer::Answer() {
         for (; seen < wire.Received().size(); ++seen) {
             const Bytes request = wire.Received()[seen];
             if (!IsGptp(request, pdelayReq)) continue;
-            const uint64_t sequence = Number(request, gptpSequenceAt, 2);
+            const uint64_t sequence = BigEndianAt(request, gptpSequenceAt, 2);
             const Bytes requester = Part(request, gptpIdentityAt, 10);
             (void)wire.TrySend(Message(address, responseHeader, sequence, Timestamp(), requester));
             (void)wire.TrySend(Message(address, followUpHeader, sequence, Timestamp(), requester));

@@ -15,7 +15,7 @@ bool BeginsWith(const Bytes& whole, const Bytes& begin) {
 
 // The values of the vector at offset, which is moved behind it.
 void ReadVector(const Bytes& frame, size_t& offset, uint8_t type, size_t length, std::vector<MsrpValue>& values) {
-    const size_t count = Number(frame, offset, 2) & 0x1FFF;
+    const size_t count = BigEndianAt(frame, offset, 2) & 0x1FFF;
     const Bytes first = Part(frame, offset + 2, length);
     const size_t threePacked = offset + 2 + length;
     const size_t fourPacked = threePacked + (count + 2) / 3;
@@ -42,8 +42,9 @@ std::optional<MsrpValue> Find(const Bytes& frame, MsrpType type, const Bytes& be
 }  // namespace
 
 Bytes TalkerValue(const StreamText& stream) {
-    return Join({stream.id, stream.destination, Number(stream.vid, 2), Number(stream.maxFrameSize, 2),
-                 Number(stream.maxIntervalFrames, 2), Number(stream.priorityAndRank, 1), Number(stream.latencyNs, 4)});
+    return Join({stream.id, stream.destination, BigEndian(stream.vid, 2), BigEndian(stream.maxFrameSize, 2),
+                 BigEndian(stream.maxIntervalFrames, 2), BigEndian(stream.priorityAndRank, 1),
+                 BigEndian(stream.latencyNs, 4)});
 }
 
 Bytes MsrpFrame(const Bytes& source, const MsrpValue& value) {
@@ -53,14 +54,14 @@ Bytes MsrpFrame(const Bytes& source, const MsrpValue& value) {
                              : Bytes{static_cast<uint8_t>(value.event * 36)};
     const size_t listLength = 2 + value.firstValue.size() + events.size() + 2;
     Bytes frame = Join({
-        Hex("01 80 c2 00 00 0e"),  // the nearest bridge
+        FromHex("01 80 c2 00 00 0e"),  // the nearest bridge
         source,
-        Hex("22 ea 00"),  // MSRP, protocol version 0
-        Number(value.type, 1), Number(value.firstValue.size(), 1), Number(listLength, 2),
-        Hex("00 01"),  // no LeaveAll, one value
+        FromHex("22 ea 00"),  // MSRP, protocol version 0
+        BigEndian(value.type, 1), BigEndian(value.firstValue.size(), 1), BigEndian(listLength, 2),
+        FromHex("00 01"),  // no LeaveAll, one value
         value.firstValue, events,
-        Hex("00 00"),  // end of the list
-        Hex("00 00"),  // end of the PDU
+        FromHex("00 00"),  // end of the list
+        FromHex("00 00"),  // end of the PDU
     });
     frame.resize(std::max<size_t>(frame.size(), 60));
     return frame;
@@ -70,14 +71,15 @@ std::vector<MsrpValue> ReadMsrp(const Bytes& frame) {
     std::vector<MsrpValue> values;
     if (EtherType(frame) != etherTypeMsrp) return values;
     size_t offset = payloadAt;
-    if (Number(frame, offset++, 1) != 0) throw std::runtime_error("a protocol version other than 0");
-    while (Number(frame, offset, 2) != 0) {
-        const auto type = static_cast<uint8_t>(Number(frame, offset, 1));
-        const size_t length = Number(frame, offset + 1, 1);
-        const size_t end = offset + 4 + Number(frame, offset + 2, 2);
+    if (BigEndianAt(frame, offset++, 1) != 0) throw std::runtime_error("a protocol version other than 0");
+    while (BigEndianAt(frame, offset, 2) != 0) {
+        const auto type = static_cast<uint8_t>(BigEndianAt(frame, offset, 1));
+        const size_t length = BigEndianAt(frame, offset + 1, 1);
+        const size_t end = offset + 4 + BigEndianAt(frame, offset + 2, 2);
         offset += 4;
         while (offset < end - 2) ReadVector(frame, offset, type, length, values);
-        if (offset != end - 2 || Number(frame, offset, 2) != 0) throw std::runtime_error("no end mark behind a list");
+        if (offset != end - 2 || BigEndianAt(frame, offset, 2) != 0)
+            throw std::runtime_error("no end mark behind a list");
         offset = end;
     }
     return values;

@@ -33,21 +33,21 @@ std::optional<MrpEvent> EventOf(const Bytes& frame, uint16_t vid) {
 }  // namespace
 
 Bytes MvrpMessage(const std::vector<VlanVector>& vectors) {
-    Bytes message = Hex("01 02");  // VLAN, of two bytes
+    Bytes message = FromHex("01 02");  // VLAN, of two bytes
     for (const auto& vector : vectors) {
         const size_t header = vector.events.size() | (vector.leaveAll ? leaveAllFlag : 0);
-        message = Join({message, Number(header, 2), Number(vector.firstVid, 2), ThreePacked(vector.events)});
+        message = Join({message, BigEndian(header, 2), BigEndian(vector.firstVid, 2), ThreePacked(vector.events)});
     }
-    return Join({message, Hex("00 00")});
+    return Join({message, FromHex("00 00")});
 }
 
 Bytes MvrpFrame(const Bytes& source, const Bytes& messages) {
     Bytes frame = Join({
-        Hex("01 80 c2 00 00 21"),  // customer bridges' MVRP
+        FromHex("01 80 c2 00 00 21"),  // customer bridges' MVRP
         source,
-        Hex("88 f5 00"),  // MVRP, protocol version 0
+        FromHex("88 f5 00"),  // MVRP, protocol version 0
         messages,
-        Hex("00 00"),  // end of the PDU
+        FromHex("00 00"),  // end of the PDU
     });
     frame.resize(std::max<size_t>(frame.size(), 60));
     return frame;
@@ -57,12 +57,13 @@ std::vector<VlanVector> ReadMvrp(const Bytes& frame) {
     std::vector<VlanVector> vectors;
     if (EtherType(frame) != etherTypeMvrp) return vectors;
     size_t offset = payloadAt;
-    if (Number(frame, offset++, 1) != 0) throw std::runtime_error("a protocol version other than 0");
-    while (Number(frame, offset, 2) != 0) {
-        if (Number(frame, offset, 2) != 0x0102) throw std::runtime_error("an attribute that is no VLAN");
+    if (BigEndianAt(frame, offset++, 1) != 0) throw std::runtime_error("a protocol version other than 0");
+    while (BigEndianAt(frame, offset, 2) != 0) {
+        if (BigEndianAt(frame, offset, 2) != 0x0102) throw std::runtime_error("an attribute that is no VLAN");
         offset += 2;
-        while (const auto header = Number(frame, offset, 2)) {
-            VlanVector vector{static_cast<uint16_t>(Number(frame, offset + 2, 2)), {}, (header & leaveAllFlag) != 0};
+        while (const auto header = BigEndianAt(frame, offset, 2)) {
+            VlanVector vector{
+                static_cast<uint16_t>(BigEndianAt(frame, offset + 2, 2)), {}, (header & leaveAllFlag) != 0};
             const size_t count = header & 0x1FFF;
             offset += 4;
             for (size_t i = 0; i < count; ++i) vector.events.push_back(Unpacked(frame.at(offset + i / 3), i % 3));

@@ -65,7 +65,7 @@ Ptp4lPeer::Ptp4lPeer(const std::string& interface, const Ptp4lRole& role)
     : controlSocket("/tmp/ptp4l." + interface + ".socket") {
     std::string address = AddressOf(interface);
     std::replace(address.begin(), address.end(), ':', ' ');
-    identity = ClockIdentity(Hex(address));
+    identity = ClockIdentity(FromHex(address));
     std::filesystem::remove(controlSocket);  // a killed one leaves it
     const auto configuration = WriteConfiguration(interface, role, controlSocket);
     program.emplace(std::vector<std::string>{"ptp4l", "-f", configuration, "-i", interface}, NoClockToSet());
@@ -108,17 +108,12 @@ void Ptp4lPeer::Kill() {
 }
 
 Bytes ClockIdentity(const Bytes& address) {
-    return Join({Part(address, 0, 3), Hex("ff fe"), Part(address, 3, 3)});
+    return Join({Part(address, 0, 3), FromHex("ff fe"), Part(address, 3, 3)});
 }
 
 std::string ClockText(const Bytes& identity) {
-    std::string text;
-    for (size_t i = 0; i < identity.size(); ++i) {
-        char pair[4];
-        snprintf(pair, sizeof pair, i == 3 || i == 5 ? ".%02x" : "%02x", identity[i]);
-        text += pair;
-    }
-    return text;
+    return ToHex(Part(identity, 0, 3), "") + "." + ToHex(Part(identity, 3, 2), "") + "." +
+           ToHex(Part(identity, 5, 3), "");
 }
 
 }  // namespace norvad::test

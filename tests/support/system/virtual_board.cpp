@@ -21,20 +21,10 @@ std::vector<std::string> CommandLine(const std::vector<std::string>& daemonArgum
     return command;
 }
 
-std::string Colons(const Bytes& address) {
-    std::string text;
-    for (const uint8_t byte : address) {
-        char pair[4];
-        snprintf(pair, sizeof pair, "%02x:", byte);
-        text += pair;
-    }
-    return text.substr(0, text.size() - 1);
-}
-
 }  // namespace
 
 const Bytes& VirtualBoard::Address() {
-    static const Bytes address = Hex("02 4e 56 44 00 03");
+    static const Bytes address = FromHex("02 4e 56 44 00 03");
     return address;
 }
 
@@ -67,7 +57,7 @@ size_t VirtualBoard::Events(const std::string& event) const {
 
 std::vector<Dissected> Dissect(const std::string& capture, const Bytes& source) {
     // One frame a line: its protocols, a tab, and a text when some dissector ran out of bytes.
-    std::istringstream lines(RunCommand({"tshark", "-n", "-r", capture, "-Y", "eth.src == " + Colons(source), "-T",
+    std::istringstream lines(RunCommand({"tshark", "-n", "-r", capture, "-Y", "eth.src == " + ToHex(source, ":"), "-T",
                                          "fields", "-e", "frame.protocols", "-e", "_ws.malformed"}));
     std::vector<Dissected> frames;
     for (std::string line; std::getline(lines, line);) {

@@ -58,7 +58,7 @@ TEST(KernelDoors, SwitchStartsOnARunningInterface) {
 
         Switch bridge("sw0", clock, doors);
 
-        EXPECT_EQ(Hex({bridge.GetMacAddress(), 6}), "02 00 00 00 10 01");
+        EXPECT_EQ(ToHex({bridge.GetMacAddress(), 6}), "02 00 00 00 10 01");
         EXPECT_GE(bridge.Dispatcher().Descriptor(), 0);
         EXPECT_GE(bridge.LinkDescriptor(), 0);
         EXPECT_GE(bridge.Requests().Descriptor(), 0);

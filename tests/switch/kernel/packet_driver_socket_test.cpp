@@ -20,7 +20,7 @@ TEST(PacketDriverSocket, LogsItsStepsAndReadsTheInterfacesAddress) {
         const std::string index = std::to_string(::if_nametoindex("sw0"));
         const auto live = [] {
             const PacketDriverSocket socket("sw0", ETHERTYPE_TAG);
-            EXPECT_EQ(Hex(socket.HardwareAddress()), "02 00 00 00 10 01");
+            EXPECT_EQ(ToHex(socket.HardwareAddress()), "02 00 00 00 10 01");
         };
         EXPECT_EQ(Logged(3, live),
                   "SwitchIoctl  :opening \n"

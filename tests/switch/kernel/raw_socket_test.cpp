@@ -116,7 +116,7 @@ TEST(RawSocket, SendsAndReceivesFramesAsTheyStand) {
         SystemClock clock;
         RawSocket socket("sw0", ETHERTYPE_TAG, clock);
         const FileDescriptor peer = OpenPeer();
-        EXPECT_EQ(Hex(socket.HardwareAddress()), "02 00 00 00 10 01");
+        EXPECT_EQ(ToHex(socket.HardwareAddress()), "02 00 00 00 10 01");
 
         const auto out = TaggedFrame(0x11);
         EXPECT_EQ(socket.write(out.data(), out.size()), 68);
@@ -132,7 +132,7 @@ TEST(RawSocket, SendsAndReceivesFramesAsTheyStand) {
         std::array<uint8_t, 100> buffer{};
         ASSERT_EQ(Events(socket.Descriptor()), POLLIN);
         ASSERT_EQ(socket.read(buffer.data(), buffer.size()), 68U);
-        EXPECT_EQ(Hex(std::span(buffer).first(68)), Hex(in));
+        EXPECT_EQ(ToHex(std::span(buffer).first(68)), ToHex(in));
     });
 }
 
