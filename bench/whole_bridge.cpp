@@ -1,11 +1,8 @@
 #include "bench/whole_bridge.h"
 
-#include <linux/if_packet.h>
-#include <net/if.h>
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <boost/endian/conversion.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -61,17 +58,9 @@ void Usage::PrintMemory() const {
                 StatusNumber(process, "VmRSS"), StatusNumber(process, "RssAnon"));
 }
 
-Port::Port(const std::string& interface) : socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0)) {
-    const int on = 1;
-    const int bufferSize = 8 << 20;
-    sockaddr_ll address{};
-    address.sll_family = AF_PACKET;
-    address.sll_protocol = boost::endian::native_to_big(uint16_t{3});  // every EtherType
-    address.sll_ifindex = static_cast<int>(if_nametoindex(interface.c_str()));
-    const void* bytes = &address;
-    setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof bufferSize);
-    setsockopt(socket.Get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
-    if (::bind(socket.Get(), static_cast<const sockaddr*>(bytes), sizeof address) != 0) Fail("bind " + interface);
+Port::Port(const std::string& interface) try : socket(test::ListenOn(interface)) {
+} catch (const std::exception& failure) {
+    Fail(failure.what());
 }
 
 void Port::Send(const Bytes& frame) const {

@@ -11,6 +11,7 @@
 #include "base/file_descriptor.h"
 #include "tests/support/system/frame.h"
 #include "tests/support/system/msrp_frame.h"
+#include "tests/support/system/wire.h"
 
 namespace norvad::test {
 class GptpPeer;

@@ -26,17 +26,17 @@ protected:
 
     // A client that has made its reply queue and waits for room in the request queue of a frozen daemon.
     Process& StartWaitingClient() {
-        MessageQueue requests = MessageQueue::Open(requestQueue);
+        PeerQueue requests = PeerQueue::Open(requestQueue);
         while (requests.TrySend(ControlRequest(controlUnknown, ""))) continue;
         Process& client = Start({"-s"});
-        EXPECT_TRUE(WaitFor([] { return MessageQueue::Exists(replyQueue); }));
+        EXPECT_TRUE(WaitFor([] { return PeerQueue::Exists(replyQueue); }));
         return client;
     }
 
     // The texts of the daemon's answer to a command, as they come to a queue of our own.
     std::vector<std::string> PiecesOf(const std::string& command) {
-        MessageQueue replies = MessageQueue::Make("/own", controlMessageSize);
-        EXPECT_TRUE(MessageQueue::Open(requestQueue).TrySend(ControlRequest(controlCommand, command, "/own")));
+        PeerQueue replies = PeerQueue::Make("/own", controlMessageSize);
+        EXPECT_TRUE(PeerQueue::Open(requestQueue).TrySend(ControlRequest(controlCommand, command, "/own")));
         std::vector<std::string> pieces;
         bool last = false;
         while (!last) {
@@ -60,8 +60,8 @@ protected:
 TEST_F(ControlQueue, ClientLeavesNothingBehind) {
     EXPECT_EQ(Ask({"-s"}), allPortsDown);
 
-    EXPECT_FALSE(MessageQueue::Exists(replyQueue));
-    EXPECT_EQ(MessageQueue::Open(requestQueue).Waiting(), 0);
+    EXPECT_FALSE(PeerQueue::Exists(replyQueue));
+    EXPECT_EQ(PeerQueue::Open(requestQueue).Waiting(), 0);
 }
 
 TEST_F(ControlQueue, AnswersOf2048And2049CharactersComeWhole) {
@@ -102,7 +102,7 @@ TEST_F(ControlQueue, KilledClientLeavesAQueueThatTheNextStumblesOver) {
     EXPECT_EQ(next.WaitForExit(), 0);
     EXPECT_EQ(next.Errors(), replyQueueExists);
     EXPECT_EQ(next.Output(), "");
-    EXPECT_TRUE(MessageQueue::Exists(replyQueue));
+    EXPECT_TRUE(PeerQueue::Exists(replyQueue));
     MessageQueue::Remove(replyQueue);
     ExpectAnswering();
 }
@@ -119,7 +119,7 @@ TEST_F(ControlQueue, SecondClientFailsWhileTheFirstWaits) {
     Thaw();
     EXPECT_EQ(first.WaitForExit(), 0);
     EXPECT_EQ(first.Errors(), "");
-    EXPECT_FALSE(MessageQueue::Exists(replyQueue));
+    EXPECT_FALSE(PeerQueue::Exists(replyQueue));
     ExpectAnswering();
 }
 
@@ -140,7 +140,7 @@ TEST_F(ControlQueue, ClientsAtTheSameMomentAreServedOrTurnedAway) {
             EXPECT_TRUE(client->Output().empty() || client->Output() == allPortsDown) << client->Output();
         }
         EXPECT_LE(turnedAway, 1);
-        EXPECT_FALSE(MessageQueue::Exists(replyQueue));
+        EXPECT_FALSE(PeerQueue::Exists(replyQueue));
     }
     ExpectAnswering();
 }
@@ -153,7 +153,7 @@ TEST_F(ControlQueue, ClientOfABusyDaemonPrintsNothingAndItsCommandRunsLater) {
     EXPECT_EQ(client.WaitForExit(), 0);
     EXPECT_EQ(client.Output(), "");
     EXPECT_EQ(client.Errors(), "");
-    EXPECT_FALSE(MessageQueue::Exists(replyQueue));
+    EXPECT_FALSE(PeerQueue::Exists(replyQueue));
     EXPECT_EQ(daemon.Output().find("debugLevel"), std::string::npos);
     Thaw();
     EXPECT_TRUE(daemon.WaitForOutput("LOG_MVRP debugLevel = 3\n")) << daemon.Output();
@@ -164,9 +164,9 @@ TEST_F(ControlQueue, ClientOfABusyDaemonPrintsNothingAndItsCommandRunsLater) {
 }
 
 TEST_F(ControlQueue, ReplyQueueMadeForShorterMessagesCostsTheAnswerOnly) {
-    MessageQueue narrow = MessageQueue::Make("/narrow", controlMessageSize - 1);
+    PeerQueue narrow = PeerQueue::Make("/narrow", controlMessageSize - 1);
 
-    ASSERT_TRUE(MessageQueue::Open(requestQueue).TrySend(ControlRequest(controlCommand, "norvad3 -h ", "/narrow")));
+    ASSERT_TRUE(PeerQueue::Open(requestQueue).TrySend(ControlRequest(controlCommand, "norvad3 -h ", "/narrow")));
     ASSERT_TRUE(WaitUntilServed());
 
     EXPECT_EQ(narrow.Waiting(), 0);
@@ -174,7 +174,7 @@ TEST_F(ControlQueue, ReplyQueueMadeForShorterMessagesCostsTheAnswerOnly) {
 }
 
 TEST_F(ControlQueue, AnswersThatWouldGoToTheDaemonItselfDoNotKeepIt) {
-    MessageQueue requests = MessageQueue::Open(requestQueue);
+    PeerQueue requests = PeerQueue::Open(requestQueue);
     Freeze();
     while (requests.TrySend(ControlRequest(controlCommand, "norvad3 -h ", requestQueue))) continue;
 
@@ -186,7 +186,7 @@ TEST_F(ControlQueue, AnswersThatWouldGoToTheDaemonItselfDoNotKeepIt) {
 }
 
 TEST_F(ControlQueue, RubbishOfEveryLengthDoesNotStopTheDaemon) {
-    MessageQueue requests = MessageQueue::Open(requestQueue);
+    PeerQueue requests = PeerQueue::Open(requestQueue);
     const auto send = [&](const Bytes& message) {
         ASSERT_TRUE(WaitFor([&] { return requests.TrySend(message); })) << daemon.Errors();
     };
@@ -215,8 +215,8 @@ TEST_F(ControlQueue, RubbishOfEveryLengthDoesNotStopTheDaemon) {
 TEST_F(ControlQueue, TextsAndQueueNamesThatFillTheirFieldsAreTakenAsTheyAre) {
     const std::string text = "norvad3 --" + std::string(2051 - 10, 'x');
     Bytes message = ControlRequest(controlCommand, text, "/own");
-    MessageQueue replies = MessageQueue::Make("/own", controlMessageSize);
-    MessageQueue requests = MessageQueue::Open(requestQueue);
+    PeerQueue replies = PeerQueue::Make("/own", controlMessageSize);
+    PeerQueue requests = PeerQueue::Open(requestQueue);
 
     ASSERT_TRUE(requests.TrySend(message));
     std::fill_n(message.begin(), controlTypeAt, uint8_t{'/'});
@@ -230,8 +230,8 @@ TEST_F(ControlQueue, TextsAndQueueNamesThatFillTheirFieldsAreTakenAsTheyAre) {
 TEST_F(ControlQueue, NotificationExportsTheGrandmasterAgain) {
     const std::string file = "/tmp/ptp_grandmaster";
     const auto isWritten = [&] { return std::filesystem::exists(file) && std::filesystem::file_size(file) == 8; };
-    MessageQueue companion = MessageQueue::Make("/gptp.mq", 272);
-    MessageQueue requests = MessageQueue::Open(requestQueue);
+    PeerQueue companion = PeerQueue::Make("/gptp.mq", 272);
+    PeerQueue requests = PeerQueue::Open(requestQueue);
     EXPECT_EQ(Ask({"-m", "5"}), "OK");
     ASSERT_TRUE(WaitFor(isWritten)) << Log();
     ASSERT_TRUE(companion.Receive());
@@ -259,7 +259,7 @@ TEST_F(ControlClient, WhoseDaemonIsAnotherProgramSaysSo) {
     EXPECT_EQ(client.WaitForExit(), 0);
     EXPECT_EQ(client.Errors(), "[Switch] open message queue failed: No such file or directory\n");
     EXPECT_EQ(client.Output(), "");
-    EXPECT_FALSE(MessageQueue::Exists(replyQueue));
+    EXPECT_FALSE(PeerQueue::Exists(replyQueue));
 }
 
 }  // namespace

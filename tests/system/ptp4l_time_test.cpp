@@ -31,16 +31,9 @@ std::string DaemonsText(const Bytes& identity) {
 class GrandmasterQueue {
 public:
     GrandmasterQueue() {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = 10;
-        attributes.mq_msgsize = 272;
-        queue = mq_open("/gptp.mq", O_CREAT | O_EXCL | O_RDONLY | O_NONBLOCK, 0600, &attributes);
-        if (queue < 0) throw std::runtime_error("no queue for grandmasters");
+        if (!queue.IsOpen()) throw std::runtime_error("no queue for grandmasters");
     }
-    ~GrandmasterQueue() {
-        mq_close(queue);
-        mq_unlink("/gptp.mq");
-    }
+    ~GrandmasterQueue() { MessageQueue::Remove(name); }
     GrandmasterQueue(const GrandmasterQueue&) = delete;
     GrandmasterQueue& operator=(const GrandmasterQueue&) = delete;
 
@@ -55,7 +48,7 @@ public:
         test::WaitFor([&] {
             Message message{Bytes(272), 0};
             std::vector<char> buffer(272);
-            const ssize_t length = mq_receive(queue, buffer.data(), buffer.size(), &message.priority);
+            const ssize_t length = mq_receive(queue.Descriptor(), buffer.data(), buffer.size(), &message.priority);
             if (length < 0) return false;
             message.content.assign(buffer.begin(), buffer.begin() + length);
             if (HostNumber(message.content, 0, 8) == BigEndianAt(grandmaster, 0, 8)) found = message;
@@ -72,7 +65,9 @@ public:
     }
 
 private:
-    mqd_t queue;
+    static constexpr const char* name = "/gptp.mq";
+
+    const MessageQueue queue = MessageQueue::Create(name, O_RDONLY | O_NONBLOCK, 0600, {10, 272});
 };
 
 class Ptp4lTime : public Ptp4lTest {

@@ -46,7 +46,7 @@ void RecordDaemon(pid_t id) {
 
 // The daemon serves one request after the other, so it is through with all when it takes the last.
 bool WaitUntilServed() {
-    MessageQueue requests = MessageQueue::Open(requestQueue);
+    PeerQueue requests = PeerQueue::Open(requestQueue);
     const Bytes ignored = ControlRequest(controlUnknown, "");
     return WaitFor([&] { return requests.TrySend(ignored); }) && requests.WaitUntilEmpty();
 }

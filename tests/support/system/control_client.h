@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/system/message_queue.h"
+#include "tests/support/system/peer_queue.h"
 #include "tests/support/system/process.h"
 
 namespace norvad::test {

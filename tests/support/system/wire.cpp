@@ -5,7 +5,6 @@
 #include <linux/if_packet.h>
 #include <net/if.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -14,8 +13,8 @@
 
 namespace norvad::test {
 
-Wire::Wire(const std::string& interface) {
-    socket = ::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+FileDescriptor ListenOn(const std::string& interface) {
+    FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
     address.sll_protocol = htons(ETH_P_ALL);
@@ -23,14 +22,11 @@ Wire::Wire(const std::string& interface) {
     const int on = 1;
     const int bufferSize = 8 << 20;
     const void* bytes = &address;
-    setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof bufferSize);
-    if (socket < 0 || setsockopt(socket, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on) != 0 ||
-        bind(socket, static_cast<const sockaddr*>(bytes), sizeof address) != 0)
+    setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof bufferSize);
+    if (setsockopt(socket.Get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on) != 0 ||
+        bind(socket.Get(), static_cast<const sockaddr*>(bytes), sizeof address) != 0)
         throw std::runtime_error("no packet socket on " + interface + ": " + strerror(errno));
-}
-
-Wire::~Wire() {
-    close(socket);
+    return socket;
 }
 
 void Wire::Send(const Bytes& frame) {
@@ -38,13 +34,13 @@ void Wire::Send(const Bytes& frame) {
 }
 
 bool Wire::TrySend(const Bytes& frame) {
-    return send(socket, frame.data(), frame.size(), 0) == static_cast<ssize_t>(frame.size());
+    return send(socket.Get(), frame.data(), frame.size(), 0) == static_cast<ssize_t>(frame.size());
 }
 
 const std::vector<Bytes>& Wire::Received() {
     std::array<uint8_t, 65536> buffer;
     for (;;) {
-        const ssize_t length = recv(socket, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        const ssize_t length = recv(socket.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
         // An interface that went down reports that once, and what follows is still to be read.
         if (length < 0 && errno == ENETDOWN) continue;
         if (length < 0) return received;

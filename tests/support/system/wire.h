@@ -4,10 +4,15 @@
 #include <optional>
 #include <string>
 
+#include "base/file_descriptor.h"
 #include "tests/support/system/frame.h"
 #include "tests/support/system/wait_for.h"
 
 namespace norvad::test {
+
+// A packet socket that hears every frame that arrives on interface, from now on, and none that leaves it; throws when
+// there is none to have.
+FileDescriptor ListenOn(const std::string& interface);
 
 // The far end of a port's cable: sends frames into the port and keeps every frame that leaves it.
 class Wire {
@@ -15,10 +20,7 @@ public:
     using Filter = std::function<bool(const Bytes& frame)>;
 
     // Listens on interface from now on.
-    explicit Wire(const std::string& interface);
-    ~Wire();
-    Wire(const Wire&) = delete;
-    Wire& operator=(const Wire&) = delete;
+    explicit Wire(const std::string& interface) : socket(ListenOn(interface)) {}
 
     // Throws when the kernel refuses the frame.
     void Send(const Bytes& frame);
@@ -34,7 +36,7 @@ public:
                                       std::chrono::milliseconds deadline = longEnough);
 
 private:
-    int socket = -1;
+    FileDescriptor socket;
     std::vector<Bytes> received;
 };
 

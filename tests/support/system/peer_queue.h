@@ -1,35 +1,33 @@
 #pragma once
 
-#include <mqueue.h>
-
 #include <optional>
 #include <string>
 
+#include "base/message_queue.h"
 #include "tests/support/system/frame.h"
 #include "tests/support/system/wait_for.h"
 
 namespace norvad::test {
 
-// A message queue of the kernel, opened as any program on the machine may.
-class MessageQueue {
+// A message queue of the kernel, as any program on the machine may open it. Nothing waits in the kernel.
+class PeerQueue {
 public:
     // Makes the queue, which must not exist; it goes with this object.
-    static MessageQueue Make(const std::string& name, long messageSize, long depth = 10);
+    static PeerQueue Make(const std::string& name, long messageSize, long depth = 10);
 
     // Opens a queue of another process; throws when there is none.
-    static MessageQueue Open(const std::string& name);
+    static PeerQueue Open(const std::string& name);
 
     static bool Exists(const std::string& name);
-    static void Remove(const std::string& name);
 
-    MessageQueue(MessageQueue&& other) noexcept;
-    ~MessageQueue();
+    PeerQueue(PeerQueue&& other) noexcept;
+    ~PeerQueue();
 
     // False when the queue is full, or not made for a message of that length.
-    bool TrySend(const Bytes& message);
+    bool TrySend(const Bytes& message) const;
 
     // The next message; nothing when none comes before deadline.
-    std::optional<Bytes> Receive(std::chrono::milliseconds deadline = longEnough);
+    std::optional<Bytes> Receive(std::chrono::milliseconds deadline = longEnough) const;
 
     // Messages that wait in it.
     long Waiting() const;
@@ -38,9 +36,9 @@ public:
     bool WaitUntilEmpty() const;
 
 private:
-    MessageQueue(mqd_t queue, std::string made);
+    PeerQueue(MessageQueue opened, const std::string& name, bool isMade);
 
-    mqd_t queue;
+    MessageQueue queue;
     std::string made;  // its name when this object has to remove it
 };
 
