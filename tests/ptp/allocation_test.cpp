@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/ptp/counted_allocations.h"
 #include "tests/ptp/ptp_fixture.h"
+#include "tests/support/allocations/counted_allocations.h"
 
 namespace norvad::test {
 

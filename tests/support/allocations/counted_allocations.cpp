@@ -1,4 +1,4 @@
-#include "tests/ptp/counted_allocations.h"
+#include "tests/support/allocations/counted_allocations.h"
 
 #include <cstdlib>
 #include <new>
