@@ -2,12 +2,14 @@
 
 #include <boost/make_shared.hpp>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "base/ethertypes.h"
 #include "base/log.h"
 #include "switch/switch.h"
 #include "tests/support/fake_doors.h"
-#include "tests/support/fake_handler.h"
+#include "tests/support/recording_handler.h"
 #include "tests/support/stepped_clock.h"
 
 namespace norvad {
@@ -18,13 +20,14 @@ public:
     ControlBridge() {
         static FILE* const nowhere = std::freopen("/dev/null", "w", stdout);
         (void)nowhere;
-        bridge.Dispatcher().AddHandler(boost::make_shared<test::FakeHandler>(ETHERTYPE_MSRP, "msrp"));
-        bridge.Dispatcher().AddHandler(boost::make_shared<test::FakeHandler>(ETHERTYPE_PTP2, "ptp"));
+        bridge.Dispatcher().AddHandler(boost::make_shared<test::RecordingHandler>(ETHERTYPE_MSRP, "msrp", events));
+        bridge.Dispatcher().AddHandler(boost::make_shared<test::RecordingHandler>(ETHERTYPE_PTP2, "ptp", events));
         doors.SetPortLinks({test::linkGigabit, test::linkFastBlocked});
         bridge.UpdateLinks();
     }
     ~ControlBridge() { debugLevels = {}; }
 
+    std::vector<std::string> events;
     test::SteppedClock clock;
     test::FakeDoors doors{clock};
     Switch bridge{"eth0", clock, doors};

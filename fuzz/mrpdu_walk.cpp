@@ -1,18 +1,14 @@
-#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <span>
 
+#include "fuzz/input.h"
 #include "mrp/mrpdu.h"
 
 namespace norvad {
 
 namespace {
 
-void Require(bool condition) {
-    if (!condition) std::abort();
-}
+using fuzz::Require;
 
 void CheckVector(const AttributeGetter& getter, std::span<const uint8_t> message, bool fourPacked) {
     const auto value = getter.FirstValue();
@@ -41,13 +37,10 @@ void Walk(std::span<const uint8_t> message, MessageLayout layout, bool fourPacke
 
 }  // namespace norvad
 
-// Walks any bytes as one message, in both layouts, with and without four-packed events. The copy ends where its memory
-// ends, so that the address sanitizer sees a read beyond it.
+// Walks any bytes as one message, in both layouts, with and without four-packed events.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using norvad::MessageLayout;
-    const auto copy = std::make_unique<uint8_t[]>(size);
-    std::copy(data, data + size, copy.get());
-    const std::span<const uint8_t> message(copy.get(), size);
+    const norvad::test::Bytes message = norvad::test::Copy({data, size});
     for (const bool fourPacked : {false, true}) {
         norvad::Walk(message, MessageLayout::WithListLength, fourPacked);
         norvad::Walk(message, MessageLayout::WithoutListLength, fourPacked);

@@ -3,56 +3,33 @@
 // must still agree with one another and with the switch.
 
 #include <algorithm>
-#include <boost/program_options.hpp>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <span>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "base/ethertypes.h"
 #include "base/log.h"
 #include "base/timer_service.h"
+#include "fuzz/input.h"
 #include "msrp/msrp_handler.h"
 #include "tests/support/fake_switch.h"
+#include "tests/support/operator.h"
 #include "tests/support/stepped_clock.h"
 
 using namespace norvad;
+using norvad::fuzz::Input;
+using norvad::fuzz::Require;
+using norvad::test::Bytes;
+using norvad::test::Copy;
 using norvad::test::FakeSwitch;
+using norvad::test::Join;
 
 namespace {
 
 constexpr size_t mostActions = 64;
-
-void Require(bool holds) {
-    if (!holds) std::abort();
-}
-
-class Input {
-public:
-    explicit Input(std::span<const uint8_t> bytes) : rest(bytes) {}
-
-    bool IsEmpty() const { return rest.empty(); }
-    uint8_t Byte() {
-        if (rest.empty()) return 0;
-        const uint8_t byte = rest.front();
-        rest = rest.subspan(1);
-        return byte;
-    }
-    // Behind a length of two bytes.
-    std::span<const uint8_t> Bytes() {
-        const size_t high = Byte();
-        const size_t wanted = high << 8 | Byte();
-        const auto taken = rest.first(std::min(wanted, rest.size()));
-        rest = rest.subspan(taken.size());
-        return taken;
-    }
-
-private:
-    std::span<const uint8_t> rest;
-};
 
 class Bridge {
 public:
@@ -64,10 +41,10 @@ public:
     void Act(Input& input) {
         switch (input.Byte() % 6) {
             case 0:
-                ReceivePdu(input.Byte(), input.Bytes());
+                ReceivePdu(input.Byte(), input.Bytes(input.Short()));
                 break;
             case 1:
-                Receive(input.Bytes());
+                Receive(input.Bytes(input.Short()));
                 break;
             case 2:
                 Run(input.Byte());
@@ -86,21 +63,13 @@ public:
     }
 
 private:
-    // The handler gets a buffer that ends where the frame ends, so that the address sanitizer sees a read beyond it.
-    void Receive(std::span<const uint8_t> frame) {
-        const auto copy = std::make_unique<uint8_t[]>(frame.size());
-        std::copy(frame.begin(), frame.end(), copy.get());
-        msrp.HandleFrame({copy.get(), frame.size()}, ETHERTYPE_MSRP);
-    }
+    void Receive(const Bytes& frame) { msrp.HandleFrame(Copy(frame), ETHERTYPE_MSRP); }
 
-    void ReceivePdu(uint8_t port, std::span<const uint8_t> pdu) {
+    void ReceivePdu(uint8_t port, const Bytes& pdu) {
         TaggedHeader header{};
         header.tag.port = static_cast<uint8_t>(port << 3);
         header.etherType = ETHERTYPE_MSRP;
-        const auto front = BytesOf(header);
-        std::vector<uint8_t> frame(front.begin(), front.end());
-        frame.insert(frame.end(), pdu.begin(), pdu.end());
-        Receive(frame);
+        Receive(Join({Copy(BytesOf(header)), pdu}));
     }
 
     void Run(uint8_t tenthsOfSeconds) {
@@ -132,15 +101,7 @@ private:
     }
 
     void Command(const char* option, uint8_t number) {
-        namespace po = boost::program_options;
-        po::options_description options;
-        msrp.AddControlOptions(options);
-        po::variables_map values;
-        const std::vector<std::string> arguments = {option, std::to_string(number)};
-        po::store(po::command_line_parser(arguments).options(options).run(), values);
-        std::ostringstream answer;
-        msrp.HandleControlOptions(values, answer);
-        Require(!answer.str().empty());
+        Require(!norvad::test::AnswerOf(msrp, {option, std::to_string(number)}).empty());
     }
 
     void CheckRecords() {

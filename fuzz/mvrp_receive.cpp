@@ -1,10 +1,7 @@
-#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
-#include <span>
 
 #include "base/log.h"
+#include "fuzz/input.h"
 #include "mvrp/mvrp_handler.h"
 #include "tests/support/fake_switch.h"
 #include "tests/support/stepped_clock.h"
@@ -13,11 +10,7 @@ namespace norvad {
 
 namespace {
 
-constexpr size_t chunkHeader = 2;
-
-void Require(bool condition) {
-    if (!condition) std::abort();
-}
+using fuzz::Require;
 
 // What must hold whatever was received: the switch's members are the registrations.
 void CheckMembership(MVRPHandler& mvrp, const test::FakeSwitch& bridge) {
@@ -49,15 +42,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     MVRPHandler mvrp(bridge, bridge, timers);
     for (const uint8_t port : {uint8_t{0}, uint8_t{1}}) bridge.Raise(port);
 
-    std::span<const uint8_t> rest(data, size);
-    while (rest.size() >= chunkHeader) {
-        const size_t length = std::min<size_t>(rest[0], rest.size() - chunkHeader);
-        clock.AdvanceMs(rest[1] * 8u);
+    fuzz::Input input({data, size});
+    while (!input.IsEmpty()) {
+        const size_t length = input.Byte();
+        clock.AdvanceMs(input.Byte() * 8u);
         timers.runDue();
-        const auto frame = std::make_unique<uint8_t[]>(length);
-        std::copy_n(rest.begin() + chunkHeader, length, frame.get());
-        mvrp.HandleFrame({frame.get(), length}, mvrp.GetEtherType());
-        rest = rest.subspan(chunkHeader + length);
+        mvrp.HandleFrame(input.Bytes(length), mvrp.GetEtherType());
     }
     CheckMembership(mvrp, bridge);
 

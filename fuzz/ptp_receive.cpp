@@ -17,59 +17,29 @@
 #include "base/log.h"
 #include "base/timer_service.h"
 #include "base/wire.h"
+#include "fuzz/input.h"
 #include "ptp/grandmaster_export.h"
 #include "ptp/message_builder.h"
 #include "ptp/ptp_handler.h"
-#include "switch/i4_dsa_socket.h"
 #include "switch/i4_ptp.h"
+#include "tests/support/fake_ports.h"
 #include "tests/support/stepped_clock.h"
 
 using namespace norvad;
+using norvad::fuzz::Input;
+using norvad::fuzz::Require;
+using norvad::test::Bytes;
+using norvad::test::Copy;
+using norvad::test::Join;
 
 namespace {
 
-void Require(bool holds) {
-    if (!holds) std::abort();
-}
-
-class Input {
-public:
-    explicit Input(std::span<const uint8_t> bytes) : rest(bytes) {}
-
-    bool IsEmpty() const { return rest.empty(); }
-    uint8_t Byte() {
-        if (rest.empty()) return 0;
-        const uint8_t byte = rest.front();
-        rest = rest.subspan(1);
-        return byte;
-    }
-    uint16_t Short() {
-        const uint8_t high = Byte();
-        return static_cast<uint16_t>(high << 8 | Byte());
-    }
-    uint64_t Number() {
-        uint64_t number = 0;
-        for (int byte = 0; byte < 8; ++byte) number = number << 8 | Byte();
-        return number;
-    }
-    std::vector<uint8_t> Bytes(size_t wanted) {
-        const auto taken = rest.first(std::min(wanted, rest.size()));
-        rest = rest.subspan(taken.size());
-        return {taken.begin(), taken.end()};
-    }
-
-private:
-    std::span<const uint8_t> rest;
-};
-
 // Ports and stamps as the input wants them. Every frame sent must be whole, and in a buffer with room for padding.
-class FuzzSwitch final : public I4PTP, public I4DSASocket {
+class FuzzSwitch final : public I4PTP, public norvad::test::FakePorts {
 public:
-    struct Port {
-        bool up = true, stpUp = true, avbUp = false;
-        uint16_t requestId = 0;
-    };
-    std::array<Port, 7> ports{};
+    FuzzSwitch() { ports.fill({true, true, false, false}); }
+
+    std::array<uint16_t, portCount> requestIds{};  // of the last request that each port sent
     uint64_t stamp = 1'000'000'000;
     uint64_t stampStep = 1000;
 
@@ -86,27 +56,25 @@ public:
     void SetClockSteering(int32_t) override {}
     void SetClock(uint64_t value) override { stamp += value; }
 
-    uint8_t GetMaxPorts() const override { return 7; }
     void write(uint8_t port, uint8_t* frame, size_t length) override {
-        Require(port < 7);
-        Require(length >= sizeof(Framed<SyncMessage>) && length <= 1522);
-        if (length < minimumTaggedFrame) std::memset(frame + length, 0, minimumTaggedFrame - length);
-        const auto header = Peek<PTPHeader>({frame, length}, taggedHeaderSize);
-        Require(header->firstByte >> 4 == ptpTransportSpecific);
-        if (header->firstByte == static_cast<uint8_t>(PTPMessage::PDELAY_REQ))
-            ports[port].requestId = header->sequenceId;
+        Require(port < portCount && frame);
+        Send(port, {frame, length});
     }
     void writeAllPorts(uint8_t, uint8_t*, size_t) override { Require(false); }
-    bool IsPortUp(uint8_t port) const override { return port < 7 && ports[port].up; }
-    bool IsStpUp(uint8_t port) const override { return port < 7 && ports[port].stpUp; }
-    bool IsAvbUp(uint8_t port) const override { return port < 7 && ports[port].avbUp; }
-    bool GetPeerIsSameMake(uint8_t) const override { return false; }
-    void SetAsCapable(uint8_t port, bool capable, bool) override {
-        Require(port < 7);
-        ports[port].avbUp = capable;
+    void SetAsCapable(uint8_t port, bool capable, bool peerIsSameMake) override {
+        Require(port < portCount);
+        FakePorts::SetAsCapable(port, capable, peerIsSameMake);
     }
 
 private:
+    void Send(uint8_t port, std::span<uint8_t> frame) override {
+        Require(frame.size() >= sizeof(Framed<SyncMessage>) && frame.size() <= 1522);
+        if (frame.size() < minimumTaggedFrame)
+            std::memset(frame.data() + frame.size(), 0, minimumTaggedFrame - frame.size());
+        const auto header = Peek<PTPHeader>(frame, taggedHeaderSize);
+        Require(header->firstByte >> 4 == ptpTransportSpecific);
+        if (header->firstByte == static_cast<uint8_t>(PTPMessage::PDELAY_REQ)) requestIds[port] = header->sequenceId;
+    }
     uint64_t NextStamp() { return stamp += stampStep; }
 };
 
@@ -155,12 +123,7 @@ private:
         }
     }
 
-    // On the heap and exactly as long as it is, so that a read beyond it is found.
-    void Hand(std::vector<uint8_t> frame) {
-        const auto exact = std::make_unique<uint8_t[]>(frame.size());
-        std::copy(frame.begin(), frame.end(), exact.get());
-        handler->HandleFrame({exact.get(), frame.size()}, ETHERTYPE_PTP2);
-    }
+    void Hand(const Bytes& frame) { handler->HandleFrame(Copy(frame), ETHERTYPE_PTP2); }
 
     void RawFrame() {
         const uint16_t length = input.Short() % 2049;
@@ -177,12 +140,9 @@ private:
         header.firstByte = types[choice % types.size()];
         header.sourcePortIdentity.clockIdentity = {2, 0, 0, 0xFF, 0xFE, 0, 0, static_cast<uint8_t>(1 + choice / 8 % 4)};
         header.sequenceId = input.Byte();
-        header.correctionField = choice & 0x80 ? static_cast<int64_t>(input.Number()) : 0;
-        const auto bytes = BytesOf(frame);
-        std::vector<uint8_t> whole(bytes.begin(), bytes.end() - sizeof(PTPTimestamp));
-        const auto body = input.Bytes(input.Byte() * (choice & 0x40 ? 8U : 1U));
-        whole.insert(whole.end(), body.begin(), body.end());
-        Hand(std::move(whole));
+        header.correctionField = choice & 0x80 ? static_cast<int64_t>(input.Number(8)) : 0;
+        const auto front = BytesOf(frame).first<sizeof(frame) - sizeof(PTPTimestamp)>();
+        Hand(Join({Copy(front), input.Bytes(input.Byte() * (choice & 0x40 ? 8U : 1U))}));
     }
 
     void PassTime() {
@@ -199,8 +159,8 @@ private:
     }
 
     void Stamps() {
-        device.stamp = input.Number();
-        device.stampStep = input.Byte() & 1 ? input.Number() : 1000;
+        device.stamp = input.Number(8);
+        device.stampStep = input.Byte() & 1 ? input.Number(8) : 1000;
     }
 
     void Operator() {
@@ -222,18 +182,16 @@ private:
         const ClockIdentity own = ClockIdentityOf({2, 0, 0, 0, 0, 1}), peer = ClockIdentityOf({2, 0, 0, 0, 0, 2});
         auto response = BuildPdelayResp({}, peer);
         response.ethernet.tag.port = static_cast<uint8_t>(port << 3);
-        response.message.header.sequenceId = device.ports[port].requestId;
-        response.message.requestReceiptTimestamp = EncodeTimestamp(input.Number());
+        response.message.header.sequenceId = device.requestIds[port];
+        response.message.requestReceiptTimestamp = EncodeTimestamp(input.Number(8));
         response.message.requestingPortIdentity = {own, port};
         auto followUp = BuildPdelayRespFollowUp({}, peer);
         followUp.frame.ethernet = response.ethernet;
         followUp.frame.message.header.sequenceId = response.message.header.sequenceId;
-        followUp.frame.message.responseOriginTimestamp = EncodeTimestamp(input.Number());
+        followUp.frame.message.responseOriginTimestamp = EncodeTimestamp(input.Number(8));
         followUp.frame.message.requestingPortIdentity = {own, port};
-        const auto first = BytesOf(response);
-        const auto second = BytesOf(followUp);
-        Hand({first.begin(), first.end()});
-        Hand({second.begin(), second.end()});
+        Hand(Copy(BytesOf(response)));
+        Hand(Copy(BytesOf(followUp)));
     }
 
     Input input;

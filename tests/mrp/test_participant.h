@@ -8,7 +8,7 @@
 #include "mrp/mrp.h"
 #include "mrp/mrpdu.h"
 #include "tests/support/bytes.h"
-#include "tests/support/stepped_clock.h"
+#include "tests/support/stepped_time.h"
 
 namespace norvad::test {
 
@@ -82,18 +82,9 @@ private:
 };
 
 // A participant of two ports on a clock that only the test moves.
-struct ParticipantBench {
-    // Lets time pass in steps of a millisecond.
-    void RunMs(uint64_t ms) {
-        for (uint64_t i = 0; i < ms; ++i) {
-            clock.AdvanceMs(1);
-            timers.runDue();
-        }
-    }
+struct ParticipantBench : SteppedTime {
     uint64_t NowMs() const { return clock.Ns() / 1'000'000; }
 
-    SteppedClock clock;
-    TimerService timers{clock};
     std::unique_ptr<TestParticipant> owner = std::make_unique<TestParticipant>(timers, clock);
     TestParticipant& mrp = *owner;
 };

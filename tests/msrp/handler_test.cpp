@@ -71,13 +71,13 @@ TEST_F(MsrpHandler, WhatHasSettledStaysAsItIsFromSecondToSecond) {
     ReceiveTalker(0, Stream(1));
     ReceiveTalkerFailed(0, Stream(2));
     ReceiveListener(1, Stream(1));
-    Run(999);
+    RunMs(999);
     const std::string streams = Control({"--msrp"}), domains = Control({"--dom"});
     const auto multicasts = board.multicasts;
     board.calls.clear();
     board.sent.clear();
 
-    Run(8'000);  // short of a LeaveAll
+    RunMs(8'000);  // short of a LeaveAll
     EXPECT_EQ(Control({"--msrp"}), streams);
     EXPECT_EQ(Control({"--dom"}), domains);
     EXPECT_EQ(board.multicasts, multicasts);

@@ -26,7 +26,7 @@ protected:
     bool IsOpen(uint8_t port, uint8_t n) const {
         return board.multicasts.contains({port, 2, {0x91, 0xE0, 0xF0, 0, 0, n}});
     }
-    uint32_t Bandwidth(uint8_t port) const { return board.ports.at(port).reservedBandwidth; }
+    uint32_t Bandwidth(uint8_t port) const { return board.reserved.at(port); }
 
     const StreamID id = Stream(1);
 };
@@ -98,7 +98,7 @@ TEST_F(ListenerPropagationTest, TwoListenersAddUpAndRemovingOneLeavesTheOther) {
 TEST_F(ListenerPropagationTest, AListenerThatLeavesIsWithdrawnAsAskingFailed) {
     ReceiveTalker(0, id);
     ReceiveListener(1, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(0);
     ReceiveListener(1, id, READY, LV);
     RunLeaveTime();
@@ -110,14 +110,14 @@ TEST_F(ListenerPropagationTest, AListenerThatLeavesIsWithdrawnAsAskingFailed) {
 TEST_F(ListenerPropagationTest, AChangeToAskingFailedIsCarriedAndKeepsTheReservation) {
     ReceiveTalker(0, id);
     ReceiveListener(1, id, READY);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(0);
     CapturedLog watch(2);
     ReceiveListener(1, id, ASKING_FAILED, JoinIn);
     EXPECT_THAT(watch.Text(),
                 HasSubstr("[SW-MSRP] Port(0) Propagated Listener from (1): decl type changed to ASKING_FAILED\n"));
 
-    Run(300);
+    RunMs(300);
     EXPECT_THAT(SentValues(0), Contains("listener 0001 JoinMt ASKING_FAILED"));
     EXPECT_TRUE(IsReserved(1, id));
     EXPECT_TRUE(IsOpen(1, 1));
@@ -168,12 +168,12 @@ TEST_F(ListenerPropagationTest, AChangeToReadyReserves) {
 TEST_F(ListenerPropagationTest, RefreshesChangeNothing) {
     ReceiveTalker(0, id);
     ReceiveListener(1, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(0);
     for (int i = 0; i < 10; ++i) {
         ReceiveListener(1, id, READY, JoinIn);
         ReceiveTalker(0, id, JoinIn);
-        Run(100);
+        RunMs(100);
     }
 
     EXPECT_THAT(SentValues(0), IsEmpty());
@@ -244,7 +244,7 @@ TEST_F(ListenerPropagationTest, AListenerDeclaredAgainAfterItsLastSourceTakesThe
 TEST_F(ListenerPropagationTest, AnEchoOnTheTalkersPortLeavesTheDeclarationAlone) {
     ReceiveTalker(0, id);
     ReceiveListener(1, id, READY);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(0);
     ReceiveListener(0, id, ASKING_FAILED);
 
@@ -253,7 +253,7 @@ TEST_F(ListenerPropagationTest, AnEchoOnTheTalkersPortLeavesTheDeclarationAlone)
     EXPECT_TRUE(IsReserved(1, id));
     EXPECT_FALSE(IsReserved(0, id));
     EXPECT_FALSE(IsListenerDeclared(1, id));
-    Run(20'000);
+    RunMs(20'000);
     for (const std::string& value : SentValues(0)) EXPECT_THAT(value, Not(HasSubstr("listener 0001 New ASKING")));
 }
 
@@ -261,7 +261,7 @@ TEST_F(ListenerPropagationTest, ATalkerThatLeavesMakesAProxyLeaveAndReleases) {
     ReceiveTalker(0, id);
     ReceiveListener(1, id);
     ReceiveListener(2, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(0);
     ReceiveTalker(0, id, LV);
     CapturedLog watch(1);
@@ -397,7 +397,7 @@ TEST_F(ListenerPropagationTest, BoundStreamsBetweenExternalPortsNeedANeighbourOf
 
     board.ports[0].peerIsSameMake = false;
     ReceiveListener(1, bound, READY, LV);
-    Run(1000);
+    RunMs(1000);
     EXPECT_FALSE(IsListenerDeclared(0, bound));  // a leave passes all the same
 }
 

@@ -130,7 +130,7 @@ private:
         RunLeaveTime();
 
         ReceiveTalkerFailed(0, Stream(2));
-        Run(1);
+        RunMs(1);
         ReceiveTalker(0, Stream(2));
 
         const auto leaveAll = [](uint8_t length) { return Vector(Bytes(length), {}, {}, true); };

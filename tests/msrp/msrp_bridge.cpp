@@ -1,7 +1,5 @@
 #include "tests/msrp/msrp_bridge.h"
 
-#include <boost/program_options.hpp>
-#include <sstream>
 #include <stdexcept>
 
 #include "base/ethertypes.h"
@@ -97,30 +95,11 @@ void MsrpBridge::ReceiveListener(uint8_t port, const StreamID& id, ListenerDecla
                                    {static_cast<uint8_t>(declaration)})})});
 }
 
-void MsrpBridge::Run(uint32_t ms) {
-    for (uint32_t i = 0; i < ms; ++i) {
-        clock.AdvanceMs(1);
-        (void)timers.runDue();
-    }
-}
-
 std::vector<std::string> MsrpBridge::SentValues(uint8_t port) {
     std::vector<std::string> values;
     for (const Bytes& frame : board.SentOn(port)) DecodeValues(frame, values);
     std::erase_if(board.sent, [port](const FakeSwitch::SentFrame& frame) { return frame.port == port; });
     return values;
-}
-
-std::string MsrpBridge::Control(const std::vector<std::string>& arguments) {
-    namespace po = boost::program_options;
-    po::options_description options;
-    msrp.AddControlOptions(options);
-    po::variables_map values;
-    po::store(po::command_line_parser(arguments).options(options).run(), values);
-    po::notify(values);
-    std::ostringstream answer;
-    msrp.HandleControlOptions(values, answer);
-    return answer.str();
 }
 
 bool MsrpBridge::IsTalkerDeclared(uint8_t port, const StreamID& id) {

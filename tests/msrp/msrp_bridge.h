@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "base/log.h"
-#include "base/timer_service.h"
 #include "msrp/msrp_handler.h"
 #include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_switch.h"
-#include "tests/support/stepped_clock.h"
+#include "tests/support/operator.h"
+#include "tests/support/stepped_time.h"
 
 namespace norvad::test {
 
@@ -32,7 +32,7 @@ StreamID Stream(uint8_t n, uint8_t selector = 0);
 TalkerFirstValue TalkerOf(const StreamID& id);
 
 // A whole MSRP bridge on a switch in software, with a clock that the test moves.
-class MsrpBridge : public ::testing::Test {
+class MsrpBridge : public testing::Test, protected SteppedTime {
 protected:
     // A port in service, as the switch sees it; MSRP hears nothing of it.
     void Raise(std::initializer_list<uint8_t> ports) {
@@ -45,25 +45,20 @@ protected:
     void ReceiveListener(uint8_t port, const StreamID& id, ListenerDeclaration declaration = ListenerDeclaration::READY,
                          AttributeEvent event = AttributeEvent::NEW);
 
-    // Lets time pass in steps of a millisecond.
-    void Run(uint32_t ms);
-
     // Long enough for a received Leave to end a registration, and short of a LeaveAll.
-    void RunLeaveTime() { Run(1200); }
+    void RunLeaveTime() { RunMs(1200); }
 
     // The values sent out of a port since the last call, such as "talker 0001 New", "listener 0001 JoinMt READY",
     // "domain 6 New"; a LeaveAll without a value is "talker LeaveAll", and one on a value is added to it.
     std::vector<std::string> SentValues(uint8_t port);
 
     // What the daemon control option answers.
-    std::string Control(const std::vector<std::string>& arguments);
+    std::string Control(const std::vector<std::string>& words) { return AnswerOf(msrp, words); }
 
     bool IsTalkerDeclared(uint8_t port, const StreamID& id);
     bool IsTalkerFailedDeclared(uint8_t port, const StreamID& id);
     bool IsListenerDeclared(uint8_t port, const StreamID& id);
 
-    SteppedClock clock;
-    TimerService timers{clock};
     FakeSwitch board;
     MSRPHandler msrp{board, board, timers};
 };

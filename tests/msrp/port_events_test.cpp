@@ -58,7 +58,7 @@ TEST_F(MsrpPortEvents, APortThatGoesDownTakesItsRegistrationsAlong) {
     EXPECT_FALSE(IsTalkerDeclared(1, id));
     EXPECT_FALSE(msrp.FindListener(id, 1)->reservation.active);
     EXPECT_THAT(board.multicasts, IsEmpty());
-    Run(200);
+    RunMs(200);
     EXPECT_EQ(msrp.FindTalker(id, 0), nullptr);
     EXPECT_EQ(msrp.FindListener(id, 0), nullptr);
 }
@@ -83,7 +83,7 @@ TEST_F(MsrpPortEvents, NothingIsDeclaredOnAPortThatWentDownAndCameBack) {
     Raise({1});
     msrp.PortUp(1);
     msrp.PortAvbUp(1);
-    Run(400);
+    RunMs(400);
 
     EXPECT_EQ(msrp.FindStream(id), nullptr);
 }
@@ -91,7 +91,7 @@ TEST_F(MsrpPortEvents, NothingIsDeclaredOnAPortThatWentDownAndCameBack) {
 TEST_F(MsrpPortEvents, APortThatComesBackHearsOfTheTalkersWithAvbUp) {
     ReceiveTalker(0, id);
     TakeDown(1);
-    Run(400);
+    RunMs(400);
     (void)SentValues(1);
     Raise({1});
     msrp.PortUp(1);
@@ -99,21 +99,21 @@ TEST_F(MsrpPortEvents, APortThatComesBackHearsOfTheTalkersWithAvbUp) {
 
     msrp.PortAvbUp(1);
     EXPECT_TRUE(IsTalkerDeclared(1, id));
-    Run(1);
+    RunMs(1);
     EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 New", "domain 5 New", "domain 6 New"));
 }
 
 TEST_F(MsrpPortEvents, AvbUpRepropagatesTheTalkersOfEveryPortAndRedeclaresTheOwn) {
     ReceiveTalker(0, id);
     ReceiveTalker(1, Stream(2));
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(0);
     (void)SentValues(1);
     msrp.PortAvbUp(1);
 
     EXPECT_EQ(msrp.FindTalker(id, 0)->state.registrar, RegistrarState::IN);
     EXPECT_EQ(msrp.FindTalker(Stream(2), 1)->state.registrar, RegistrarState::LV);
-    Run(1);
+    RunMs(1);
     EXPECT_THAT(SentValues(1), Contains("talker 0001 New"));
     EXPECT_THAT(SentValues(0), Contains("talker 0002 New"));
 }
@@ -133,14 +133,14 @@ TEST_F(MsrpPortEvents, AvbUpJoinsTheListenersThatWaited) {
 TEST_F(MsrpPortEvents, AvbDownAndSpanningTreeChangeNothing) {
     ReceiveTalker(0, id);
     ReceiveListener(1, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(0);
     (void)SentValues(1);
     const auto multicasts = board.multicasts;
     msrp.PortAvbDown(1);
     msrp.PortStpDown(0);
     msrp.PortStpUp(0);
-    Run(1000);
+    RunMs(1000);
 
     EXPECT_TRUE(IsTalkerDeclared(1, id));
     EXPECT_EQ(board.multicasts, multicasts);
@@ -150,17 +150,17 @@ TEST_F(MsrpPortEvents, AvbDownAndSpanningTreeChangeNothing) {
 
 TEST_F(MsrpPortEvents, APortThatComesUpTwiceDeclaresItsDomainsAnew) {
     msrp.PortUp(1);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(1);
     msrp.PortUp(1);
-    Run(1);
+    RunMs(1);
 
     EXPECT_THAT(SentValues(1), ElementsAre("domain 5 New", "domain 6 New"));
 }
 
 TEST_F(MsrpPortEvents, DomainsStayDeclaredWithoutANeighbour) {
     msrp.PortUp(1);
-    Run(60'000);
+    RunMs(60'000);
 
     ASSERT_NE(msrp.FindDomain({6, 3, 2}, 1), nullptr);
     EXPECT_FALSE(msrp.FindDomain({6, 3, 2}, 1)->IsRegistered());
@@ -169,9 +169,9 @@ TEST_F(MsrpPortEvents, DomainsStayDeclaredWithoutANeighbour) {
 
 TEST_F(MsrpPortEvents, DomainsGoWithTheirPort) {
     msrp.PortUp(1);
-    Run(1000);
+    RunMs(1000);
     TakeDown(1);
-    Run(200);
+    RunMs(200);
 
     EXPECT_EQ(msrp.FindDomain({6, 3, 2}, 1), nullptr);
     EXPECT_EQ(msrp.FindDomain({5, 2, 2}, 1), nullptr);
@@ -185,7 +185,7 @@ TEST_F(MsrpPortEvents, APortBeyondTheTableThrows) {
 
 TEST_F(MsrpPortEvents, ARegistrationThatIsNotRefreshedEndsWithTheLeaveAllOfThisBridge) {
     ReceiveTalker(0, id);
-    Run(17'000);  // a LeaveAll comes within 15 s, the leave time is 1 s
+    RunMs(17'000);  // a LeaveAll comes within 15 s, the leave time is 1 s
 
     EXPECT_EQ(msrp.FindStream(id), nullptr);
 }

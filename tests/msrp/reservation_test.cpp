@@ -117,12 +117,12 @@ TEST_F(ReservationsTest, ATotalThatWrappedComesBack) {
     Listener third(Stream(3), 1);
     reservations.Reserve(first, huge);
     reservations.Reserve(second, huge);
-    EXPECT_EQ(board.ports[1].reservedBandwidth, static_cast<uint32_t>(2 * 4'197'440'000ull));
+    EXPECT_EQ(board.reserved[1], static_cast<uint32_t>(2 * 4'197'440'000ull));
 
     reservations.Reserve(third, TalkerOf(Stream(3)));
     reservations.Release(first);
     reservations.Release(second);
-    EXPECT_EQ(board.ports[1].reservedBandwidth, 1'200'000u);
+    EXPECT_EQ(board.reserved[1], 1'200'000u);
 }
 
 }  // namespace

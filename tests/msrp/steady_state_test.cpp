@@ -16,7 +16,7 @@ protected:
             ReceiveTalker(0, id);
             ReceiveListener(1, id);
         }
-        Run(2000);
+        RunMs(2000);
     }
 };
 
@@ -43,7 +43,7 @@ TEST_F(MsrpSteadyState, APduWithManyValuesAllocatesNoMoreThanOneWithTwo) {
         (void)timers.runDue();
         const size_t taken = CountedAllocations() - before;
         EXPECT_EQ(SentValues(1).size(), values);
-        Run(2000);
+        RunMs(2000);
         return taken;
     };
 

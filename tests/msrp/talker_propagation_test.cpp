@@ -38,7 +38,7 @@ TEST_F(TalkerPropagationTest, PropagationCopiesTheStoredValueSoThatEachHopAddsOn
 
 TEST_F(TalkerPropagationTest, ATalkerThatLeavesIsWithdrawnWithALeave) {
     ReceiveTalker(0, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(1);
     ReceiveTalker(0, id, LV);
     EXPECT_TRUE(IsTalkerDeclared(1, id));  // the neighbour has its time to come back
@@ -53,7 +53,7 @@ TEST_F(TalkerPropagationTest, ATalkerFromTwoPortsStaysUntilBothHaveLeft) {
     ReceiveTalker(1, id);
     EXPECT_TRUE(IsTalkerDeclared(2, id));
     EXPECT_TRUE(IsTalkerDeclared(1, id));
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(2);
 
     ReceiveTalker(0, id, LV);
@@ -111,7 +111,7 @@ TEST_F(TalkerPropagationTest, ATalkerTowardsAPortWithoutAvbIsAFailedOneOfThisBri
 TEST_F(TalkerPropagationTest, ATalkerThatLeavesWithdrawsTheFailedOneToo) {
     board.ports[1].avbUp = false;
     ReceiveTalker(0, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(1);
     ReceiveTalker(0, id, LV);
     RunLeaveTime();
@@ -122,7 +122,7 @@ TEST_F(TalkerPropagationTest, ATalkerThatLeavesWithdrawsTheFailedOneToo) {
 TEST_F(TalkerPropagationTest, AvbUpTurnsTheFailedTalkerIntoATalker) {
     board.ports[1].avbUp = false;
     ReceiveTalker(0, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(1);
 
     board.ports[1].avbUp = true;
@@ -131,7 +131,7 @@ TEST_F(TalkerPropagationTest, AvbUpTurnsTheFailedTalkerIntoATalker) {
     EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] Port(1) Remove Propagated Talker failed for talker\n"));
     EXPECT_TRUE(IsTalkerDeclared(1, id));
     EXPECT_EQ(msrp.FindTalkerFailed(id, 1), nullptr);
-    Run(1);
+    RunMs(1);
     EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 New"));
 }
 
@@ -162,7 +162,7 @@ TEST_F(TalkerPropagationTest, AFailedTalkerKeepsItsBridgeAndCodeAndNeedsNoAvb) {
 
 TEST_F(TalkerPropagationTest, AFailedTalkerThatLeavesIsWithdrawn) {
     ReceiveTalkerFailed(0, id);
-    Run(1000);
+    RunMs(1000);
     (void)SentValues(1);
     ReceiveTalkerFailed(0, id, LV);
     RunLeaveTime();
@@ -332,7 +332,7 @@ TEST_F(TalkerPropagationTest, FailedTalkersPassTheSameFilter) {
 
 TEST_F(TalkerPropagationTest, DomainsStayBetweenTwoNeighbours) {
     Receive(0, {Message(4, 4, {Vector({6, 3, 0, 2}, {0})})});
-    Run(1000);
+    RunMs(1000);
 
     EXPECT_EQ(msrp.FindDomain({6, 3, 2}, 1), nullptr);
     EXPECT_THAT(SentValues(1), IsEmpty());

@@ -22,7 +22,7 @@ protected:
 
 TEST_F(MsrpTransmit, APortThatComesUpDeclaresTwoDomains) {
     msrp.PortUp(1);
-    Run(2);
+    RunMs(2);
 
     EXPECT_EQ(FirstFrameOn(1), FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"  // to the group address, from the switch
                                        " da da 00 00 40 08 e0 01  22 ea"       // from the CPU by port 1; MSRP
@@ -38,7 +38,7 @@ TEST_F(MsrpTransmit, APortThatComesUpDeclaresTwoDomains) {
 
 TEST_F(MsrpTransmit, ATalkerIsDeclaredOnTheOtherPortWithTheLatencyOfThisBridge) {
     ReceiveTalker(0, Stream(1));
-    Run(2);
+    RunMs(2);
 
     EXPECT_EQ(FirstFrameOn(1),
               FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"     //
@@ -54,7 +54,7 @@ TEST_F(MsrpTransmit, ATalkerIsDeclaredOnTheOtherPortWithTheLatencyOfThisBridge) 
 TEST_F(MsrpTransmit, ATalkerBecomesAFailedOneTowardsAPortThatIsNotAvbCapable) {
     board.ports[1].avbUp = false;
     ReceiveTalker(0, Stream(1));
-    Run(2);
+    RunMs(2);
 
     EXPECT_EQ(FirstFrameOn(1), FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"     //
                                        " da da 00 00 40 08 e0 01  22 ea  00"      //
@@ -69,7 +69,7 @@ TEST_F(MsrpTransmit, ATalkerBecomesAFailedOneTowardsAPortThatIsNotAvbCapable) {
 TEST_F(MsrpTransmit, AListenerIsDeclaredTowardsItsTalker) {
     ReceiveTalker(0, Stream(1));
     ReceiveListener(1, Stream(1), ListenerDeclaration::READY_FAILED);
-    Run(2);
+    RunMs(2);
 
     EXPECT_EQ(FirstFrameOn(0), FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"  //
                                        " da da 00 00 40 00 e0 01  22 ea  00"   //
@@ -81,10 +81,10 @@ TEST_F(MsrpTransmit, AListenerIsDeclaredTowardsItsTalker) {
 
 TEST_F(MsrpTransmit, ADeclarationIsSentUntilItIsSureToHaveArrived) {
     ReceiveTalker(0, Stream(1));
-    Run(1000);
+    RunMs(1000);
     EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 New", "talker 0001 New", "talker 0001 JoinMt"));
 
-    Run(5000);
+    RunMs(5000);
     EXPECT_THAT(SentValues(1), IsEmpty());
 }
 
@@ -93,7 +93,7 @@ TEST_F(MsrpTransmit, ValuesOfOneTypeShareAMessage) {
     ReceiveTalker(0, Stream(1));
     ReceiveTalker(0, Stream(2));
     ReceiveTalkerFailed(0, Stream(3));
-    Run(1);
+    RunMs(1);
     const std::string text = watch.Text();
 
     const Bytes frame = FirstFrameOn(1);
@@ -113,7 +113,7 @@ TEST_F(MsrpTransmit, ListenersAndDomainsAreCountedInTheLog) {
     msrp.PortUp(0);
     ReceiveTalker(0, Stream(1));
     ReceiveListener(1, Stream(1));
-    Run(1);
+    RunMs(1);
     const std::string text = watch.Text();
 
     EXPECT_THAT(text, HasSubstr("[SW-MSRP] ListenerProcessor added 1 listeners\n"));
@@ -123,7 +123,7 @@ TEST_F(MsrpTransmit, ListenersAndDomainsAreCountedInTheLog) {
 }
 
 TEST_F(MsrpTransmit, ALeaveAllWithNothingToDeclareIsFourMessagesWithoutValues) {
-    for (uint32_t ms = 0; ms < 15'000 && board.SentOn(0).empty(); ++ms) Run(1);
+    for (uint32_t ms = 0; ms < 15'000 && board.SentOn(0).empty(); ++ms) RunMs(1);
 
     EXPECT_EQ(FirstFrameOn(0),
               FromHex("01 80 c2 00 00 0e  02 00 5e 10 20 30"  //
@@ -142,12 +142,12 @@ TEST_F(MsrpTransmit, ALeaveAllRidesOnTheFirstValueOfItsType) {
     msrp.PortUp(1);
     ReceiveTalker(0, Stream(1));
     ReceiveTalker(0, Stream(2));
-    Run(2000);
+    RunMs(2000);
     (void)SentValues(1);
     for (uint32_t ms = 0; ms < 15'000 && board.SentOn(1).empty(); ++ms) {
         if (ms % 100 == 0) ReceiveTalker(0, Stream(1), AttributeEvent::JOIN);
         if (ms % 100 == 0) ReceiveTalker(0, Stream(2), AttributeEvent::JOIN);
-        Run(1);
+        RunMs(1);
     }
 
     EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 JoinMt LeaveAll", "talker 0002 JoinMt", "failed LeaveAll",
@@ -156,23 +156,23 @@ TEST_F(MsrpTransmit, ALeaveAllRidesOnTheFirstValueOfItsType) {
 
 TEST_F(MsrpTransmit, AReceivedLeaveAllMakesTheBridgeDeclareAgain) {
     ReceiveTalker(0, Stream(1));
-    Run(2000);
+    RunMs(2000);
     (void)SentValues(1);
     Receive(1, {Message(1, 25, {Vector(Bytes(25), {}, {}, true)})});
-    Run(1000);
+    RunMs(1000);
 
     EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 JoinMt", "talker 0001 JoinMt"));
 }
 
 TEST_F(MsrpTransmit, AFullPduLeavesTheRestForTheNextOpportunity) {
     for (uint8_t n = 1; n <= 60; ++n) ReceiveTalker(0, Stream(n));
-    Run(1);
+    RunMs(1);
     // 27 bytes in front of the first vector, 28 for each of 50 vectors: the 50th begins below 1400 bytes.
     const auto first = SentValues(1);
     EXPECT_EQ(first.size(), 50u);
     EXPECT_EQ(first.back(), "talker 0032 New");
 
-    Run(1000);
+    RunMs(1000);
     const auto rest = SentValues(1);
     EXPECT_THAT(rest, ::testing::Contains("talker 0033 New"));
     EXPECT_THAT(rest, ::testing::Contains("talker 003c New"));
@@ -181,7 +181,7 @@ TEST_F(MsrpTransmit, AFullPduLeavesTheRestForTheNextOpportunity) {
 TEST_F(MsrpTransmit, APortThatIsDownSendsNothing) {
     board.ports[1].up = false;
     msrp.PortUp(1);
-    Run(1000);
+    RunMs(1000);
 
     EXPECT_THAT(board.SentOn(1), IsEmpty());
 }

@@ -1,32 +1,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <boost/program_options.hpp>
-#include <sstream>
-#include <stdexcept>
-
 #include "tests/mvrp/mvrp_bridge.h"
 #include "tests/support/captured_log.h"
+#include "tests/support/operator.h"
 
 namespace norvad::test {
 namespace {
 
-namespace po = boost::program_options;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 class MvrpControl : public testing::Test, protected MvrpBridge {
 protected:
-    std::string Answer(const std::vector<std::string>& command) {
-        po::options_description options;
-        options.add_options()("other", "another handler's");
-        mvrp.AddControlOptions(options);
-        po::variables_map values;
-        po::store(po::command_line_parser(command).options(options).run(), values);
-        std::ostringstream answer;
-        mvrp.HandleControlOptions(values, answer);
-        return answer.str();
-    }
+    std::string Answer(const std::vector<std::string>& words) { return AnswerOf(mvrp, words); }
 };
 
 // A value of a type that is not MVRP's.
@@ -61,7 +48,7 @@ TEST_F(MvrpControl, OtherCommandsAreLeftToOthers) {
 }
 
 TEST_F(MvrpControl, TheOptionIsDescribed) {
-    po::options_description options;
+    boost::program_options::options_description options;
     mvrp.AddControlOptions(options);
 
     EXPECT_EQ(options.find("mvrp", false).description(), "show MVRP entries");

@@ -7,12 +7,12 @@
 #include "mvrp/mvrp_handler.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fake_switch.h"
-#include "tests/support/stepped_clock.h"
+#include "tests/support/stepped_time.h"
 
 namespace norvad::test {
 
 // MVRP on a switch without hardware, on a clock that only the test moves. Ports 0 and 1 are up.
-struct MvrpBridge {
+struct MvrpBridge : SteppedTime {
     MvrpBridge() {
         bridge.Raise(0);
         bridge.Raise(1);
@@ -24,13 +24,6 @@ struct MvrpBridge {
                          BigEndian(port << 3, 1), FromHex("00 00 88 f5"), payload}));
     }
     void ReceiveRaw(const Bytes& frame) { mvrp.HandleFrame(Copy(frame), 0x88F5); }
-
-    void RunMs(uint64_t ms) {
-        for (uint64_t i = 0; i < ms; ++i) {
-            clock.AdvanceMs(1);
-            timers.runDue();
-        }
-    }
 
     // "100: Applicant VO Registrar IN" for every VLAN on the port, in list order.
     std::vector<std::string> VlansOn(uint8_t port) {
@@ -49,8 +42,6 @@ struct MvrpBridge {
     }
     bool IsMember(uint8_t port, uint16_t vid) const { return bridge.vlans.count({port, vid}) != 0; }
 
-    SteppedClock clock;
-    TimerService timers{clock};
     FakeSwitch bridge;
     MVRPHandler mvrp{bridge, bridge, timers};
 };

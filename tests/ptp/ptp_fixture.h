@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "base/log.h"
-#include "base/timer_service.h"
 #include "base/wire.h"
 #include "lab/network/kept_grandmaster_output.h"
 #include "ptp/message_builder.h"
@@ -18,14 +17,15 @@
 #include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_ptp_switch.h"
-#include "tests/support/stepped_clock.h"
+#include "tests/support/operator.h"
+#include "tests/support/stepped_time.h"
 
 namespace norvad::test {
 
 using network::KeptGrandmasterOutput;
 
 // A handler in front of a switch with both external ports in service, and a neighbour to speak for.
-class PtpFixture : public testing::Test {
+class PtpFixture : public testing::Test, protected SteppedTime {
 protected:
     using Direction = FakePtpSwitch::Direction;
 
@@ -44,13 +44,6 @@ protected:
         handler.reset();
         handler = std::make_unique<PTPHandler>(fake, fake, timers, ownMac.data(), settings,
                                                std::make_unique<KeptGrandmasterOutput>(kept));
-    }
-
-    void RunMs(uint32_t ms) {
-        for (uint32_t step = 0; step < ms; ++step) {
-            clock.AdvanceMs(1);
-            timers.runDue();
-        }
     }
 
     // A frame as it comes in by port: the fixed part, then what stands behind.
@@ -72,7 +65,7 @@ protected:
         return capture.Text();
     }
 
-    std::string Control(const std::vector<std::string>& arguments);
+    std::string Control(const std::vector<std::string>& words) { return AnswerOf(*handler, words); }
     std::string Status() { return Control({"-p"}); }
 
     // The frames of one message that were handed over for a port, oldest first.
@@ -110,8 +103,6 @@ protected:
     // A better clock behind the neighbour on port 0.
     void BecomeSlave() { Handle(AnnounceFrom(0, peer, DatasetOf(1, peer))); }
 
-    SteppedClock clock;
-    TimerService timers{clock};
     FakePtpSwitch fake;
     KeptGrandmasterOutput::Kept kept;
     std::unique_ptr<PTPHandler> handler;

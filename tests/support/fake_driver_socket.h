@@ -12,7 +12,7 @@
 #include "base/wire.h"
 #include "switch/doors.h"
 #include "switch/driver_records.h"
-#include "tests/support/modelled_ptp_clock.h"
+#include "tests/support/bytes.h"
 
 namespace norvad::test {
 
@@ -35,15 +35,16 @@ public:
     explicit FakeDriverSocket(const Clock& base) : base(base) {}
 
     MacAddress hardwareAddress{0x02, 0x00, 0x00, 0x00, 0x10, 0x01};
-    std::vector<std::vector<uint8_t>> records;  // as requested, failed ones too; time-stamp queries are left out
-    int failNext = 0;                           // so many requests fail
-    uint32_t stampTries = 0;                    // queries for a time stamp, failed ones too
+    std::vector<Bytes> records;  // as requested, failed ones too; time-stamp queries are left out
+    int failNext = 0;            // so many requests fail
+    uint32_t stampTries = 0;     // queries for a time stamp, failed ones too
 
     std::map<std::pair<uint32_t, MacAddress>, uint32_t> multicast;  // VLAN and address: port mask
     std::map<int32_t, int32_t> vlans;                               // VLAN: port mask
     std::map<uint32_t, Egress> egress;                              // by port
     std::map<StampKey, Stamps> transmitted, arrived;                // time stamps not yet asked for
-    ModelledPtpClock clock{0, 0, 1};
+    uint64_t clockOffsetNs = 0;  // what the hardware clock is ahead of the test's, as it was stepped; wraps
+    int32_t steering = 0;
 
     MacAddress HardwareAddress() const override { return hardwareAddress; }
 
@@ -54,7 +55,7 @@ public:
         if (isStamp) {
             ++stampTries;
         } else {
-            records.emplace_back(record.begin(), record.end());
+            records.push_back(Copy(record));
         }
         if (failNext > 0) {
             --failNext;
@@ -63,18 +64,14 @@ public:
         return Execute(command, record);
     }
 
-    // Of the clock, now.
-    Stamps Read() {
-        const uint64_t now = clock.Stamp(Now());
-        return {now, now};
+    // Of the hardware clock, now.
+    Stamps Read() const {
+        const timespec now = base.Monotonic();
+        const auto ns = static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+        return {ns + clockOffsetNs, ns + clockOffsetNs};
     }
 
 private:
-    uint64_t Now() const {
-        const timespec now = base.Monotonic();
-        return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
-    }
-
     static SwitchCommand Command(std::span<const uint8_t> record) {
         const auto header = Peek<CommandHeader>(record);
         return static_cast<SwitchCommand>(header ? header->command.value() : 0);
@@ -91,10 +88,9 @@ private:
             case SwitchCommand::SWITCH_PTP_RX_TIMESTAMP:
                 return Answer(record, arrived, [](uint16_t id) { return boost::endian::endian_reverse(id); });
             case SwitchCommand::SWITCH_PTP_CLOCK_SET:
-                return With<ClockSetRecord>(record, [this](const ClockSetRecord& r) { clock.Step(Now(), r.value); });
+                return With<ClockSetRecord>(record, [this](const ClockSetRecord& r) { clockOffsetNs += r.value; });
             case SwitchCommand::SWITCH_PTP_CLOCKSTEER:
-                return With<ClockSteerRecord>(record,
-                                              [this](const ClockSteerRecord& r) { clock.Steer(Now(), r.value); });
+                return With<ClockSteerRecord>(record, [this](const ClockSteerRecord& r) { steering = r.value; });
             case SwitchCommand::SWITCH_PORT_MCAST:
                 return With<PortMcastRecord>(record, [this](const PortMcastRecord& r) {
                     uint32_t& mask = multicast[{r.vid, r.address}];

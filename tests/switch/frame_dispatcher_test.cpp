@@ -13,7 +13,7 @@
 #include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_frame_socket.h"
-#include "tests/switch/recording_handler.h"
+#include "tests/support/recording_handler.h"
 
 namespace norvad {
 namespace {
@@ -143,9 +143,9 @@ TEST_F(FrameDispatcherTest, HandlerIsIntroducedToTheSwitchAndItsGroupIsJoined) {
 }
 
 TEST_F(FrameDispatcherTest, BroadcastsReachEveryHandlerInOrderOfEtherType) {
-    Add(ETHERTYPE_PTP2, "PTP");
-    Add(ETHERTYPE_MVRP, "MVRP");
-    Add(ETHERTYPE_MSRP, "MSRP");
+    Add(ETHERTYPE_PTP2, "PTP")->act = [](std::ostream& answer) { answer << "PTP "; };
+    Add(ETHERTYPE_MVRP, "MVRP")->act = [](std::ostream& answer) { answer << "MVRP "; };
+    Add(ETHERTYPE_MSRP, "MSRP")->act = [](std::ostream& answer) { answer << "MSRP "; };
 
     dispatcher.PortUp(1);
     EXPECT_EQ(events, (Events{"MSRP up 1", "MVRP up 1", "PTP up 1"}));

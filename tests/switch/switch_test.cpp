@@ -9,8 +9,8 @@
 #include "tests/support/bytes.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_doors.h"
+#include "tests/support/recording_handler.h"
 #include "tests/support/stepped_clock.h"
-#include "tests/switch/recording_handler.h"
 
 namespace norvad {
 namespace {
@@ -421,7 +421,7 @@ TEST_F(SwitchTest, ClockIsSteppedAndSteeredThroughTheDriver) {
               "[Switch] SetClockSteering -7\n"
               "[Switch] SetClock 18446744073709551615\n");
 
-    EXPECT_EQ(doors.driver.clock.Steering(), -7);
+    EXPECT_EQ(doors.driver.steering, -7);
     EXPECT_EQ(ToHex(doors.driver.records[1]), "10 00 00 00 00 00 00 00 ff ff ff ff ff ff ff ff");
 }
 

@@ -2,13 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
+#include <string>
+#include <vector>
 
 #include "base/ethertypes.h"
 #include "base/log.h"
 #include "switch/switch.h"
 #include "tests/support/fake_doors.h"
-#include "tests/support/fake_handler.h"
+#include "tests/support/recording_handler.h"
 #include "tests/support/stepped_clock.h"
 
 namespace norvad::test {
@@ -22,11 +25,15 @@ protected:
     }
     ~BridgeFixture() override { debugLevels = {}; }
 
+    // How often a handler was told that: "msrp options", "ptp values".
+    ptrdiff_t Times(const std::string& event) const { return std::count(events.begin(), events.end(), event); }
+
+    std::vector<std::string> events;
     SteppedClock clock;
     FakeDoors doors{clock};
     Switch bridge{"eth0", clock, doors};
-    boost::shared_ptr<FakeHandler> msrp = boost::make_shared<FakeHandler>(ETHERTYPE_MSRP, "msrp");
-    boost::shared_ptr<FakeHandler> ptp = boost::make_shared<FakeHandler>(ETHERTYPE_PTP2, "ptp");
+    boost::shared_ptr<RecordingHandler> msrp = boost::make_shared<RecordingHandler>(ETHERTYPE_MSRP, "msrp", events);
+    boost::shared_ptr<RecordingHandler> ptp = boost::make_shared<RecordingHandler>(ETHERTYPE_PTP2, "ptp", events);
 };
 
 }  // namespace norvad::test

@@ -48,7 +48,7 @@ TEST_F(Command, TheListingIsBuiltAnewForEveryCommand) {
     Answer("norvad3 -h ");
     EXPECT_EQ(Answer("norvad3 -h "), listing);
 
-    EXPECT_EQ(msrp->timesAsked, 2);
+    EXPECT_EQ(Times("msrp options"), 2);
 }
 
 TEST_F(Command, NoOptionAtAllIsAnsweredWithOk) {
@@ -147,7 +147,7 @@ TEST_F(Command, DebugWithOneWordOrThreeIsAnsweredWithTheListing) {
 TEST_F(Command, NothingElseIsDoneBesideDebug) {
     EXPECT_EQ(Answer("norvad3 --msrp a -0 50 -s -d ptp 2 "), "OK");
 
-    EXPECT_EQ(msrp->timesActed, 0);
+    EXPECT_EQ(Times("msrp values"), 0);
     EXPECT_THAT(doors.driver.records, IsEmpty());
 }
 
@@ -157,7 +157,7 @@ TEST_F(Command, HelpGoesTogetherWithTheRest) {
 
 TEST_F(Command, AnUnknownOptionIsAnsweredWithTheParsersText) {
     EXPECT_EQ(Answer("norvad3 --foo "), "unrecognised option '--foo'\n");
-    EXPECT_EQ(msrp->timesActed, 0);
+    EXPECT_EQ(Times("msrp values"), 0);
 
     EXPECT_EQ(Answer("norvad3 --msrp a "), "msrp=a;");
 }
@@ -187,7 +187,7 @@ TEST_F(Command, AFailureInAHandlerEndsTheCommandWithItsText) {
 
     EXPECT_EQ(Answer("norvad3 -0 50 "), "before boom\n");
 
-    EXPECT_EQ(ptp->timesActed, 0);
+    EXPECT_EQ(Times("ptp values"), 0);
     EXPECT_THAT(doors.driver.records, IsEmpty());
 }
 
