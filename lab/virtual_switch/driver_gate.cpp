@@ -61,12 +61,13 @@ bool WriteMemory(uint32_t process, uint64_t address, const void* from, size_t le
 // 0 or an errno value, negative.
 int Load(void* filter) {
     constexpr uint64_t requestBits = 0xFFFFFFFF;  // a request code has no more, whatever stands above it
-    const auto isDriverRequest = SCMP_A1_64(SCMP_CMP_MASKED_EQ, requestBits, SIOCDEVPRIVATE);
+    const scmp_arg_cmp isDriverRequest{1, SCMP_CMP_MASKED_EQ, requestBits, SIOCDEVPRIVATE};
     for (const auto& [attribute, value] :
          {std::pair{SCMP_FLTATR_API_SYSRAWRC, 1U}, std::pair{SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_ALLOW}}) {
         if (const int error = seccomp_attr_set(filter, attribute, value)) return error;
     }
-    if (const int error = seccomp_rule_add(filter, SCMP_ACT_NOTIFY, SCMP_SYS(ioctl), 1, isDriverRequest)) return error;
+    const int ioctlCall = SCMP_SYS(ioctl);
+    if (const int error = seccomp_rule_add_array(filter, SCMP_ACT_NOTIFY, ioctlCall, 1, &isDriverRequest)) return error;
     return seccomp_load(filter);
 }
 
