@@ -68,7 +68,7 @@ void StatusServer::Send(Protocol::socket client) {
         Protocol::socket client;
         std::string text;
     };
-    const auto answer = std::make_shared<Answer>(std::move(client), report());
+    const auto answer = std::make_shared<Answer>(Answer{std::move(client), report()});
     ++clients;
     boost::asio::async_write(answer->client, boost::asio::buffer(answer->text),
                              [this, answer](const error_code& error, size_t) {
