@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <cstdint>
 
 #include "base/log.h"
 #include "fuzz/input.h"
 #include "mvrp/mvrp_handler.h"
+#include "switch/cpu_tag.h"
 #include "tests/support/fake_switch.h"
 #include "tests/support/stepped_clock.h"
 
@@ -31,8 +33,8 @@ void CheckMembership(MVRPHandler& mvrp, const test::FakeSwitch& bridge) {
 
 }  // namespace norvad
 
-// The input is a row of frames, each behind its length and the time that passes before it (in 8 ms); each ends where
-// its memory ends, so that the address sanitizer sees a read beyond it.
+// The input is a row of frames, each behind its length in two bytes and the time that passes before it (in 8 ms); each
+// ends where its memory ends, so that the address sanitizer sees a read beyond it.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace norvad;
     debugLevels.fill(-1);
@@ -44,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     fuzz::Input input({data, size});
     while (!input.IsEmpty()) {
-        const size_t length = input.Byte();
+        const size_t length = std::min<size_t>(input.Short(), receiveBufferSize);
         clock.AdvanceMs(input.Byte() * 8u);
         timers.runDue();
         mvrp.HandleFrame(input.Bytes(length), mvrp.GetEtherType());

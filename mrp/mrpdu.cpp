@@ -65,6 +65,13 @@ std::optional<MrpVectorHeader> AttributeGetter::GetNext() {
     return header;
 }
 
+size_t AttributeGetter::BytesRead() const {
+    const bool hasList = layout == MessageLayout::WithListLength;
+    const size_t headSize = hasList ? sizeof(MrpMessageHeader) : sizeof(MrpShortMessageHeader);
+    const auto next = Peek<MrpVectorHeader>(list.subspan(offset));
+    return headSize + offset + (next && IsEndOfList(*next) ? mrpEndMarkSize : 0);
+}
+
 uint8_t AttributeGetter::ThreePackedEvent(uint16_t index) const {
     assert(index < numberOfValues);
     return threePackedEvents[index / 3] / threePackedWeights[index % 3] % 6;

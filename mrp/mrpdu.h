@@ -27,6 +27,9 @@ public:
     // The next vector's header; nothing at the end of the list, where NumberOfValues becomes 0.
     std::optional<MrpVectorHeader> GetNext();
 
+    // Bytes of the message that the walk has read: its head, the vectors and, once it was met, the end mark.
+    size_t BytesRead() const;
+
     // Of the current vector.
     std::span<const uint8_t> FirstValue() const { return firstValue; }
     uint16_t NumberOfValues() const { return numberOfValues; }

@@ -1,5 +1,7 @@
 #include "mvrp/mvrp_receiver.h"
 
+#include <algorithm>
+
 #include "base/log.h"
 #include "base/wire.h"
 
@@ -7,8 +9,8 @@ namespace norvad {
 
 namespace {
 
-// What a received message of one attribute length is taken to occupy: one vector of at most three values.
-constexpr size_t MessageSize(uint8_t attributeLength) {
+// What a received message of one attribute length occupies at least: one vector of at most three values.
+constexpr size_t LeastMessageSize(uint8_t attributeLength) {
     constexpr size_t threePackedEvents = 1;
     return sizeof(MrpShortMessageHeader) + sizeof(MrpVectorHeader) + attributeLength + threePackedEvents +
            mrpEndMarkSize;
@@ -16,8 +18,8 @@ constexpr size_t MessageSize(uint8_t attributeLength) {
 
 }  // namespace
 
-// A message has no length of its own and is taken for one vector. One of several vectors, such as this bridge sends
-// too, is read whole; what the walk then finds in the middle of it is rarely a message, and never behind the frame.
+// A message has no length of its own. One whose vectors were read ends where the walk over them did; any other is taken
+// for one vector.
 void MVRPReceiver::Receive(const ReceivedBytes& pdu) {
     if (pdu.bytes.empty()) return;
     const uint8_t protocolVersion = pdu.bytes[0];
@@ -25,31 +27,29 @@ void MVRPReceiver::Receive(const ReceivedBytes& pdu) {
     while (!messages.empty() && messages[0] != 0) {
         const auto header = Peek<MrpShortMessageHeader>(messages);
         if (header && header->attributeLength == 0) return;
-        if (!header || messages.size() < MessageSize(header->attributeLength)) {
+        if (!header || messages.size() < LeastMessageSize(header->attributeLength)) {
             log(LogCategory::MVRP, 0, "[SW-MVRP] MVRP msg: sync is lost\n");
             return;
         }
-        // A later version of the protocol may have types that are not known here.
-        if (!ReadMessage(*header, {pdu.port, messages}) && protocolVersion == mrpProtocolVersion) return;
-        messages = messages.subspan(MessageSize(header->attributeLength));
+        size_t bytesRead = 0;
+        if (header->attributeType == REGISTER_VLAN) {
+            bytesRead = ReadMessage(*header, {pdu.port, messages});
+        } else {
+            log(LogCategory::MVRP, 0, "[SW-MVRP] unsupported attribute type %d\n", header->attributeType);
+            // A later version of the protocol may have types that are not known here.
+            if (protocolVersion == mrpProtocolVersion) return;
+        }
+        messages = messages.subspan(std::max(bytesRead, LeastMessageSize(header->attributeLength)));
     }
 }
 
-// The message reaches to the end of what arrived. False for an attribute type that is not known.
-bool MVRPReceiver::ReadMessage(const MrpShortMessageHeader& header, const ReceivedBytes& message) {
-    if (header.attributeType != REGISTER_VLAN) {
-        log(LogCategory::MVRP, 0, "[SW-MVRP] unsupported attribute type %d\n", header.attributeType);
-        return false;
-    }
-    if (header.attributeLength == sizeof(VlanFirstValue)) {
-        ReadVlans(message);
-    } else {
-        log(LogCategory::MVRP, 0, "[SW-MVRP] REGISTER_VLAN illegal attribute_length %d\n", header.attributeLength);
-    }
-    return true;
+size_t MVRPReceiver::ReadMessage(const MrpShortMessageHeader& header, const ReceivedBytes& message) {
+    if (header.attributeLength == sizeof(VlanFirstValue)) return ReadVlans(message);
+    log(LogCategory::MVRP, 0, "[SW-MVRP] REGISTER_VLAN illegal attribute_length %d\n", header.attributeLength);
+    return 0;
 }
 
-void MVRPReceiver::ReadVlans(const ReceivedBytes& message) {
+size_t MVRPReceiver::ReadVlans(const ReceivedBytes& message) {
     AttributeGetter vector(message.bytes, MessageLayout::WithoutListLength, false);
     auto header = vector.GetNext();
     if (header && (header->value & mrpLeaveAllEvent) != 0) {
@@ -57,13 +57,16 @@ void MVRPReceiver::ReadVlans(const ReceivedBytes& message) {
         database.ApplyToType(message.port, Vlan::attributeType, Event::RLA);
     }
     log(LogCategory::MVRP, 2, "[SW-MVRP] REGISTER_VLAN on port %d\n", message.port);
+    bool hasValues = false;
     for (; header; header = vector.GetNext()) {
+        hasValues = hasValues || vector.NumberOfValues() > 0;
         auto value = *Peek<VlanFirstValue>(vector.FirstValue());
         for (uint16_t i = 0; i < vector.NumberOfValues(); ++i, ++value.vid) {
             log(LogCategory::MVRP, 2, "[SW-MVRP] REGISTER_VLAN getting attr event %d\n", i);
             database.AddVlan(value.vid, ReceiveEvent(vector.ThreePackedEvent(i)), message.port);
         }
     }
+    return hasValues ? vector.BytesRead() : 0;
 }
 
 }  // namespace norvad

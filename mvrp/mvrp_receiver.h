@@ -14,8 +14,10 @@ public:
     void Receive(const ReceivedBytes& pdu);
 
 private:
-    bool ReadMessage(const MrpShortMessageHeader& header, const ReceivedBytes& message);
-    void ReadVlans(const ReceivedBytes& message);
+    // The message reaches to the end of what arrived. Both return the bytes of it that were read, and 0 where it held
+    // no value.
+    size_t ReadMessage(const MrpShortMessageHeader& header, const ReceivedBytes& message);
+    size_t ReadVlans(const ReceivedBytes& message);
 
     MVRPDB& database;
 };

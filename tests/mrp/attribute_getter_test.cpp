@@ -47,6 +47,26 @@ TEST(AttributeGetter, TakesTheMostSignificantEventFirst) {
     EXPECT_THAT(Walk(message, withList, false), testing::ElementsAre(Vector{false, {0xaa}, {1, 0, 4}, {}}));
 }
 
+// All that a walk reads of these bytes.
+size_t BytesRead(const Bytes& bytes, MessageLayout layout) {
+    AttributeGetter getter(bytes, layout, false);
+    while (getter.GetNext()) continue;
+    return getter.BytesRead();
+}
+
+TEST(AttributeGetter, CountsTheEndMarkIntoWhatItHasRead) {
+    EXPECT_EQ(BytesRead(FromHex("01 01 00 06 00 03 aa 28 00 00 99 99"), withList), 10u);
+    EXPECT_EQ(BytesRead(FromHex("01 01 00 03 aa 28 00 03 bb 28 00 00 99 99"), withoutList), 12u);
+    EXPECT_EQ(BytesRead(FromHex("01 01 00 00 99 99"), withoutList), 4u);
+}
+
+TEST(AttributeGetter, HasNotReadAVectorThatIsCutOffNorAnEndMarkThatIsNotThere) {
+    EXPECT_EQ(BytesRead(FromHex("01 01 00 03 aa 28"), withoutList), 6u);
+    EXPECT_EQ(BytesRead(FromHex("01 01 00 03 aa 28 00"), withoutList), 6u);
+    EXPECT_EQ(BytesRead(FromHex("01 01 00 03 aa 28 00 04 bb 28"), withoutList), 6u);
+    EXPECT_EQ(BytesRead(FromHex("01 01"), withoutList), 2u);
+}
+
 TEST(AttributeGetter, FourValuesTakeTwoThreePackedBytesAndOneFourPacked) {
     const Bytes message = FromHex("03 02 00 0d 00 04 ab cd 28 24 6c 20 00 12 34 00 00");
 

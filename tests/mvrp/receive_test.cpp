@@ -93,19 +93,55 @@ TEST_F(MvrpReceive, AllVectorsOfAMessageAreRead) {
     EXPECT_THAT(RegisteredOn(0), ElementsAre(100, 101, 102));
 }
 
-TEST_F(MvrpReceive, WhatTheFixedStepHitsInsideAMessageStaysInsideTheFrame) {
-    // The step lands on the second vector's id, whose bytes then stand for a type and a length: here 0x0102, a type
-    // and a length that are known.
+// Nine bytes into such a message lie the second vector's values, whose bytes were once taken for a message when they
+// named a known type and length: VLANs appeared that nobody had declared.
+TEST_F(MvrpReceive, NothingInsideAMessageOfSeveralVectorsIsTakenForAMessage) {
     Receive(0, FromHex("00 01 02 00 01 00 64 24 00 01 01 02 24 00 01 00 66 24 00 00 00 00"));
-    EXPECT_THAT(RegisteredOn(0), testing::Contains(0x102));
+    EXPECT_THAT(RegisteredOn(0), ElementsAre(100, 0x102, 102));
 
-    // Every other id, too, with each frame ending where its memory ends.
-    for (uint32_t vid = 0; vid <= 0xFFFF; vid += 0x55) {
+    CapturedLog captured(LogCategory::MVRP);
+    for (uint32_t vid = 0; vid <= 0xFFFF; vid += 0x11) {
+        MvrpBridge fresh;
         const Bytes id = {static_cast<uint8_t>(vid >> 8), static_cast<uint8_t>(vid)};
-        CapturedLog captured(LogCategory::MVRP);
-        Receive(1, Join({FromHex("00 01 02 00 01 00 64 24 00 01"), id, FromHex("24 00 00 00 00")}));
-        EXPECT_NE(mvrp.FindVlan(static_cast<uint16_t>(vid), 1), nullptr) << vid;
+        fresh.Receive(1, Join({FromHex("00 01 02 00 01 00 01 24 00 01"), id, FromHex("24 00 00 00 00")}));
+        EXPECT_THAT(fresh.RegisteredOn(1), testing::UnorderedElementsAre(1, vid)) << vid;
     }
+    EXPECT_THAT(captured.Lines(), IsEmpty());
+}
+
+TEST_F(MvrpReceive, TheNextMessageBeginsBehindTheEndMarkOfSeveralVectors) {
+    CapturedLog captured(LogCategory::MVRP);
+    Receive(0, FromHex("00 "
+                       "01 02 00 01 00 64 24 00 01 00 65 24 00 00 "  // two vectors
+                       "01 02 00 07 00 c8 2b 2b 24 00 00 "           // one vector of seven values
+                       "01 02 00 01 01 2c 24 00 00 "
+                       "00 00"));
+
+    EXPECT_THAT(RegisteredOn(0), ElementsAre(100, 101, 200, 201, 202, 203, 204, 205, 206, 300));
+    EXPECT_THAT(captured.Lines(), IsEmpty());
+}
+
+TEST_F(MvrpReceive, AMessageWithoutValuesIsTakenForOneVectorHoweverMuchWasRead) {
+    Receive(0, FromHex("00 "
+                       "01 02 20 00 00 00 00 00 00 "  // eight bytes, and one that is skipped
+                       "01 02 00 00 00 00 00 00 00 "  // likewise
+                       "01 02 00 01 00 64 24 00 00 "
+                       "00 00"));
+    EXPECT_THAT(RegisteredOn(0), ElementsAre(100));
+
+    // Two vectors without values, the second of which the next message cuts short, and a third that is cut off.
+    Receive(1, FromHex("00 01 02 20 00 00 00 20 00 00 01 02 00 01 00 65 24 00 00 00 00"));
+    EXPECT_THAT(RegisteredOn(1), ElementsAre(101));
+}
+
+TEST_F(MvrpReceive, AMessageWhoseEndMarkIsMissingEndsWithItsLastWholeVector) {
+    CapturedLog captured(LogCategory::MVRP);
+    Receive(0, FromHex("00 01 02 00 01 00 64 24 00 01 00 65 24"));        // the frame ends
+    Receive(1, FromHex("00 01 02 00 01 00 64 24 00 01 00 65 24 00 01"));  // a third vector is cut off
+
+    EXPECT_THAT(RegisteredOn(0), ElementsAre(100, 101));
+    EXPECT_THAT(RegisteredOn(1), ElementsAre(100, 101));
+    EXPECT_THAT(captured.Lines(), IsEmpty());
 }
 
 TEST_F(MvrpReceive, AMessageThatExceedsTheBytesLeftLosesSync) {

@@ -141,19 +141,18 @@ TEST_F(Mvrp, PortThatComesUpLaterHearsOfTheVlansThatAreRegistered) {
     EXPECT_TRUE(WaitFor(isDeclared)) << Everything();
 }
 
-TEST_F(Mvrp, EveryValueOfEveryVectorIsReadButTheMessageBehindSeveralIsNot) {
+TEST_F(Mvrp, EveryValueOfEveryVectorIsReadAndSoIsTheMessageBehindThem) {
     StartBoard();
 
     Send(0, Join({MvrpMessage({{100, Events(7, mrpNew)}, {0x00FF, {mrpNew, mrpNew, mrpNew}}}),
                   MvrpMessage({{50, {mrpNew}}})}));
     Send(0, Join({MvrpMessage({{60, {mrpNew, mrpJoinIn, mrpIn}}}), MvrpMessage({{70, {mrpNew}}})}));
 
-    for (const uint16_t vid : std::initializer_list<uint16_t>{100, 101, 106, 0x00FF, 0x0100, 0x0101, 60, 61, 70}) {
+    for (const uint16_t vid : std::initializer_list<uint16_t>{100, 101, 106, 0x00FF, 0x0100, 0x0101, 50, 60, 61, 70}) {
         EXPECT_TRUE(board->WaitForEvent(Added(0, vid))) << vid << Everything();
         EXPECT_TRUE(WaitForVlanDeclared(1, vid)) << vid << Everything();
     }
     EXPECT_EQ(board->Events(Added(0, 107)), 0U);
-    EXPECT_EQ(board->Events(Added(0, 50)), 0U);
     EXPECT_TRUE(DaemonLives());
 }
 
