@@ -13,6 +13,11 @@ namespace {
 constexpr int32_t logLevel = 2;
 constexpr PropagationLog report{logLevel};
 
+// Whether the listener of that port is among those that a record, or null, is declared for.
+bool IsSource(uint8_t port, const Listener* declared) {
+    return declared && declared->sources.Contains(port);
+}
+
 }  // namespace
 
 ListenerPropagation::ListenerPropagation(MSRPDB& database, const I4DSASocket& socket, Reservations& reservations)
@@ -29,7 +34,9 @@ void ListenerPropagation::Propagate(Listener& listener, Event indication) {
 void ListenerPropagation::TalkerRegistered(const Talker& talker, Event indication) {
     const StreamEntry& stream = *talker.stream;
     for (uint8_t port = 0; port < database.PortCount(); ++port) {
-        if (Listener* listener = stream.On(port).listener; IsRegistered(listener)) Join(*listener, talker, indication);
+        Listener* listener = stream.On(port).listener;
+        if (!IsRegistered(listener) || IsSource(port, stream.On(talker.port).listener)) continue;
+        Join(*listener, talker, indication);
     }
 }
 
@@ -85,7 +92,7 @@ void ListenerPropagation::Join(Listener& listener, const Talker& talker, Event e
 void ListenerPropagation::Declare(const Listener& listener, uint8_t port, Event event) {
     Listener* present = listener.stream->On(port).listener;
     const ListenerDeclaration declaration = listener.registeredDeclaration;
-    if (!present || !present->sources.Contains(listener.port)) {
+    if (!IsSource(listener.port, present)) {
         if (present && !present->IsPropagated()) present->propagatedDeclaration = declaration;
         const auto create = [&]() -> Listener& {
             Listener& created = database.InsertListener(listener.streamId, port);
@@ -110,8 +117,7 @@ void ListenerPropagation::Withdraw(const Listener& listener, uint8_t port) {
 
 bool ListenerPropagation::IsJoined(const StreamEntry& stream, uint8_t listenerPort) const {
     for (uint8_t port = 0; port < database.PortCount(); ++port) {
-        const Listener* listener = stream.On(port).listener;
-        if (listener && listener->sources.Contains(listenerPort)) return true;
+        if (IsSource(listenerPort, stream.On(port).listener)) return true;
     }
     return false;
 }

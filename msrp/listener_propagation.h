@@ -20,7 +20,8 @@ public:
     // indication: NEW, JOIN or LV, of the listener itself.
     void Propagate(Listener& listener, Event indication);
 
-    // The talker registered, by NEW or JOIN: listeners that were waiting for it are joined.
+    // The talker registered, by NEW or JOIN: listeners that were waiting for it are joined. Those that are joined to it
+    // already have nothing to report.
     void TalkerRegistered(const Talker& talker, Event indication);
 
     // The talker is gone: what was declared towards it is withdrawn, and the reservations that hung on it end.

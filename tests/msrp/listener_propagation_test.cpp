@@ -180,6 +180,39 @@ TEST_F(ListenerPropagationTest, RefreshesChangeNothing) {
     EXPECT_EQ(board.bandwidthCalls.size(), 1u);
 }
 
+// A refresh of the talker ran both listeners as if they had just reported their types, so that each of them changed
+// what is declared, and the talker's side heard of two changes every time.
+TEST_F(ListenerPropagationTest, ARefreshOfTheTalkerIsNoReportOfItsListeners) {
+    ReceiveTalker(0, id);
+    ReceiveListener(1, id, READY);
+    ReceiveListener(2, id, ASKING_FAILED);
+    RunMs(1000);
+    (void)SentValues(0);
+
+    CapturedLog watch(2);
+    ReceiveTalker(0, id, JoinIn);
+    msrp.ApplyToPort(0, Event::REPROPAGATE);
+    EXPECT_THAT(watch.Text(), Not(HasSubstr("decl type changed")));
+    RunMs(1000);
+
+    EXPECT_EQ(msrp.FindListener(id, 0)->propagatedDeclaration, READY);
+    EXPECT_THAT(SentValues(0), IsEmpty());
+}
+
+TEST_F(ListenerPropagationTest, ARefreshOfTheTalkerJoinsAListenerThatCouldNotReachItBefore) {
+    ReceiveTalker(0, id);
+    ReceiveListener(1, id, READY);
+    board.ports[2].stpUp = false;
+    ReceiveListener(2, id, READY);
+    ASSERT_FALSE(IsReserved(2, id));
+
+    board.ports[2].stpUp = true;
+    ReceiveTalker(0, id, JoinIn);
+
+    EXPECT_TRUE(IsReserved(2, id));
+    EXPECT_TRUE(msrp.FindListener(id, 0)->sources.Contains(2));
+}
+
 TEST_F(ListenerPropagationTest, ALeaveNeverReserves) {
     ReceiveListener(1, id, READY);
     ReceiveListener(1, id, READY, LV);
