@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <memory>
+#include <utility>
 
 #include "base/log.h"
 
@@ -25,6 +26,11 @@ TalkerFailedFirstValue WithHopLatency(TalkerFailedFirstValue value) {
 template <typename Record, typename Value>
 void RenewIdle(Record& record, const Value& value, Event event) {
     if (IsCreating(event) && !record.IsRegistered() && !record.IsPropagated()) record.value = WithHopLatency(value);
+}
+
+// Whether what the neighbour declares is what this bridge declares to it.
+bool IsEcho(const Listener& listener) {
+    return listener.IsPropagated() && listener.registeredDeclaration == listener.propagatedDeclaration;
 }
 
 void LogAdd(int32_t level, const MRPAttribute& record) {
@@ -101,8 +107,7 @@ bool MSRPDB::AddListener(const StreamID& id, ListenerDeclaration declaration, Ev
         listener->registeredDeclaration = declaration;
         LogAdd(2, *listener);
     }
-    if (listener->registeredDeclaration != declaration) {
-        listener->registeredDeclaration = declaration;
+    if (std::exchange(listener->registeredDeclaration, declaration) != declaration && !IsEcho(*listener)) {
         log(LogCategory::MSRP, 2, "[SW-MSRP] Port(%d) Listener decl type changed to %s\n", port, Name(declaration));
         RunAttributeStateMachines(listener, port, Event::REPROPAGATE);
     }

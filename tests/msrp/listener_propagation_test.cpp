@@ -213,6 +213,58 @@ TEST_F(ListenerPropagationTest, ARefreshOfTheTalkerJoinsAListenerThatCouldNotRea
     EXPECT_TRUE(msrp.FindListener(id, 0)->sources.Contains(2));
 }
 
+// The neighbour had declared nothing before, so its first echo looked like a change of type.
+TEST_F(ListenerPropagationTest, ANeighbourThatRepeatsOurDeclarationHasChangedNothing) {
+    ReceiveTalker(0, id);
+    ReceiveListener(1, id, READY);
+
+    CapturedLog watch(2);
+    ReceiveListener(0, id, READY, JoinIn);
+
+    EXPECT_THAT(watch.Text(), Not(HasSubstr("decl type changed")));
+    EXPECT_EQ(msrp.FindListener(id, 0)->registeredDeclaration, READY);
+    EXPECT_EQ(msrp.FindListener(id, 0)->state.registrar, RegistrarState::IN);
+}
+
+TEST_F(ListenerPropagationTest, AnEchoThatTurnsRegistrationIntoOursIsNoChangeEither) {
+    ReceiveTalker(0, id);
+    ReceiveTalker(2, id);
+    ReceiveListener(1, id, READY);
+    ReceiveListener(0, id, ASKING_FAILED, JoinIn);
+    ASSERT_EQ(msrp.FindListener(id, 0)->registeredDeclaration, ASKING_FAILED);
+
+    CapturedLog watch(2);
+    ReceiveListener(0, id, READY, AttributeEvent::MT);  // an event without an indication of its own
+
+    EXPECT_THAT(watch.Text(), Not(HasSubstr("decl type changed")));
+    EXPECT_EQ(msrp.FindListener(id, 0)->registeredDeclaration, READY);
+}
+
+TEST_F(ListenerPropagationTest, ANeighbourThatDeclaresAnotherTypeThanOursHasChangedIt) {
+    ReceiveTalker(0, id);
+    ReceiveListener(1, id, READY);
+    ReceiveListener(0, id, READY, JoinIn);
+
+    CapturedLog watch(2);
+    ReceiveListener(0, id, READY_FAILED, JoinIn);
+
+    EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] Port(0) Listener decl type changed to READY_FAILED\n"));
+}
+
+TEST_F(ListenerPropagationTest, WhatWasDeclaredOnceIsNotRepeatedLater) {
+    ReceiveTalker(0, id);
+    ReceiveListener(1, id, ASKING_FAILED);
+    ReceiveListener(0, id, READY, JoinIn);  // keeps the record when this bridge withdraws
+    ReceiveListener(1, id, ASKING_FAILED, LV);
+    RunLeaveTime();
+    ASSERT_EQ(msrp.FindListener(id, 0)->propagatedDeclaration, ASKING_FAILED);
+
+    CapturedLog watch(2);
+    ReceiveListener(0, id, ASKING_FAILED, JoinIn);
+
+    EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] Port(0) Listener decl type changed to ASKING_FAILED\n"));
+}
+
 TEST_F(ListenerPropagationTest, ALeaveNeverReserves) {
     ReceiveListener(1, id, READY);
     ReceiveListener(1, id, READY, LV);
