@@ -45,24 +45,26 @@ AttributeGetter::AttributeGetter(std::span<const uint8_t> message, MessageLayout
 std::optional<MrpVectorHeader> AttributeGetter::GetNext() {
     LogStep();
     numberOfValues = 0;
-    const auto header = Peek<MrpVectorHeader>(list.subspan(offset));
-    if (!header || IsEndOfList(*header)) return {};
+    const auto header = PeekNext();
+    if (!header) return {};
 
-    const uint16_t values = header->NumberOfValues();
-    const size_t threePackedSize = ThreePackedSize(values);
-    const size_t fourPackedSize = fourPacked ? FourPackedSize(values) : 0;
+    numberOfValues = header->NumberOfValues();
+    const size_t threePackedSize = ThreePackedSize(numberOfValues);
+    const size_t fourPackedSize = fourPacked ? FourPackedSize(numberOfValues) : 0;
     const auto rest = list.subspan(offset + sizeof(MrpVectorHeader));
-    if (rest.size() < attributeLength + threePackedSize + fourPackedSize) return {};
-
-    numberOfValues = values;
     firstValue = rest.first(attributeLength);
     threePackedEvents = rest.subspan(attributeLength, threePackedSize);
     fourPackedEvents = rest.subspan(attributeLength + threePackedSize, fourPackedSize);
     offset += sizeof(MrpVectorHeader) + attributeLength + threePackedSize;
     log(LogCategory::MRP, 6, "AttributeGetter::GetNext offset = %d , num_of_events = %d\n", static_cast<int>(offset),
-        values);
+        numberOfValues);
     offset += fourPackedSize;
     return header;
+}
+
+bool AttributeGetter::HasLeaveAllNext() const {
+    const auto header = PeekNext();
+    return header && (header->value & mrpLeaveAllEvent) != 0;
 }
 
 size_t AttributeGetter::BytesRead() const {
@@ -80,6 +82,17 @@ uint8_t AttributeGetter::ThreePackedEvent(uint16_t index) const {
 uint8_t AttributeGetter::FourPackedEvent(uint16_t index) const {
     assert(fourPacked && index < numberOfValues);
     return fourPackedEvents[index / 4] / fourPackedWeights[index % 4] % 4;
+}
+
+// The header of a vector that is wholly there.
+std::optional<MrpVectorHeader> AttributeGetter::PeekNext() const {
+    const auto header = Peek<MrpVectorHeader>(list.subspan(offset));
+    if (!header || IsEndOfList(*header)) return {};
+    const uint16_t values = header->NumberOfValues();
+    const size_t eventsSize = ThreePackedSize(values) + (fourPacked ? FourPackedSize(values) : 0);
+    const size_t left = list.size() - offset - sizeof(MrpVectorHeader);
+    if (left < attributeLength + eventsSize) return {};
+    return header;
 }
 
 // The claimed list length ends the walk; what a vector holds is bounded by the bytes that arrived.

@@ -27,6 +27,10 @@ public:
     // The next vector's header; nothing at the end of the list, where NumberOfValues becomes 0.
     std::optional<MrpVectorHeader> GetNext();
 
+    // Whether the next vector carries a LeaveAll, as a receiver understands it: by the lowest bit of LeaveAllEvent.
+    // Looks ahead without a line in the log.
+    bool HasLeaveAllNext() const;
+
     // Bytes of the message that the walk has read: its head, the vectors and, once it was met, the end mark.
     size_t BytesRead() const;
 
@@ -37,6 +41,7 @@ public:
     uint8_t FourPackedEvent(uint16_t index) const;   // 0..3; only with fourPacked
 
 private:
+    std::optional<MrpVectorHeader> PeekNext() const;
     bool IsEndOfList(const MrpVectorHeader& header) const;
     void LogStep() const;
 

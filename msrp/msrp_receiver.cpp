@@ -131,13 +131,12 @@ void ReadVectors(const Reception& to, uint8_t attributeLength, std::span<const u
         return;
     }
     AttributeGetter vector(message, MessageLayout::WithListLength, Message::type == LISTENER_VECTOR);
-    auto header = vector.GetNext();
-    if (header && (header->value & mrpLeaveAllEvent) != 0) {
+    if (vector.HasLeaveAllNext()) {
         log(LogCategory::MSRP, 2, Message::leaveAll, to.port);
         to.database.ApplyToType(to.port, Message::type, Event::RLA);
     }
     log(LogCategory::MSRP, 1, Message::onPort, to.port);
-    for (; header; header = vector.GetNext()) {
+    while (vector.GetNext()) {
         auto value = *Peek<typename Message::FirstValue>(vector.FirstValue());
         if (vector.NumberOfValues() > 0 && IsLogged(LogCategory::MSRP, 3)) Message::Dump(to.port, value, vector);
         for (uint16_t i = 0; i < vector.NumberOfValues(); ++i, Message::Advance(value)) {

@@ -51,14 +51,13 @@ size_t MVRPReceiver::ReadMessage(const MrpShortMessageHeader& header, const Rece
 
 size_t MVRPReceiver::ReadVlans(const ReceivedBytes& message) {
     AttributeGetter vector(message.bytes, MessageLayout::WithoutListLength, false);
-    auto header = vector.GetNext();
-    if (header && (header->value & mrpLeaveAllEvent) != 0) {
+    if (vector.HasLeaveAllNext()) {
         log(LogCategory::MVRP, 1, "[SW-MVRP] REGISTER_VLAN leave all on port %d\n", message.port);
         database.ApplyToType(message.port, Vlan::attributeType, Event::RLA);
     }
     log(LogCategory::MVRP, 2, "[SW-MVRP] REGISTER_VLAN on port %d\n", message.port);
     bool hasValues = false;
-    for (; header; header = vector.GetNext()) {
+    while (vector.GetNext()) {
         hasValues = hasValues || vector.NumberOfValues() > 0;
         auto value = *Peek<VlanFirstValue>(vector.FirstValue());
         for (uint16_t i = 0; i < vector.NumberOfValues(); ++i, ++value.vid) {

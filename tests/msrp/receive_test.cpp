@@ -362,6 +362,17 @@ TEST_F(MsrpReceive, LevelsOneAndTwoTellWhatIsRead) {
     EXPECT_THAT(text, Not(HasSubstr("[SW-MSRP] TalkerAdvertise: on port")));
 }
 
+TEST_F(MsrpReceive, TheLogNamesThePortBeforeItTellsOfTheWalk) {
+    CapturedLog watch(6);
+    Receive(0, {Message(4, 4, {Vector(FromHex("00 00 00 00"), {}, {}, true)})});
+
+    EXPECT_THAT(watch.Lines(),
+                ::testing::ElementsAre("[SW-MSRP] DOMAIN leave all on port 0", "[SW-MSRP] DOMAIN on port 0",
+                                       "AttributeGetter::GetNext total len=8 offset=0 attr_len=4",
+                                       "AttributeGetter::GetNext offset = 6 , num_of_events = 0",
+                                       "AttributeGetter::GetNext total len=8 offset=6 attr_len=4"));
+}
+
 TEST_F(MsrpReceive, LevelThreeDumpsTheFirstValueOfEachVector) {
     CapturedLog watch(3);
     ReceiveBytes(FromHex(wholePdu));

@@ -260,6 +260,17 @@ TEST_F(MvrpReceive, ValuesAreLoggedAsTheyAreTaken) {
                     "[SW-MVRP] REGISTER_VLAN getting attr event 1", "[SW-MVRP] REGISTER_VLAN getting attr event 2"));
 }
 
+TEST_F(MvrpReceive, TheLogNamesThePortBeforeItTellsOfTheWalk) {
+    CapturedLog captured(6);
+    Receive(0, FromHex("00 01 02 20 00 00 00 00 00 00 00"));
+
+    EXPECT_THAT(captured.Lines(),
+                ElementsAre("[SW-MVRP] REGISTER_VLAN leave all on port 0", "[SW-MVRP] REGISTER_VLAN on port 0",
+                            "AttributeGetter::GetNext offset=0 attr_len=2",
+                            "AttributeGetter::GetNext offset = 4 , num_of_events = 0",
+                            "AttributeGetter::GetNext offset=4 attr_len=2"));
+}
+
 TEST_F(MvrpReceive, ANewVlanIsLoggedWithItsState) {
     bridge.ports[1].up = false;
 
