@@ -133,6 +133,38 @@ size_t MRP::AddMessage(MRPDUWriter& pdu, uint8_t port, uint8_t type, uint8_t typ
     return values;
 }
 
+// The first type in the order of asking that found no room is asked first next time. It and those behind it are older
+// than those that the wrap-around brings, which have just had their turn.
+void MRP::AddMessages(MRPDUWriter& pdu, uint8_t port, std::span<const MessageForm> messages, bool leaveAll,
+                      const MessageAdded& added) {
+    size_t& firstAsked = ports.at(port).firstAsked;
+    const size_t first = std::exchange(firstAsked, 0);
+    bool someWait = false;
+    size_t wrappedAt = pdu.Length();
+    for (size_t asked = 0; asked < messages.size(); ++asked) {
+        const size_t place = (first + asked) % messages.size();
+        if (place == 0) wrappedAt = pdu.Length();
+        const auto [type, firstValueLength] = messages[place];
+        const size_t values = AddMessage(pdu, port, type, firstValueLength, leaveAll);
+        added(place, values);
+        if (someWait || values > 0 || !IsWaiting(port, type, leaveAll)) continue;
+        someWait = true;
+        firstAsked = place;
+    }
+    pdu.MoveToFront(wrappedAt);
+}
+
+// Of a type without a value in the PDU: whether it had one to send. A LeaveAll leaves what is declared in VP or VN, and
+// what is not in LO.
+bool MRP::IsWaiting(uint8_t port, uint8_t type, bool leaveAll) {
+    bool waiting = false;
+    ports.at(port).attributes.ForEachPending(type, [&](const MRPAttribute& attribute) {
+        waiting = !leaveAll || attribute.state.applicant != ApplicantState::LO;
+        return !waiting;
+    });
+    return waiting;
+}
+
 void MRP::RunLeaveAll(uint8_t port, Event event) {
     if (StepLeaveAll(ports.at(port).leaveAll, event)) portTimers.RestartLeaveAll(port);
 }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "base/timer_service.h"
@@ -14,6 +16,12 @@
 namespace norvad {
 
 class MRPDUWriter;
+
+// A message that a PDU may hold: its attribute type and the bytes of one first value.
+struct MessageForm {
+    uint8_t type;
+    uint8_t firstValueLength;
+};
 
 // One MRP participant for every port of the bridge: the attributes of each port, the machines that run on them,
 // the port's LeaveAll machine and the scheduling of its transmissions. An application derives from it.
@@ -76,6 +84,15 @@ public:
     size_t AddMessage(MRPDUWriter& pdu, uint8_t port, uint8_t type, uint8_t typeOnWire, uint8_t firstValueLength,
                       bool leaveAll);
 
+    // Called for a message, by its place in the PDU, with the number of its values.
+    using MessageAdded = std::function<void(size_t place, size_t values)>;
+
+    // Adds to pdu, which is empty, the messages that have something to say, in this order. Types that do not all find
+    // room take turns: the types are asked cyclically, from the one on that waited longest, and added is called for
+    // each as it was asked. A port's PDUs are all made of the same messages.
+    void AddMessages(MRPDUWriter& pdu, uint8_t port, std::span<const MessageForm> messages, bool leaveAll,
+                     const MessageAdded& added);
+
     // Counts every running leave timer down, and removes what is neither registered nor declared. Runs every 200 ms.
     void LeaveTimerTick();
 
@@ -93,8 +110,10 @@ private:
         LeaveAll leaveAll;
         TransmitPacing pacing;
         ScopedTimer transmitTimer;  // runs while a transmit opportunity is pending
+        size_t firstAsked = 0;      // place of the message whose type the next PDU asks first
     };
 
+    bool IsWaiting(uint8_t port, uint8_t type, bool leaveAll);
     void RunLeaveAll(uint8_t port, Event event);
     void RunAttribute(MRPAttribute& attribute, Event event);
     void TransmitTimerExpired(uint8_t port);

@@ -158,6 +158,11 @@ bool MRPDUWriter::IsEmpty() const {
     return length <= sizeof(mrpProtocolVersion);
 }
 
+void MRPDUWriter::MoveToFront(size_t from) {
+    const auto begin = payload.begin();
+    std::rotate(begin + sizeof(mrpProtocolVersion), begin + from, begin + length);
+}
+
 size_t MRPDUWriter::Finish() {
     Append(BytesOf(boost::endian::big_uint16_t{mrpEndMark}));
     return length;

@@ -77,7 +77,11 @@ public:
     void EndMessage();                          // end mark, counted into the list length
 
     bool IsEmpty() const;  // no message was written
-    size_t Finish();       // writes the PDU's end mark; returns the payload's length
+    size_t Length() const { return length; }
+
+    // Puts the messages from that length on in front of those before it.
+    void MoveToFront(size_t from);
+    size_t Finish();  // writes the PDU's end mark; returns the payload's length
 
 private:
     bool HasRoomFor(size_t size) const;

@@ -44,8 +44,11 @@ public:
         MRPDUWriter pdu(payload, MessageLayout::WithListLength);
         const bool leaveAll = TxLeaveAll(port);
         valuesAdded = 0;
-        for (const uint8_t type : std::initializer_list<uint8_t>{1, 2})
-            valuesAdded += AddMessage(pdu, port, type, 2, leaveAll);
+        asked.clear();
+        AddMessages(pdu, port, messages, leaveAll, [this](size_t place, size_t values) {
+            asked.push_back(messages[place].type);
+            valuesAdded += values;
+        });
         payload.resize(pdu.IsEmpty() ? 0 : pdu.Finish());
         return payload;
     }
@@ -62,7 +65,9 @@ public:
         Bytes payload;
     };
     std::vector<Sent> sent;
-    std::vector<std::string> calls;  // "propagate 5 JOIN 0" or "delete 5", in order
+    std::vector<std::string> calls;                     // "propagate 5 JOIN 0" or "delete 5", in order
+    std::vector<MessageForm> messages{{1, 2}, {2, 2}};  // that a PDU holds
+    std::vector<uint8_t> asked;                         // types for the last PDU, in the order of asking
     size_t valuesAdded = 0;
     std::function<void(MRPAttribute&, Event)> onPropagate = [](MRPAttribute&, Event) {};
 

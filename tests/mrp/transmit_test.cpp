@@ -207,6 +207,109 @@ TEST_F(Transmit, WhatDoesNotFitFollowsInLaterOpportunities) {
     EXPECT_THAT(values, ElementsAre(inOnePdu, inOnePdu, 400 - inOnePdu, 400 - inOnePdu, 0));
 }
 
+class TakingTurns : public Transmit {
+protected:
+    void Declare(uint8_t port, uint8_t type, size_t count) {
+        for (size_t i = 0; i < count; ++i) mrp.Run(mrp.Add(type, port, static_cast<uint8_t>(i)), Event::NEW);
+    }
+    // Types of the messages of a PDU with values in them, in their order.
+    static std::vector<uint8_t> TypesWithValues(const Bytes& pdu) {
+        std::vector<uint8_t> types;
+        constexpr size_t withoutValues = 6;  // a LeaveAll and an end mark
+        for (size_t at = 1; pdu.at(at) != 0;) {
+            const size_t listLength = pdu.at(at + 2) << 8 | pdu.at(at + 3);
+            if (listLength > withoutValues) types.push_back(pdu[at]);
+            at += 4 + listLength;
+        }
+        return types;
+    }
+};
+
+TEST_F(TakingTurns, TypesThatFindRoomAreAlwaysAskedInTheOrderOfThePdu) {
+    Declare(0, 1, 100);
+    Declare(0, 2, 100);
+
+    for (int i = 0; i < 4; ++i) {
+        mrp.BuildPdu(0);
+        EXPECT_THAT(mrp.asked, ElementsAre(1, 2)) << i;
+    }
+}
+
+TEST_F(TakingTurns, ATypeThatFoundNoRoomIsAskedFirstNextTimeAndKeepsItsPlaceInThePdu) {
+    Declare(0, 1, 400);
+    Declare(0, 2, 1);
+
+    EXPECT_THAT(TypesWithValues(mrp.BuildPdu(0)), ElementsAre(1));
+    const Bytes second = mrp.BuildPdu(0);
+
+    EXPECT_THAT(mrp.asked, ElementsAre(2, 1));
+    EXPECT_THAT(TypesWithValues(second), ElementsAre(1, 2));
+    // Its eleven bytes are taken from the room of the others: 1377 less 11 is reached by 273 values.
+    EXPECT_EQ(mrp.valuesAdded, 273u + 1);
+    EXPECT_EQ(Bytes(second.begin(), second.begin() + 10), FromHex("00 01 02 05 57 00 01 00 00 00"));
+    EXPECT_EQ(Bytes(second.end() - 13, second.end()), FromHex("02 02 00 07 00 01 00 00 00 00 00 00 00"));
+}
+
+TEST_F(TakingTurns, FourTypesThatEachFillAPduFollowOneAnother) {
+    mrp.messages = {{1, 2}, {2, 2}, {3, 2}, {4, 2}};
+    for (uint8_t type = 1; type <= 4; ++type) Declare(0, type, 1'000);
+
+    std::vector<uint8_t> served;
+    for (int i = 0; i < 8; ++i) {
+        const auto types = TypesWithValues(mrp.BuildPdu(0));
+        ASSERT_THAT(types, SizeIs(1));
+        served.push_back(types[0]);
+    }
+
+    EXPECT_THAT(served, ElementsAre(1, 2, 3, 4, 1, 2, 3, 4));
+}
+
+TEST_F(TakingTurns, ATypeThatGotOnlyAPartOfItsValuesInHasHadItsTurn) {
+    mrp.messages = {{1, 2}, {2, 2}, {3, 2}};
+    Declare(0, 1, 200);
+    Declare(0, 2, 200);
+    Declare(0, 3, 1);
+
+    mrp.BuildPdu(0);
+    EXPECT_THAT(mrp.asked, ElementsAre(1, 2, 3));
+    mrp.BuildPdu(0);
+    EXPECT_THAT(mrp.asked, ElementsAre(3, 1, 2));
+}
+
+TEST_F(TakingTurns, APortsTurnsAreItsOwn) {
+    Declare(0, 1, 400);
+    Declare(0, 2, 1);
+    Declare(1, 1, 1);
+
+    mrp.BuildPdu(0);
+    mrp.BuildPdu(1);
+
+    EXPECT_THAT(mrp.asked, ElementsAre(1, 2));
+}
+
+TEST_F(TakingTurns, WhatALeaveAllPutsOffIsAskedFirst) {
+    Declare(0, 1, 400);
+    Declare(0, 2, 1);
+    while (!mrp.BuildPdu(0).empty()) continue;
+    mrp.RunAttributeStateMachines(nullptr, 0, Event::LEAVEALLTIMER);
+
+    EXPECT_THAT(TypesWithValues(mrp.BuildPdu(0)), ElementsAre(1));
+    EXPECT_THAT(TypesWithValues(mrp.BuildPdu(0)), ElementsAre(1, 2));
+    EXPECT_THAT(mrp.asked, ElementsAre(2, 1));
+}
+
+TEST_F(TakingTurns, ALeaveAllPutsNothingOffForATypeThatDeclaresNothing) {
+    Declare(0, 1, 400);
+    mrp.Run(mrp.Add(2, 0, 1), Event::RJOIN_IN);
+    while (!mrp.BuildPdu(0).empty()) continue;
+    mrp.RunAttributeStateMachines(nullptr, 0, Event::LEAVEALLTIMER);
+
+    mrp.BuildPdu(0);
+    mrp.BuildPdu(0);
+
+    EXPECT_THAT(mrp.asked, ElementsAre(1, 2));
+}
+
 TEST_F(Transmit, WithLeaveAllWhatDoesNotFitIsDeclaredAgainLater) {
     constexpr size_t count = 400;
     for (size_t i = 0; i < count; ++i) mrp.Run(mrp.Add(1, 0, static_cast<uint8_t>(i)), Event::JOIN);
