@@ -1,7 +1,8 @@
-// How many VLANs and talkers a bridge keeps declared to its neighbour. Two handlers, one's port 1 wired to the other's
-// port 0, live for minutes of a stepped clock. What the first has registered on its port 0 is refreshed all the time,
-// so only the way between the two decides what stays: each LeaveAll asks for everything again before the leave timer
-// ends, with so many bytes a PDU and so many PDUs a second. The numbers are the same in every run and on every machine.
+// How many VLANs, talkers and listeners a bridge keeps declared to its neighbour. Two handlers, one's port 1 wired to
+// the other's port 0, live for minutes of a stepped clock. What the first has registered on its port 0 is refreshed all
+// the time, so only the way between the two decides what stays: each LeaveAll asks for everything again before the
+// leave timer ends, with so many bytes a PDU and so many PDUs a second. The numbers are the same in every run and on
+// every machine.
 
 #include <algorithm>
 #include <cstdio>
@@ -45,26 +46,73 @@ struct Node {
     Handler handler{bridge, bridge, timers};
 };
 
+// A kind of value: Register refreshes one at the declarer, Prepare what it needs on the side of the neighbour, and Find
+// looks for it there.
+
 struct Vlans {
     using Handler = MVRPHandler;
     static void Register(Handler& handler, uint32_t number) {
         handler.AddVlan(static_cast<uint16_t>(1 + number), Event::RJOIN_IN, 0);
     }
+    static void Prepare(Handler&, uint32_t) {}
     static const MRPAttribute* Find(Handler& handler, uint32_t number) {
         return handler.FindVlan(static_cast<uint16_t>(1 + number), 0);
     }
 };
 
+TalkerFirstValue StreamNumber(uint8_t station, uint32_t number) {
+    const auto high = static_cast<uint8_t>(number >> 8);
+    const auto low = static_cast<uint8_t>(number);
+    return {{2, 0, 0, 0, 0, station, high, low}, {0x91, 0xE0, 0xF0, station, high, low}, 2, 100, 1, 0x70, 5000};
+}
+
 struct Talkers {
     using Handler = MSRPHandler;
-    static TalkerFirstValue Value(uint32_t number) {
-        const auto high = static_cast<uint8_t>(number >> 8);
-        const auto low = static_cast<uint8_t>(number);
-        return {{2, 0, 0, 0, 0, 1, high, low}, {0x91, 0xE0, 0xF0, 0, high, low}, 2, 100, 1, 0x70, 5000};
+    static void Register(Handler& handler, uint32_t number) {
+        handler.AddTalker(StreamNumber(1, number), Event::RJOIN_IN, 0);
     }
-    static void Register(Handler& handler, uint32_t number) { handler.AddTalker(Value(number), Event::RJOIN_IN, 0); }
+    static void Prepare(Handler&, uint32_t) {}
     static const MRPAttribute* Find(Handler& handler, uint32_t number) {
-        return handler.FindTalker(Value(number).streamId, 0);
+        return handler.FindTalker(StreamNumber(1, number).streamId, 0);
+    }
+};
+
+// Their talkers come from the neighbour, so the declarer has nothing but listeners to declare to it.
+struct Listeners {
+    using Handler = MSRPHandler;
+    static void Register(Handler& handler, uint32_t number) {
+        handler.AddListener(StreamNumber(2, number).streamId, ListenerDeclaration::READY, Event::RJOIN_IN, 0);
+        handler.AddTalker(StreamNumber(2, number), Event::RJOIN_IN, 1);
+    }
+    static void Prepare(Handler&, uint32_t) {}
+    static const MRPAttribute* Find(Handler& handler, uint32_t number) {
+        return handler.FindListener(StreamNumber(2, number).streamId, 0);
+    }
+};
+
+// One talker goes one way for each listener, whose own talker comes the other way.
+struct ListenersBesideTalkers : Listeners {
+    static void Register(Handler& handler, uint32_t number) {
+        Talkers::Register(handler, number);
+        Listeners::Register(handler, number);
+    }
+};
+struct TalkersBesideListeners : ListenersBesideTalkers {
+    static const MRPAttribute* Find(Handler& handler, uint32_t number) { return Talkers::Find(handler, number); }
+};
+
+// Streams from the declarer's far side to the neighbour's: a talker one way and its listener back, both of them carried
+// from bridge to bridge.
+struct Streams {
+    using Handler = MSRPHandler;
+    static void Register(Handler& handler, uint32_t number) { Talkers::Register(handler, number); }
+    static void Prepare(Handler& handler, uint32_t number) {
+        handler.AddListener(StreamNumber(1, number).streamId, ListenerDeclaration::READY, Event::RJOIN_IN, 1);
+    }
+    // The reservation that the stream needs at the neighbour.
+    static const MRPAttribute* Find(Handler& handler, uint32_t number) {
+        const Listener* listener = handler.FindListener(StreamNumber(1, number).streamId, 1);
+        return listener && listener->reservation.active ? listener : nullptr;
     }
 };
 
@@ -76,10 +124,14 @@ uint32_t Held(uint32_t values) {
     declarer.bridge.Raise(0);
     declarer.bridge.Raise(1);
     neighbour.bridge.Raise(0);
+    neighbour.bridge.Raise(1);
 
     std::vector<bool> held(values, true);
     for (uint32_t ms = 0; ms < warmUpMs + watchedMs; ++ms) {
-        for (uint32_t n = 0; ms % refreshMs == 0 && n < values; ++n) Kind::Register(declarer.handler, n);
+        for (uint32_t n = 0; ms % refreshMs == 0 && n < values; ++n) {
+            Kind::Register(declarer.handler, n);
+            Kind::Prepare(neighbour.handler, n);
+        }
         clock.AdvanceMs(1);
         declarer.timers.runDue();
         neighbour.timers.runDue();
@@ -121,6 +173,10 @@ int main() {
     for (const LogCategory quiet : {LogCategory::MRP, LogCategory::MSRP, LogCategory::MVRP})
         debugLevels[static_cast<size_t>(quiet)] = -1;
     bench::Report<bench::Vlans>("VLANs", {1'000, 2'000, 4'094}, 4'094);
-    bench::Report<bench::Talkers>("talkers", {100, 1'000, 10'000}, 10'000);
+    bench::Report<bench::Talkers>("talkers", {100, 250, 1'000, 10'000}, 10'000);
+    bench::Report<bench::Listeners>("listeners", {250, 1'000}, 2'000);
+    bench::Report<bench::ListenersBesideTalkers>("listeners beside as many talkers", {250, 1'000}, 2'000);
+    bench::Report<bench::TalkersBesideListeners>("talkers beside as many listeners", {250, 1'000}, 2'000);
+    bench::Report<bench::Streams>("streams reserved across two bridges", {200, 250, 1'000}, 2'000);
     return 0;
 }
