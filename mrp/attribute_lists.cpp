@@ -1,25 +1,11 @@
 #include "mrp/attribute_lists.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "mrp/applicant.h"
 
 namespace norvad {
-
-namespace {
-
-// Links or unlinks one element; at the end first, because bulk changes come in list order.
-template <typename Set, typename Hook>
-void SetMembership(Set& set, const Hook& hook, MRPAttribute& attribute, bool belongs) {
-    if (hook.is_linked() == belongs) return;
-    if (belongs) {
-        set.insert(set.end(), attribute);
-    } else {
-        set.erase(set.iterator_to(attribute));
-    }
-}
-
-}  // namespace
 
 bool IsForgotten(const MRPAttributeState& state) {
     if (state.registrar != RegistrarState::MT) return false;
@@ -27,43 +13,57 @@ bool IsForgotten(const MRPAttributeState& state) {
     return state.applicant == VO || state.applicant == AO || state.applicant == QO;
 }
 
-AttributeLists::~AttributeLists() {
-    ticking.clear();
-    for (TypeLists& type : types) {
-        type.pending.clear();
-        type.all.Clear([](MRPAttribute*) {});
-    }
-    all.Clear(std::default_delete<MRPAttribute>());
-}
-
 MRPAttribute& AttributeLists::Append(std::unique_ptr<MRPAttribute> attribute) {
-    TypeLists& type = OfType(attribute->type);
-    MRPAttribute& inserted = *attribute.release();
-    inserted.order = nextOrder++;
-    all.Append(inserted);
-    type.all.Append(inserted);
-    Refresh(inserted);
-    return inserted;
+    MRPAttribute& appended = *attribute;
+    OfType(appended.type);  // throws before anything is taken
+    PutLast(std::move(attribute));
+    ++count;
+    return appended;
 }
 
 void AttributeLists::Remove(MRPAttribute& attribute) {
-    TypeLists& type = OfType(attribute.type);
-    SetMembership(type.pending, attribute.pendingHook, attribute, false);
-    SetMembership(ticking, attribute.tickHook, attribute, false);
-    type.all.Remove(attribute);
-    all.Remove(attribute);
-    delete &attribute;
+    const uint32_t place = attribute.place;
+    TypeSets& type = OfType(attribute.type);
+    for (PlaceSet* set : {&sets.all, &sets.ticking, &type.all, &type.pending}) set->Set(place, false);
+    row[place].reset();
+    --count;
+    CloseGaps();
 }
 
 void AttributeLists::Refresh(MRPAttribute& attribute) {
     const MRPAttributeState& state = attribute.state;
-    SetMembership(OfType(attribute.type).pending, attribute.pendingHook, attribute,
-                  HasSomethingToSend(state.applicant));
-    SetMembership(ticking, attribute.tickHook, attribute, state.leaveTimer > 0 || IsForgotten(state));
+    OfType(attribute.type).pending.Set(attribute.place, HasSomethingToSend(state.applicant));
+    sets.ticking.Set(attribute.place, state.leaveTimer > 0 || IsForgotten(state));
 }
 
 bool AttributeLists::HasPending() const {
-    return std::any_of(types.begin(), types.end(), [](const TypeLists& type) { return !type.pending.empty(); });
+    return std::any_of(sets.types.begin(), sets.types.end(),
+                       [](const TypeSets& type) { return !type.pending.IsEmpty(); });
+}
+
+// A row that grows by half has room for half as many again at most; by doubling it would cost a record 16 bytes.
+void AttributeLists::PutLast(std::unique_ptr<MRPAttribute> attribute) {
+    constexpr size_t firstPlaces = 16;
+    if (row.size() == row.capacity()) row.reserve(row.size() + row.size() / 2 + firstPlaces);
+    MRPAttribute& last = *attribute;
+    last.place = static_cast<uint32_t>(row.size());
+    row.push_back(std::move(attribute));
+    sets.all.Set(last.place, true);
+    OfType(last.type).all.Set(last.place, true);
+    Refresh(last);
+}
+
+// When they are more than half of a row of some length, so that a removal costs no more than a few records' moves. Row
+// and sets are made anew and so give back what they do not need.
+void AttributeLists::CloseGaps() {
+    constexpr size_t shortRow = 64;
+    if (walks > 0 || row.size() < shortRow || row.size() <= 2 * count) return;
+    Row old = std::exchange(row, {});
+    sets = {};
+    row.reserve(count);
+    for (auto& attribute : old) {
+        if (attribute) PutLast(std::move(attribute));
+    }
 }
 
 }  // namespace norvad

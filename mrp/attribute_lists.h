@@ -1,19 +1,19 @@
 #pragma once
 
 #include <array>
-#include <boost/intrusive/list.hpp>
-#include <boost/intrusive/set.hpp>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "mrp/mrp_attribute.h"
-#include "mrp/walkable_list.h"
+#include "mrp/place_set.h"
 
 namespace norvad {
 
-// The attributes of one port, owned here: all of them and those of each type in the order in which they came, and,
-// so that neither a transmit opportunity nor a leave-timer tick walks the quiet ones, those that have something to
-// send and those that wait for a tick, in the same order. Nothing here allocates.
+// The attributes of one port, owned here, in one row in the order in which they came. Sets of places in the row tell
+// all of them, those of each type and, so that neither a transmit opportunity nor a leave-timer tick walks the quiet
+// ones, those that have something to send and those that wait for a tick. A place is not used twice, so a walk needs
+// no care for what is appended or removed under it; the gaps close when nobody walks.
 class AttributeLists {
 public:
     static constexpr uint8_t typeCount = 5;  // types are numbered from 1
@@ -21,7 +21,6 @@ public:
     AttributeLists() = default;
     AttributeLists(const AttributeLists&) = delete;
     AttributeLists& operator=(const AttributeLists&) = delete;
-    ~AttributeLists();
 
     // Throws std::out_of_range, and takes nothing, when the type is none of 1..5.
     MRPAttribute& Append(std::unique_ptr<MRPAttribute> attribute);
@@ -32,68 +31,77 @@ public:
 
     bool HasPending() const;
 
-    // Whether an attribute with this place in the order waits for a tick.
-    bool IsTicking(uint64_t order) const { return ticking.find(order) != ticking.end(); }
+    // Whether an attribute with this place waits for a tick; places stand while there is a walk.
+    bool IsTicking(uint32_t place) const { return sets.ticking.Contains(place); }
 
     // In list order; visit may append attributes and remove any, the visited one too.
     template <typename Visitor>
     void ForEach(Visitor visit) {
-        all.ForEach(visit);
+        WalkOver(sets.all, visit);
     }
     template <typename Visitor>
     void ForEach(uint8_t type, Visitor visit) {
-        OfType(type).all.ForEach(visit);
+        WalkOver(OfType(type).all, visit);
     }
     template <typename Visitor>
     void ForEachTicking(Visitor visit) {
-        for (auto next = ticking.begin(); next != ticking.end();) {
-            const uint64_t order = next->order;
-            visit(*next);
-            next = ticking.upper_bound(order);
-        }
+        WalkOver(sets.ticking, visit);
     }
 
     // In list order, until visit returns false; visit may change the state of the visited attribute only.
     template <typename Visitor>
     void ForEachPending(uint8_t type, Visitor visit) {
-        auto& pending = OfType(type).pending;
-        for (auto next = pending.begin(); next != pending.end();) {
-            MRPAttribute& attribute = *next;
-            ++next;
-            if (!visit(attribute)) return;
+        const PlaceSet& pending = OfType(type).pending;
+        for (uint32_t place = pending.Next(0); place != PlaceSet::none; place = pending.Next(place + 1)) {
+            if (!visit(*row[place])) return;
         }
     }
 
 private:
-    template <typename Hook, Hook MRPAttribute::*member>
-    using ByHook = boost::intrusive::member_hook<MRPAttribute, Hook, member>;
-    using SizeIsNotKept = boost::intrusive::constant_time_size<false>;
-    struct Order {
-        using type = uint64_t;
-        type operator()(const MRPAttribute& attribute) const { return attribute.order; }
+    struct TypeSets {
+        PlaceSet all;
+        PlaceSet pending;
     };
-    using InOrder = boost::intrusive::key_of_value<Order>;
-
-    template <MRPAttribute::ListHook MRPAttribute::*hook>
-    using List = boost::intrusive::list<MRPAttribute, ByHook<MRPAttribute::ListHook, hook>, SizeIsNotKept>;
-    template <MRPAttribute::SetHook MRPAttribute::*hook>
-    using Set = boost::intrusive::set<MRPAttribute, ByHook<MRPAttribute::SetHook, hook>, InOrder, SizeIsNotKept>;
-    using PortList = List<&MRPAttribute::portHook>;
-    using TypeList = List<&MRPAttribute::typeHook>;
-    using PendingSet = Set<&MRPAttribute::pendingHook>;
-    using TickingSet = Set<&MRPAttribute::tickHook>;
-
-    struct TypeLists {
-        WalkableList<TypeList> all;
-        PendingSet pending;
+    struct Sets {
+        PlaceSet all;
+        PlaceSet ticking;
+        std::array<TypeSets, typeCount> types;
     };
 
-    TypeLists& OfType(uint8_t type) { return types.at(static_cast<size_t>(type) - 1); }
+    // Keeps the places as they are for as long as it lives.
+    class Walk {
+    public:
+        explicit Walk(AttributeLists& lists) : lists(lists) { ++lists.walks; }
+        ~Walk() {
+            --lists.walks;
+            lists.CloseGaps();
+        }
+        Walk(const Walk&) = delete;
+        Walk& operator=(const Walk&) = delete;
 
-    WalkableList<PortList> all;
-    std::array<TypeLists, typeCount> types;
-    TickingSet ticking;
-    uint64_t nextOrder = 0;
+    private:
+        AttributeLists& lists;
+    };
+
+    template <typename Visitor>
+    void WalkOver(const PlaceSet& places, Visitor& visit) {
+        if (places.IsEmpty()) return;
+        const Walk walk(*this);
+        for (uint32_t place = places.Next(0); place != PlaceSet::none; place = places.Next(place + 1)) {
+            visit(*row[place]);
+        }
+    }
+
+    TypeSets& OfType(uint8_t type) { return sets.types.at(static_cast<size_t>(type) - 1); }
+    void PutLast(std::unique_ptr<MRPAttribute> attribute);
+    void CloseGaps();
+
+    using Row = std::vector<std::unique_ptr<MRPAttribute>>;
+
+    Row row;  // by place; null where an attribute was removed
+    Sets sets;
+    size_t count = 0;    // of attributes
+    uint32_t walks = 0;  // under way
 };
 
 // Neither declared nor registered: the attribute can go.

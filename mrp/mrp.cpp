@@ -196,12 +196,12 @@ void MRP::LeaveTimerTick() {
 
 void MRP::TickAttribute(MRPAttribute& attribute) {
     const AttributeLists& attributes = ports.at(attribute.port).attributes;
-    const uint64_t order = attribute.order;
+    const uint32_t place = attribute.place;
     if (attribute.state.leaveTimer > 0 && --attribute.state.leaveTimer == 0) {
         RunAttributeStateMachines(&attribute, attribute.port, Event::LEAVETIMER);
     }
     // The application may have removed the attribute on the way; then it no longer waits for a tick.
-    if (attributes.IsTicking(order) && IsForgotten(attribute.state)) RemoveAttribute(attribute);
+    if (attributes.IsTicking(place) && IsForgotten(attribute.state)) RemoveAttribute(attribute);
 }
 
 }  // namespace norvad

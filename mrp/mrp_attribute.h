@@ -1,7 +1,5 @@
 #pragma once
 
-#include <boost/intrusive/list_hook.hpp>
-#include <boost/intrusive/set_hook.hpp>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -19,7 +17,7 @@ struct MRPAttributeState {
     Event indication = Event::UNDEFINED;  // NEW, JOIN, LV or none; set by every Registrar step
     bool pointToPoint = false;            // the Applicant takes the link for point-to-point
     bool periodic = false;                // PERIODIC acts
-    int32_t leaveTimer = -1;              // ticks left; -1: stopped
+    int8_t leaveTimer = -1;               // ticks left; -1: stopped
     uint32_t transmitMark = 0;            // cleared by every Applicant step
 };
 
@@ -48,15 +46,8 @@ public:
 private:
     friend class MRP;
     friend class AttributeLists;
-    using ListHook = boost::intrusive::list_member_hook<>;
-    using SetHook = boost::intrusive::set_member_hook<boost::intrusive::optimize_size<true>>;
 
-    // What every event looks at comes first, next to the state: thousands of records are cold when their turn comes.
-    uint64_t order = 0;   // place in the port's insertion order
-    SetHook pendingHook;  // linked while the applicant has something to send
-    SetHook tickHook;     // linked while the leave timer runs or the attribute can go
-    ListHook portHook;
-    ListHook typeHook;
+    uint32_t place = 0;  // in the port's row
 };
 
 // Whether there is a record and the neighbour's registration in it.

@@ -122,5 +122,75 @@ TEST_F(RemovalDuringAWalk, OfWhatIsPendingTakesItOutOfThePdu) {
     EXPECT_EQ(mrp.BuildPdu(0), FromHex("00 01 02 00 0c 00 01 00 01 6c 00 01 00 03 6c 00 00 00 00"));
 }
 
+// The places of removed attributes are given back now and then, and then all others move: not under a walk.
+class ManyRemovals : public testing::Test, protected ParticipantBench {
+protected:
+    ManyRemovals() {
+        for (int value = 0; value < 200; ++value) attributes.push_back(&mrp.Add(1, 0, static_cast<uint8_t>(value)));
+    }
+
+    // All but every tenth one.
+    void RemoveMost() {
+        for (size_t n = 0; n < attributes.size(); ++n) {
+            if (n % 10 != 0) mrp.RemoveAttribute(*attributes[n]);
+        }
+    }
+    static std::vector<std::string> EveryTenth() {
+        std::vector<std::string> texts;
+        for (int value = 0; value < 200; value += 10) texts.push_back(std::to_string(value));
+        return texts;
+    }
+
+    std::vector<TestAttribute*> attributes;
+};
+
+TEST_F(ManyRemovals, LeaveTheOthersInOrder) {
+    RemoveMost();
+    mrp.Add(1, 0, 201);
+    std::vector<std::string> expected = EveryTenth();
+    expected.push_back("201");
+
+    EXPECT_EQ(mrp.TextsOn(0), expected);
+    EXPECT_EQ(TestAttribute::living, 21);
+}
+
+TEST_F(ManyRemovals, LeaveTheOthersWithWhatTheyHaveToSend) {
+    for (const size_t value : {30, 170}) mrp.Run(*attributes[value], Event::JOIN);
+    RemoveMost();
+
+    EXPECT_EQ(mrp.BuildPdu(0), FromHex("00 01 02 00 0c 00 01 00 1e 6c 00 01 00 aa 6c 00 00 00 00"));
+    mrp.Run(*attributes[40], Event::JOIN);
+    EXPECT_NE(mrp.BuildPdu(0), Bytes());
+}
+
+TEST_F(ManyRemovals, LeaveTheOthersTheirLeaveTimers) {
+    for (TestAttribute* attribute : attributes) mrp.Run(*attribute, Event::RNEW);
+    mrp.Run(*attributes[30], Event::RLV);
+    mrp.calls.clear();
+    RemoveMost();
+    mrp.calls.clear();
+
+    RunMs(1000);
+
+    EXPECT_THAT(mrp.calls, ElementsAre("propagate 30 LV 0", "delete 30"));
+}
+
+TEST_F(ManyRemovals, UnderAWalkDoNotMoveIt) {
+    std::vector<std::string> visited;
+    mrp.ForEach(0, 1, [&](MRPAttribute& attribute) {
+        visited.push_back(attribute.Text());
+        if (visited.size() == 1) {
+            RemoveMost();
+            mrp.TextsOn(0);  // a walk inside ends before this one
+            mrp.Add(1, 0, 201);
+        }
+    });
+    std::vector<std::string> expected = EveryTenth();
+    expected.push_back("201");
+
+    EXPECT_EQ(visited, expected);
+    EXPECT_EQ(mrp.TextsOn(0), expected);
+}
+
 }  // namespace
 }  // namespace norvad::test
