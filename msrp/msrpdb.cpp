@@ -126,25 +126,24 @@ bool MSRPDB::AddDomain(const DomainFirstValue& value, Event event, uint8_t port)
     return true;
 }
 
-Talker& MSRPDB::InsertTalker(const TalkerFirstValue& value, uint8_t port) {
-    auto& record = static_cast<Talker&>(Insert(std::make_unique<Talker>(value, port)));
-    record.stream = &streams.Get(value.streamId);
-    record.stream->On(port).talker = &record;
+template <typename Record, typename Value>
+Record& MSRPDB::InsertOfStream(const Value& value, uint8_t port) {
+    auto& record = static_cast<Record&>(Insert(std::make_unique<Record>(value, port)));
+    record.stream = &streams.Get(record.Id());
+    record.stream->Add(record);
     return record;
+}
+
+Talker& MSRPDB::InsertTalker(const TalkerFirstValue& value, uint8_t port) {
+    return InsertOfStream<Talker>(value, port);
 }
 
 TalkerFailed& MSRPDB::InsertTalkerFailed(const TalkerFailedFirstValue& value, uint8_t port) {
-    auto& record = static_cast<TalkerFailed&>(Insert(std::make_unique<TalkerFailed>(value, port)));
-    record.stream = &streams.Get(value.talker.streamId);
-    record.stream->On(port).talkerFailed = &record;
-    return record;
+    return InsertOfStream<TalkerFailed>(value, port);
 }
 
 Listener& MSRPDB::InsertListener(const StreamID& id, uint8_t port) {
-    auto& record = static_cast<Listener&>(Insert(std::make_unique<Listener>(id, port)));
-    record.stream = &streams.Get(id);
-    record.stream->On(port).listener = &record;
-    return record;
+    return InsertOfStream<Listener>(id, port);
 }
 
 Domain& MSRPDB::InsertDomain(const DomainFirstValue& value, uint8_t port) {
@@ -169,10 +168,7 @@ void MSRPDB::DeleteAttribute(MRPAttribute& attribute) {
 }
 
 void MSRPDB::Forget(StreamAttribute& record) {
-    StreamRecords& records = record.stream->On(record.port);
-    if (record.type == TALKER_ADVERTISE) records.talker = nullptr;
-    if (record.type == TALKER_FAILED) records.talkerFailed = nullptr;
-    if (record.type == LISTENER_VECTOR) records.listener = nullptr;
+    record.stream->Remove(record);
     streams.DropIfEmpty(*record.stream);
     record.stream = nullptr;
 }

@@ -41,6 +41,8 @@ protected:
     void DeleteAttribute(MRPAttribute& attribute) override;
 
 private:
+    template <typename Record, typename Value>
+    Record& InsertOfStream(const Value& value, uint8_t port);
     void Forget(StreamAttribute& record);
 
     StreamIndex streams;

@@ -1,45 +1,40 @@
 #include "msrp/stream_index.h"
 
-#include <algorithm>
-#include <bit>
+#include <cassert>
 #include <memory>
 
 namespace norvad {
 namespace {
 
-constexpr size_t firstBuckets = 64;  // a power of 2, doubled whenever there are as many streams
+// Powers of 2: doubled when there are as many streams, halved when there is a stream for a quarter of them.
+constexpr size_t firstBuckets = 64;
 
 }  // namespace
 
-bool StreamEntry::IsEmpty() const {
-    return std::all_of(ports.begin(), ports.end(), [](const StreamRecords& records) { return records.IsEmpty(); });
+void StreamEntry::Add(StreamAttribute& record) {
+    const uint32_t bit = BitOf(record);
+    records.insert(records.begin() + Rank(bit), &record);
+    present |= bit;
 }
 
-void StreamEntry::Prefetch() const {
-    for (const StreamRecords& records : ports) {
-        __builtin_prefetch(records.talker);
-        __builtin_prefetch(records.talkerFailed);
-        __builtin_prefetch(records.listener);
-    }
+void StreamEntry::Remove(const StreamAttribute& record) {
+    const uint32_t bit = BitOf(record);
+    records.erase(records.begin() + Rank(bit));
+    present &= ~bit;
 }
 
 StreamIndex::StreamIndex(uint8_t portCount)
-    : portCount(portCount), buckets(firstBuckets), streams(Streams::bucket_traits(buckets.data(), buckets.size())) {}
+    : portCount(portCount), buckets(firstBuckets), streams(Streams::bucket_traits(buckets.data(), buckets.size())) {
+    assert(portCount <= StreamEntry::maxPorts);
+}
 
 StreamIndex::~StreamIndex() {
     streams.clear_and_dispose(std::default_delete<StreamEntry>());
 }
 
-StreamEntry* StreamIndex::Find(const StreamID& id) {
-    const auto found = streams.find(id);
-    if (found == streams.end()) return nullptr;
-    found->Prefetch();
-    return &*found;
-}
-
 StreamEntry& StreamIndex::Get(const StreamID& id) {
     if (StreamEntry* known = Find(id)) return *known;
-    if (streams.size() == buckets.size()) Grow();
+    if (streams.size() == buckets.size()) Resize(2 * buckets.size());
     auto entry = std::make_unique<StreamEntry>(id, portCount);
     streams.insert(*entry);
     return *entry.release();
@@ -48,21 +43,13 @@ StreamEntry& StreamIndex::Get(const StreamID& id) {
 void StreamIndex::DropIfEmpty(StreamEntry& entry) {
     if (!entry.IsEmpty()) return;
     streams.erase_and_dispose(streams.iterator_to(entry), std::default_delete<StreamEntry>());
+    if (buckets.size() > firstBuckets && streams.size() < buckets.size() / 4) Resize(buckets.size() / 2);
 }
 
-void StreamIndex::Grow() {
-    Buckets more(2 * buckets.size());
-    streams.rehash(Streams::bucket_traits(more.data(), more.size()));
-    buckets.swap(more);  // moves no bucket
-}
-
-// The ids of one talker differ in the last bits only, so every bit is mixed into every other; the multiplications
-// wrap.
-size_t StreamIndex::Hash::operator()(const StreamID& id) const {
-    auto bits = std::bit_cast<uint64_t>(id);
-    bits = (bits ^ bits >> 30) * 0xBF58476D1CE4E5B9u;
-    bits = (bits ^ bits >> 27) * 0x94D049BB133111EBu;
-    return bits ^ bits >> 31;
+void StreamIndex::Resize(size_t bucketCount) {
+    Buckets other(bucketCount);
+    streams.rehash(Streams::bucket_traits(other.data(), other.size()));
+    buckets.swap(other);  // moves no bucket
 }
 
 }  // namespace norvad

@@ -93,7 +93,7 @@ void TalkerPropagation::DeclareFailed(StreamEntry& stream, const TalkerFailedFir
 void TalkerPropagation::Withdraw(const Talker& talker, uint8_t port) {
     StreamEntry& stream = *talker.stream;
     const uint8_t source = talker.port;
-    const StreamRecords& records = stream.On(port);
+    const StreamRecords records = stream.On(port);
     const bool left = WithdrawFrom(database, records.talker, source, report);
     if (!IsRegistered(stream.On(source).talkerFailed)) {
         WithdrawFrom(database, records.talkerFailed, source, report);
