@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
+#include <random>
 #include <span>
 #include <vector>
 
@@ -41,8 +43,16 @@ TalkerFirstValue TalkerNumber(uint32_t number) {
     return value;
 }
 
-// A frame from a port with ten streams from the first on: talkers, or listeners that are ready.
-Bytes FrameOf(uint8_t port, uint8_t type, uint32_t first, AttributeEvent event) {
+using StreamNumbers = std::array<uint32_t, valuesPerFrame>;
+
+StreamNumbers NumbersFrom(uint32_t first) {
+    StreamNumbers numbers;
+    std::iota(numbers.begin(), numbers.end(), first);
+    return numbers;
+}
+
+// A frame from a port with ten streams: talkers, or listeners that are ready.
+Bytes FrameOf(uint8_t port, uint8_t type, const StreamNumbers& numbers, AttributeEvent event) {
     Bytes frame(MRPDUWriter::bufferSize);
     TaggedHeader header{};
     header.destination = msrpGroupAddress;
@@ -52,7 +62,7 @@ Bytes FrameOf(uint8_t port, uint8_t type, uint32_t first, AttributeEvent event) 
 
     MRPDUWriter pdu(std::span<uint8_t>(frame).subspan(taggedHeaderSize), MessageLayout::WithListLength);
     pdu.BeginMessage(type, type == TALKER_ADVERTISE ? sizeof(TalkerFirstValue) : sizeof(ListenerFirstValue));
-    for (uint32_t number = first; number < first + valuesPerFrame; ++number) {
+    for (const uint32_t number : numbers) {
         const TalkerFirstValue talker = TalkerNumber(number);
         if (type == TALKER_ADVERTISE) {
             pdu.AddFirstValue(false, BytesOf(talker), event, {});
@@ -68,23 +78,28 @@ Bytes FrameOf(uint8_t port, uint8_t type, uint32_t first, AttributeEvent event) 
 // A bridge with streams registered between two ports that are up and AS capable.
 class Bench {
 public:
-    explicit Bench(uint32_t streams) : streams(streams) {
+    explicit Bench(uint32_t streams) : streams(streams), order(streams) {
+        std::iota(order.begin(), order.end(), 0);
         bridge.Raise(talkerPort);
         bridge.Raise(listenerPort);
         for (uint32_t first = 0; first < streams; first += valuesPerFrame) {
-            Receive(FrameOf(talkerPort, TALKER_ADVERTISE, first, AttributeEvent::NEW));
-            Receive(FrameOf(listenerPort, LISTENER_VECTOR, first, AttributeEvent::NEW));
+            Receive(FrameOf(talkerPort, TALKER_ADVERTISE, NumbersFrom(first), AttributeEvent::NEW));
+            Receive(FrameOf(listenerPort, LISTENER_VECTOR, NumbersFrom(first), AttributeEvent::NEW));
         }
         SendEverything();
     }
 
     void Receive(Bytes frame) { msrp.HandleFrame(frame, ETHERTYPE_MSRP); }
 
-    // The first stream of each frame in turn.
-    uint32_t NextFrame() {
-        const uint32_t first = next;
+    // As no neighbour sends them, but as several neighbours' streams come mixed.
+    void Shuffle() { std::shuffle(order.begin(), order.end(), std::mt19937(1)); }
+
+    // The streams of each frame in turn.
+    StreamNumbers NextFrame() {
+        StreamNumbers numbers;
+        std::copy_n(order.begin() + next, valuesPerFrame, numbers.begin());
         next = (next + valuesPerFrame) % streams;
-        return first;
+        return numbers;
     }
 
     // Builds PDUs until nothing is waiting.
@@ -112,6 +127,7 @@ public:
     }
 
     const uint32_t streams;
+    std::vector<uint32_t> order;  // in which the streams are refreshed; that of their arrival until shuffled
     uint32_t next = 0;
     test::SteppedClock clock;
     TimerService timers{clock};
@@ -128,8 +144,11 @@ void ReceiveAll(benchmark::State& state, Bench& bench, Frames& frames) {
     }));
 }
 
-void Refresh(benchmark::State& state, uint8_t port, uint8_t type) {
+enum class Order : uint8_t { OfArrival, Random };
+
+void Refresh(benchmark::State& state, uint8_t port, uint8_t type, Order order) {
     Bench bench(static_cast<uint32_t>(state.range(0)));
+    if (order == Order::Random) bench.Shuffle();
     Frames frames;
     for (auto _ : state) {
         for (Bytes& frame : frames) frame = FrameOf(port, type, bench.NextFrame(), AttributeEvent::JOIN);
@@ -143,7 +162,8 @@ void ReceiveNewTalker(benchmark::State& state) {
     Frames frames;
     for (auto _ : state) {
         for (uint32_t n = 0; n < framesPerRun; ++n) {
-            frames[n] = FrameOf(talkerPort, TALKER_ADVERTISE, bench.streams + n * valuesPerFrame, AttributeEvent::NEW);
+            frames[n] = FrameOf(talkerPort, TALKER_ADVERTISE, NumbersFrom(bench.streams + n * valuesPerFrame),
+                                AttributeEvent::NEW);
         }
         ReceiveAll(state, bench, frames);
         for (uint32_t n = 0; n < framesPerRun; ++n) bench.Forget(bench.streams + n * valuesPerFrame);
@@ -152,11 +172,19 @@ void ReceiveNewTalker(benchmark::State& state) {
 }
 
 void ReceiveKnownTalker(benchmark::State& state) {
-    Refresh(state, talkerPort, TALKER_ADVERTISE);
+    Refresh(state, talkerPort, TALKER_ADVERTISE, Order::OfArrival);
+}
+
+void ReceiveKnownTalkerInRandomOrder(benchmark::State& state) {
+    Refresh(state, talkerPort, TALKER_ADVERTISE, Order::Random);
 }
 
 void ReceiveKnownListener(benchmark::State& state) {
-    Refresh(state, listenerPort, LISTENER_VECTOR);
+    Refresh(state, listenerPort, LISTENER_VECTOR, Order::OfArrival);
+}
+
+void ReceiveKnownListenerInRandomOrder(benchmark::State& state) {
+    Refresh(state, listenerPort, LISTENER_VECTOR, Order::Random);
 }
 
 // Ten talkers that the neighbour has lost are built into each PDU, out of all that are declared to it.
@@ -185,6 +213,8 @@ void LeaveTimerTick(benchmark::State& state) {
 BENCHMARK(ReceiveNewTalker)->Arg(10)->Arg(1'000)->Arg(10'000)->UseManualTime();
 BENCHMARK(ReceiveKnownTalker)->Arg(10)->Arg(1'000)->Arg(10'000)->UseManualTime();
 BENCHMARK(ReceiveKnownListener)->Arg(10)->Arg(1'000)->Arg(10'000)->UseManualTime();
+BENCHMARK(ReceiveKnownTalkerInRandomOrder)->Arg(10)->Arg(10'000)->UseManualTime();
+BENCHMARK(ReceiveKnownListenerInRandomOrder)->Arg(10)->Arg(10'000)->UseManualTime();
 BENCHMARK(TransmitTalker)->Arg(10)->Arg(1'000)->Arg(10'000)->UseManualTime();
 BENCHMARK(LeaveTimerTick)->Arg(10)->Arg(1'000)->Arg(10'000);
 
