@@ -25,9 +25,15 @@ void AttributeLists::Remove(MRPAttribute& attribute) {
     const uint32_t place = attribute.place;
     TypeSets& type = OfType(attribute.type);
     for (PlaceSet* set : {&sets.all, &sets.ticking, &type.all, &type.pending}) set->Set(place, false);
+    if (attribute.madeByReception) --received.at(static_cast<size_t>(attribute.type) - 1);
     row[place].reset();
     --count;
     CloseGaps();
+}
+
+void AttributeLists::CountAsReceived(MRPAttribute& attribute) {
+    attribute.madeByReception = true;
+    ++received.at(static_cast<size_t>(attribute.type) - 1);
 }
 
 void AttributeLists::Refresh(MRPAttribute& attribute) {

@@ -31,6 +31,10 @@ public:
 
     bool HasPending() const;
 
+    // Counts the attribute until it is removed.
+    void CountAsReceived(MRPAttribute& attribute);
+    uint32_t Received(uint8_t type) const { return received.at(static_cast<size_t>(type) - 1); }
+
     // Whether an attribute with this place waits for a tick; places stand while there is a walk.
     bool IsTicking(uint32_t place) const { return sets.ticking.Contains(place); }
 
@@ -100,8 +104,9 @@ private:
 
     Row row;  // by place; null where an attribute was removed
     Sets sets;
-    size_t count = 0;    // of attributes
-    uint32_t walks = 0;  // under way
+    size_t count = 0;                            // of attributes
+    std::array<uint32_t, typeCount> received{};  // those made by reception, by type
+    uint32_t walks = 0;                          // under way
 };
 
 // Neither declared nor registered: the attribute can go.

@@ -46,6 +46,21 @@ MRPAttribute& MRP::Insert(std::unique_ptr<MRPAttribute> attribute, bool periodic
     return attributes.Append(std::move(attribute));
 }
 
+bool MRP::MayIntroduce(Event event, uint8_t port, uint8_t type, uint32_t bound) {
+    if (!IsCreating(event)) return false;
+    PortRecord& record = ports.at(port);
+    if (!IsReceived(event) || record.attributes.Received(type) < bound) return true;
+    if (record.refusals.IsOver(timers.Monotonic())) {
+        log(LogCategory::MRP, 0, "[SW-MRP] Port(%d) refuses attributes of type %d beyond %d\n", port, type,
+            static_cast<int>(bound));
+    }
+    return false;
+}
+
+void MRP::Introduced(MRPAttribute& attribute, Event event) {
+    if (IsReceived(event)) ports.at(attribute.port).attributes.CountAsReceived(attribute);
+}
+
 void MRP::RemoveAttribute(MRPAttribute& attribute) {
     AttributeLists& attributes = ports.at(attribute.port).attributes;
     DeleteAttribute(attribute);

@@ -40,6 +40,13 @@ public:
     // the list, here and in what follows, or a type other than 1..5 throws std::out_of_range.
     MRPAttribute& Insert(std::unique_ptr<MRPAttribute> attribute, bool periodic = false);
 
+    // Whether an event about a value without a record may make one: it declares the value, and, when a neighbour does
+    // so, the port has fewer than bound records of the type that reception made. A refusal at the bound is logged, at
+    // most once a second for each port.
+    bool MayIntroduce(Event event, uint8_t port, uint8_t type, uint32_t bound);
+    // The record that such an event made counts towards the bound until it is removed.
+    void Introduced(MRPAttribute& attribute, Event event);
+
     // Tells the application through DeleteAttribute, then unlinks and frees the attribute.
     void RemoveAttribute(MRPAttribute& attribute);
 
@@ -111,6 +118,7 @@ private:
         TransmitPacing pacing;
         ScopedTimer transmitTimer;  // runs while a transmit opportunity is pending
         size_t firstAsked = 0;      // place of the message whose type the next PDU asks first
+        LogPause refusals;
     };
 
     bool IsWaiting(uint8_t port, uint8_t type, bool leaveAll);

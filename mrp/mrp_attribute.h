@@ -40,6 +40,7 @@ public:
 
     const uint8_t type;  // 1..5, numbered by the applications
     const uint8_t port;
+    bool madeByReception = false;  // set by the engine, which counts such records
     MRPAttributeState state;
     PortSet sources;  // the ports from which the value is propagated to this one; declared while not empty
 

@@ -76,6 +76,11 @@ Event ReceiveEvent(uint8_t value);
 // Whether the event, received or our own, declares a value and so may introduce one that is not known yet.
 bool IsCreating(Event event);
 
+// Whether the event is of a neighbour's, not of our own.
+constexpr bool IsReceived(Event event) {
+    return event <= Event::RLA;
+}
+
 // Ports 0..31 as bits.
 class PortSet {
 public:

@@ -10,6 +10,7 @@ constexpr uint32_t periodicMs = 1'000;
 constexpr uint32_t periodicJitterMs = 50;
 constexpr uint32_t transmitWindowMs = 300;
 constexpr uint32_t shortestTransmitDelayMs = 1;
+constexpr int64_t logPauseMs = 1'000;
 
 int64_t MillisecondsBetween(const timespec& from, const timespec& to) {
     const int64_t seconds = int64_t{to.tv_sec} - int64_t{from.tv_sec};
@@ -38,6 +39,12 @@ uint32_t TransmitPacing::Request(const timespec& now) {
     if (elapsedMs < 0) return transmitWindowMs;  // the clock was stepped back
     if (elapsedMs >= transmitWindowMs) return shortestTransmitDelayMs;
     return transmitWindowMs - static_cast<uint32_t>(elapsedMs);
+}
+
+bool LogPause::IsOver(const timespec& now) {
+    if (last && MillisecondsBetween(*last, now) < logPauseMs) return false;
+    last = now;
+    return true;
 }
 
 }  // namespace norvad

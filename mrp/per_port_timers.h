@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <ctime>
+#include <optional>
 #include <vector>
 
 #include "base/timer_service.h"
@@ -37,6 +38,16 @@ public:
 
 private:
     std::array<timespec, 3> requests = {};  // the last ones, oldest first
+};
+
+// Lets a line that could be repeated at any rate through once a second at most.
+class LogPause {
+public:
+    // Whether a line may be written now; then it counts as written.
+    bool IsOver(const timespec& now);
+
+private:
+    std::optional<timespec> last;
 };
 
 }  // namespace norvad

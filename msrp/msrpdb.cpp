@@ -69,7 +69,7 @@ Domain* MSRPDB::FindDomain(const DomainFirstValue& value, uint8_t port) {
 bool MSRPDB::AddTalker(const TalkerFirstValue& value, Event event, uint8_t port) {
     StreamEntry* stream = streams.Find(value.streamId);
     const StreamRecords known = stream ? stream->On(port) : StreamRecords{};
-    if (!known.talker && !IsCreating(event)) return true;
+    if (!known.talker && !MayIntroduce(event, port, TALKER_ADVERTISE, maxReceived)) return true;
 
     if (known.talkerFailed) {
         log(LogCategory::MSRP, 1, "[SW-MSRP] Port(%d) Remove Talker failed for talker\n", port);
@@ -81,6 +81,7 @@ bool MSRPDB::AddTalker(const TalkerFirstValue& value, Event event, uint8_t port)
         return true;
     }
     Talker& added = InsertTalker(WithHopLatency(value), port);
+    Introduced(added, event);
     LogAdd(1, added);
     RunAttributeStateMachines(&added, port, event);
     return true;
@@ -92,8 +93,9 @@ bool MSRPDB::AddTalkerFailed(const TalkerFailedFirstValue& value, Event event, u
         RunAttributeStateMachines(known, port, event);
         return true;
     }
-    if (!IsCreating(event)) return true;
+    if (!MayIntroduce(event, port, TALKER_FAILED, maxReceived)) return true;
     TalkerFailed& added = InsertTalkerFailed(WithHopLatency(value), port);
+    Introduced(added, event);
     LogAdd(1, added);
     RunAttributeStateMachines(&added, port, event);
     return true;
@@ -102,8 +104,9 @@ bool MSRPDB::AddTalkerFailed(const TalkerFailedFirstValue& value, Event event, u
 bool MSRPDB::AddListener(const StreamID& id, ListenerDeclaration declaration, Event event, uint8_t port) {
     Listener* listener = FindListener(id, port);
     if (!listener) {
-        if (!IsCreating(event)) return true;
+        if (!MayIntroduce(event, port, LISTENER_VECTOR, maxReceived)) return true;
         listener = &InsertListener(id, port);
+        Introduced(*listener, event);
         listener->registeredDeclaration = declaration;
         LogAdd(2, *listener);
     }
@@ -118,8 +121,9 @@ bool MSRPDB::AddListener(const StreamID& id, ListenerDeclaration declaration, Ev
 bool MSRPDB::AddDomain(const DomainFirstValue& value, Event event, uint8_t port) {
     Domain* domain = FindDomain(value, port);
     if (!domain) {
-        if (!IsCreating(event)) return true;
+        if (!MayIntroduce(event, port, DOMAIN, maxReceived)) return true;
         domain = &InsertDomain(value, port);
+        Introduced(*domain, event);
         LogAdd(1, *domain);
     }
     RunAttributeStateMachines(domain, port, event);

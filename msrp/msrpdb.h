@@ -13,6 +13,9 @@ namespace norvad {
 // depend on how many there are. A port beyond the table throws std::out_of_range.
 class MSRPDB : public MRP {
 public:
+    // How many values of one type a neighbour gets records for on a port; what it declares beyond is not carried.
+    static constexpr uint32_t maxReceived = 16'384;
+
     MSRPDB(TimerService& timers, uint8_t portCount);
 
     // The record on a port, or null. The pointer is valid until the record is removed.
@@ -23,8 +26,9 @@ public:
     Domain* FindDomain(const DomainFirstValue& value, uint8_t port);
 
     // Feeds an event about a value to its record on the port. An unknown value gets a record only by an event that
-    // declares it; any other is dropped. A talker from the wire gets this bridge's latency added when it is registered,
-    // not when it is refreshed. Always true: a dropped event is no failure.
+    // declares it and, from a neighbour, only while there are fewer than maxReceived; any other is dropped. A talker
+    // from the wire gets this bridge's latency added when it is registered, not when it is refreshed. Always true: a
+    // dropped event is no failure.
     bool AddTalker(const TalkerFirstValue& value, Event event, uint8_t port);
     bool AddTalkerFailed(const TalkerFailedFirstValue& value, Event event, uint8_t port);
     bool AddListener(const StreamID& id, ListenerDeclaration declaration, Event event, uint8_t port);

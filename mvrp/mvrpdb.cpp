@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "base/log.h"
 #include "mrp/listing.h"
@@ -21,15 +22,19 @@ void LogAdd(const Vlan& vlan) {
 void VlanIndex::Set(uint16_t vid, uint8_t port, Vlan* vlan) {
     if (port >= portCount) throw std::out_of_range("port of a VLAN");
     Page& page = pages[vid / pageSize];
-    if (page.empty()) page.resize(pageSize * portCount);
-    page[Place(vid, port)] = vlan;
+    if (page.vlans.empty()) page.vlans.resize(pageSize * portCount);
+    const Vlan* before = std::exchange(page.vlans[Place(vid, port)], vlan);
+    if (vlan && !before) ++page.count;
+    if (!vlan && before) --page.count;
+    if (page.count == 0) page = {};
 }
 
 void MVRPDB::AddVlan(uint16_t vid, Event event, uint8_t port) {
     Vlan* vlan = FindVlan(vid, port);
     if (vlan == nullptr) {
-        if (!IsCreating(event)) return;
+        if (!MayIntroduce(event, port, Vlan::attributeType, maxReceived)) return;
         vlan = &InsertVlan(vid, port);
+        Introduced(*vlan, event);
         LogAdd(*vlan);
     }
     RunAttributeStateMachines(vlan, port, event);

@@ -10,7 +10,8 @@
 
 namespace norvad {
 
-// The records by VLAN id and port: a table of all 65536 ids in pages of 256, which are made when first needed and kept.
+// The records by VLAN id and port: a table of all 65536 ids in pages of 256, which are there while they hold a
+// record.
 // A lookup is two reads however many VLANs there are; neighbouring ids, which arrive together, lie together.
 class VlanIndex {
 public:
@@ -19,7 +20,7 @@ public:
     // Null where there is no record, also beyond the ports.
     Vlan* Find(uint16_t vid, uint8_t port) const {
         const Page& page = pages[vid / pageSize];
-        return page.empty() || port >= portCount ? nullptr : page[Place(vid, port)];
+        return page.vlans.empty() || port >= portCount ? nullptr : page.vlans[Place(vid, port)];
     }
 
     // Throws std::out_of_range beyond the ports.
@@ -27,7 +28,10 @@ public:
 
 private:
     static constexpr size_t pageSize = 256;
-    using Page = std::vector<Vlan*>;  // empty, or a record for each port of each id
+    struct Page {
+        std::vector<Vlan*> vlans;  // empty, or a record for each port of each id
+        uint32_t count = 0;        // of those that are not null
+    };
 
     size_t Place(uint16_t vid, uint8_t port) const { return vid % pageSize * portCount + port; }
 
@@ -39,13 +43,16 @@ private:
 // throws std::out_of_range.
 class MVRPDB : public MRP {
 public:
+    // How many VLANs a neighbour gets records for on a port; what it declares beyond is not carried.
+    static constexpr uint32_t maxReceived = 4'096;
+
     MVRPDB(TimerService& timers, uint8_t portCount) : MRP(timers, portCount), index(portCount) {}
 
     // The record on a port, or null. The pointer is valid until the record is removed.
     Vlan* FindVlan(uint16_t vid, uint8_t port) const { return index.Find(vid, port); }
 
     // Feeds an event about a VLAN to its record on the port. An unknown VLAN gets a record only by an event that
-    // declares it; any other is dropped.
+    // declares it and, from a neighbour, only while there are fewer than maxReceived; any other is dropped.
     void AddVlan(uint16_t vid, Event event, uint8_t port);
 
     // Puts a new record, which must not be there yet, at the end of the port's list.
