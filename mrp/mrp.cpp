@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/memory.h"
 #include "mrp/applicant.h"
 #include "mrp/mrpdu.h"
 #include "mrp/registrar.h"
@@ -12,6 +13,12 @@ namespace norvad {
 namespace {
 
 constexpr uint32_t leaveTickMs = 200;
+
+// Of one port at one tick. Whoever takes tens of thousands of values back at once has them removed over some seconds.
+constexpr uint32_t removalsPerTick = 4096;
+
+// Fewer records than this are worth less than half a megabyte.
+constexpr uint32_t removalsWorthATrim = 1024;
 
 AttributeEvent EventFor(TxAction action, bool registered) {
     switch (action) {
@@ -65,6 +72,7 @@ void MRP::RemoveAttribute(MRPAttribute& attribute) {
     AttributeLists& attributes = ports.at(attribute.port).attributes;
     DeleteAttribute(attribute);
     attributes.Remove(attribute);
+    ++removals;
 }
 
 void MRP::RunAttributeStateMachines(MRPAttribute* attribute, uint8_t port, Event event) {
@@ -204,19 +212,29 @@ void MRP::LeaveAllTimerExpired(uint8_t port) {
 }
 
 void MRP::LeaveTimerTick() {
+    const uint32_t before = removals;
     for (PortRecord& record : ports) {
-        record.attributes.ForEachTicking([this](MRPAttribute& attribute) { TickAttribute(attribute); });
+        const uint32_t limit = removals + removalsPerTick;
+        record.attributes.ForEachTicking(
+            [this, limit](MRPAttribute& attribute) { TickAttribute(attribute, removals < limit); });
     }
+    if (removals == before && removals >= removalsWorthATrim) TrimMemory();
 }
 
-void MRP::TickAttribute(MRPAttribute& attribute) {
+// Left to itself the allocator keeps what a flood of values took, as a few records live on between the freed ones.
+void MRP::TrimMemory() {
+    removals = 0;
+    GiveMemoryBack();
+}
+
+void MRP::TickAttribute(MRPAttribute& attribute, bool mayRemove) {
     const AttributeLists& attributes = ports.at(attribute.port).attributes;
     const uint32_t place = attribute.place;
     if (attribute.state.leaveTimer > 0 && --attribute.state.leaveTimer == 0) {
         RunAttributeStateMachines(&attribute, attribute.port, Event::LEAVETIMER);
     }
     // The application may have removed the attribute on the way; then it no longer waits for a tick.
-    if (attributes.IsTicking(place) && IsForgotten(attribute.state)) RemoveAttribute(attribute);
+    if (mayRemove && attributes.IsTicking(place) && IsForgotten(attribute.state)) RemoveAttribute(attribute);
 }
 
 }  // namespace norvad

@@ -100,7 +100,8 @@ public:
     void AddMessages(MRPDUWriter& pdu, uint8_t port, std::span<const MessageForm> messages, bool leaveAll,
                      const MessageAdded& added);
 
-    // Counts every running leave timer down, and removes what is neither registered nor declared. Runs every 200 ms.
+    // Counts every running leave timer down, and removes what is neither registered nor declared: of each port some
+    // thousand at a time. After many removals the memory goes back to the system. Runs every 200 ms.
     void LeaveTimerTick();
 
 protected:
@@ -126,12 +127,14 @@ private:
     void RunAttribute(MRPAttribute& attribute, Event event);
     void TransmitTimerExpired(uint8_t port);
     void LeaveAllTimerExpired(uint8_t port);
-    void TickAttribute(MRPAttribute& attribute);
+    void TickAttribute(MRPAttribute& attribute, bool mayRemove);
+    void TrimMemory();
 
     TimerService& timers;
     std::vector<PortRecord> ports;
     PerPortTimers portTimers;
     ScopedTimer leaveTick;
+    uint32_t removals = 0;  // since the memory was trimmed
 };
 
 }  // namespace norvad

@@ -192,5 +192,33 @@ TEST_F(ManyRemovals, UnderAWalkDoNotMoveIt) {
     EXPECT_EQ(mrp.TextsOn(0), expected);
 }
 
+// Removing all that a neighbour takes back at once must not hold up everything else.
+class RemovalOfThousands : public testing::Test, protected ParticipantBench {
+protected:
+    void AddForgotten(uint8_t port, int count) {
+        for (int n = 0; n < count; ++n) mrp.Add(1, port, static_cast<uint8_t>(n));
+    }
+};
+
+TEST_F(RemovalOfThousands, IsSpreadOverTheTicksInListOrder) {
+    AddForgotten(0, 4096 + 1);
+    AddForgotten(1, 10);
+    mrp.LeaveTimerTick();
+    EXPECT_THAT(mrp.TextsOn(0), ElementsAre("0"));
+    EXPECT_THAT(mrp.TextsOn(1), IsEmpty());
+    mrp.LeaveTimerTick();
+    EXPECT_EQ(TestAttribute::living, 0);
+}
+
+TEST_F(RemovalOfThousands, DelaysNoLeaveTimer) {
+    AddForgotten(0, 6 * 4096);
+    TestAttribute& last = mrp.Add(1, 0, 200);
+    mrp.Run(last, Event::RNEW);
+    mrp.Run(last, Event::RLV);
+    mrp.calls.clear();
+    for (int tick = 0; tick < 5; ++tick) mrp.LeaveTimerTick();
+    EXPECT_THAT(mrp.calls, testing::Contains("propagate 200 LV 0"));
+}
+
 }  // namespace
 }  // namespace norvad::test

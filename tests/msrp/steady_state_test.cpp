@@ -1,4 +1,4 @@
-// Refreshes of what is known take no memory, and no more of anything with many streams than with few.
+// What streams take of memory: refreshes nothing, a declared talker little, and nothing is kept when all are gone.
 
 #include "base/ethertypes.h"
 #include "tests/msrp/msrp_bridge.h"
@@ -48,6 +48,53 @@ TEST_F(MsrpSteadyState, APduWithManyValuesAllocatesNoMoreThanOneWithTwo) {
     };
 
     EXPECT_EQ(allocationsForPdu(40), allocationsForPdu(2));
+}
+
+class MsrpMemory : public MsrpBridge {
+protected:
+    static StreamID StreamNumber(uint32_t number) {
+        return {0x02,
+                0,
+                0,
+                0,
+                0,
+                static_cast<uint8_t>(number >> 16),
+                static_cast<uint8_t>(number >> 8),
+                static_cast<uint8_t>(number)};
+    }
+    void Declare(uint32_t talkers) {
+        for (uint32_t n = 0; n < talkers; ++n) msrp.AddTalker(TalkerOf(StreamNumber(n)), Event::RNEW, 0);
+    }
+};
+
+// 8 bytes more for each allocation are the allocator's own.
+TEST_F(MsrpMemory, ADeclaredTalkerTakesLittleOnEveryPort) {
+    for (const uint32_t talkers : {1'000u, 10'000u, MSRPDB::maxReceived}) {
+        for (const int64_t portsUp : {2, 3}) {
+            FakeSwitch ports;
+            MSRPHandler bridge(ports, ports, timers);
+            for (uint8_t port = 0; port < portsUp; ++port) ports.Raise(port);
+            const int64_t before = AllocatedBytes();
+            for (uint32_t n = 0; n < talkers; ++n) bridge.AddTalker(TalkerOf(StreamNumber(n)), Event::RNEW, 0);
+
+            const int64_t perTalker = (AllocatedBytes() - before) / talkers + 8 * (portsUp + 1);
+
+            EXPECT_LE(perTalker, portsUp == 2 ? 300 : 390) << talkers << " talkers";
+        }
+    }
+}
+
+TEST_F(MsrpMemory, NothingIsKeptWhenAllAreGone) {
+    Raise({0, 1});
+    Declare(1);
+    const int64_t before = AllocatedBytes();
+    Declare(10'000);
+    for (uint32_t n = 1; n < 10'000; ++n) {
+        msrp.RemoveAttribute(*msrp.FindTalker(StreamNumber(n), 0));
+        msrp.RemoveAttribute(*msrp.FindTalker(StreamNumber(n), 1));
+    }
+
+    EXPECT_LE(AllocatedBytes() - before, 4'096);
 }
 
 }  // namespace
