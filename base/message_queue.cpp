@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <mqueue.h>
+#include <sys/stat.h>
 
 #include <utility>
 
@@ -39,6 +40,11 @@ MessageQueue MessageQueue::Open(const std::string& name, int flags) {
 
 void MessageQueue::Remove(const std::string& name) {
     (void)::mq_unlink(name.c_str());
+}
+
+bool MessageQueue::IsLinked() const {
+    struct stat status {};
+    return ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
 }
 
 bool MessageQueue::Send(std::span<const uint8_t> message, unsigned priority) const {

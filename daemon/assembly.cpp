@@ -27,11 +27,15 @@ void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<Gr
     registry.AddHandler(boost::make_shared<LLDPHandler>());
 }
 
-EventSources SourcesOf(Switch& bridge, ControlQueues& queues) {
+EventSources SourcesOf(Switch& bridge, ControlChannel& control) {
     return {
         .frames = {"frames", bridge.Dispatcher().Descriptor(), [&bridge] { bridge.Dispatcher().ReadFrame(); },
                    [&bridge] { return bridge.Dispatcher().TakeError(); }},
-        .requests = {"requests", bridge.Requests().Descriptor(), [&] { serveControlRequest(bridge, queues); }, {}},
+        .requests = {"requests",
+                     bridge.Requests().Descriptor(),
+                     [&control] { control.serveControlRequest(); },
+                     {},
+                     [&control] { return control.IsAnswering(); }},
         .links = {"links", bridge.LinkDescriptor(), [&bridge] { bridge.UpdateLinks(); },
                   [&bridge] { return bridge.TakeLinkError(); }},
     };
@@ -44,12 +48,13 @@ void RunDaemon(const DaemonOptions& options, const PtpSettings& settings) {
     KernelControlQueues queues;
     Switch bridge(options.interface, clock, doors);
     AddHandlers(bridge, settings, std::make_unique<GrandmasterFileAndQueue>());
+    ControlChannel control(bridge, queues);
     bridge.Dispatcher().Start();
 
     const FileDescriptor signals = OpenSignalDescriptor();
     RaisePriority();
     KernelWaiting waiting;
-    EventLoop(bridge.Timers(), waiting, signals.Get(), SourcesOf(bridge, queues)).Run();
+    EventLoop(bridge.Timers(), waiting, signals.Get(), SourcesOf(bridge, control)).Run();
 }
 
 }  // namespace norvad

@@ -7,7 +7,7 @@
 
 namespace norvad {
 
-class ControlQueues;
+class ControlChannel;
 class GrandmasterOutput;
 class Switch;
 struct DaemonOptions;
@@ -15,8 +15,8 @@ struct DaemonOptions;
 // Gives the switch its protocol handlers. The output hears of every grandmaster.
 void AddHandlers(Switch& bridge, const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output);
 
-// What the event loop waits for, and what it does then. The switch and the queues outlive the loop.
-EventSources SourcesOf(Switch& bridge, ControlQueues& queues);
+// What the event loop waits for, and what it does then. The switch and the channel outlive the loop.
+EventSources SourcesOf(Switch& bridge, ControlChannel& control);
 
 // The daemon from its switch to the end of its event loop. Throws SocketException where the switch cannot be
 // opened.

@@ -31,7 +31,7 @@ EventLoop::EventLoop(TimerService& timers, Waiting& waiting, int signals, EventS
                {std::move(sources.frames), {}},
                {std::move(sources.requests), {}},
                {std::move(sources.links), {}}}} {
-    for (uint32_t index = 0; index < set.size(); ++index) set[index] = {entries[index].source.descriptor, POLLIN, 0};
+    for (pollfd& entry : set) entry.events = POLLIN;
 }
 
 void EventLoop::Run() {
@@ -42,10 +42,20 @@ void EventLoop::Run() {
 
 bool EventLoop::RunOnce() {
     const uint32_t waitMs = timers.runDue();
+    LetBusyOnesRest();
     if (waiting.Wait(set, waitMs) < 0) return false;
     if (!TakeSignals()) return false;
     for (uint32_t index = signalIndex + 1; index < set.size(); ++index) Serve(index);
     return true;
+}
+
+// poll leaves out what is negative.
+void EventLoop::LetBusyOnesRest() {
+    for (uint32_t index = 0; index < set.size(); ++index) {
+        const Entry& entry = entries[index];
+        const bool rests = entry.rest.IsRunning() || (entry.source.isBusy && entry.source.isBusy());
+        set[index].fd = rests ? -1 : entry.source.descriptor;
+    }
 }
 
 bool EventLoop::TakeSignals() {
@@ -92,11 +102,7 @@ void EventLoop::HandleTrouble(uint32_t index) {
             entry.source.name);
     }
     entry.troubled = true;
-    set[index].fd = -1;
-    const auto goOn = [this](uint32_t rested) {
-        entries[rested].rest.Fired();
-        set[rested].fd = entries[rested].source.descriptor;
-    };
+    const auto goOn = [this](uint32_t rested) { entries[rested].rest.Fired(); };
     entry.rest = ScopedTimer(timers, timers.addTimer(restMs, goOn, index));
 }
 

@@ -19,7 +19,8 @@ struct EventSource {
     const char* name;
     int descriptor;  // -1: none
     boost::function<void()> serve;
-    boost::function<int()> takeError;  // clears and returns the error that poll reports; may be empty
+    boost::function<int()> takeError;     // clears and returns the error that poll reports; may be empty
+    boost::function<bool()> isBusy = {};  // asked before each wait; while it is, nothing more is served; may be empty
 };
 
 // Waits until a descriptor of set is ready, with poll in the daemon. Whoever moves a stepped clock waits in its own
@@ -61,7 +62,8 @@ private:
         bool troubled = false;  // and this was logged
     };
 
-    bool RunOnce();      // false: leave the loop
+    bool RunOnce();  // false: leave the loop
+    void LetBusyOnesRest();
     bool TakeSignals();  // false: leave the loop
     void Serve(uint32_t index);
     void HandleTrouble(uint32_t index);

@@ -19,7 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string name(data, std::find(data, data + nameLength, uint8_t{0}));
     queues.queues[name];
     control.doors.requests.Queue({data, data + length});
-    norvad::serveControlRequest(control.bridge, queues);
+    norvad::ControlChannel channel(control.bridge, queues);
+    channel.serveControlRequest();
 
     const auto& pieces = queues.queues[name];
     const auto lastPieces = std::count_if(pieces.begin(), pieces.end(), [](const ControlMessage& m) { return m.last; });

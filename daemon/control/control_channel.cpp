@@ -6,6 +6,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "daemon/control/command_executor.h"
 #include "daemon/control/control_queues.h"
@@ -15,43 +16,20 @@ namespace norvad {
 
 namespace {
 
-constexpr size_t longestPiece = 2048;  // characters of an answer in one message
+// A client gives up when no piece comes for 10 ms.
+constexpr uint32_t retryMs = 2;
 
 // An answer in the request queue would be taken for the next command and answered there again without end; with that
 // queue full the daemon would wait for itself.
-std::unique_ptr<ControlQueue> OpenReplies(ControlQueues& queues, const std::string& name) {
-    if (name != requestQueueName) return queues.Open(name);
+std::unique_ptr<ReplyQueue> OpenReplies(ControlQueues& queues, const std::string& name) {
+    if (name != requestQueueName) return queues.OpenReplies(name);
     errno = EINVAL;
     return nullptr;
 }
 
-// An empty answer is one empty piece.
-void SendAnswer(ControlQueue& replies, ControlMessage& message, std::string_view answer) {
-    do {
-        const std::string_view piece = answer.substr(0, longestPiece);
-        answer.remove_prefix(piece.size());
-        PutText(message.text, piece);
-        message.last = answer.empty() ? 1 : 0;
-        (void)replies.Send(message);
-    } while (!message.last);
-}
-
-// The command runs even where nobody can be told.
-void ServeCommand(Switch& bridge, ControlQueues& queues, ControlMessage& message) {
-    const auto replies = OpenReplies(queues, std::string(TextOf(message.replyQueue)));
-    const int openError = errno;
-    std::ostringstream answer;
-    ExecuteCommand(bridge, std::string(TextOf(message.text)), answer);
-    if (!replies) {
-        std::fprintf(stderr, "[Switch] open user message queue failed: %s\n", std::strerror(openError));
-        return;
-    }
-    SendAnswer(*replies, message, answer.str());
-}
-
 }  // namespace
 
-void serveControlRequest(Switch& bridge, ControlQueues& queues) {
+void ControlChannel::serveControlRequest() {
     ControlMessage message{};
     const ssize_t received = bridge.Requests().Receive(BufferOf(message));
     if (received < 1) return;
@@ -59,10 +37,33 @@ void serveControlRequest(Switch& bridge, ControlQueues& queues) {
     if (static_cast<size_t>(received) < offsetof(ControlMessage, length)) return;
 
     if (message.type == controlCommand) {
-        ServeCommand(bridge, queues, message);
+        ServeCommand(message);
     } else if (message.type == controlNotification) {
         bridge.Dispatcher().HandleDaemonControlMessage();
     }
+}
+
+// The command runs even where nobody can be told.
+void ControlChannel::ServeCommand(const ControlMessage& request) {
+    auto replies = OpenReplies(queues, std::string(TextOf(request.replyQueue)));
+    const int openError = errno;
+    std::ostringstream text;
+    ExecuteCommand(bridge, std::string(TextOf(request.text)), text);
+    if (!replies) {
+        std::fprintf(stderr, "[Switch] open user message queue failed: %s\n", std::strerror(openError));
+        return;
+    }
+    answer.emplace(std::move(replies), request, text.str());
+    HandOver();
+    if (!answer) return;
+    retry = ScopedTimer(bridge.Timers(), bridge.Timers().addPeriodicTimer(
+                                             retryMs, retryMs, 0, [this](uint32_t) { HandOver(); }, 0));
+}
+
+void ControlChannel::HandOver() {
+    if (!answer->HandOver()) return;
+    answer.reset();
+    retry.Cancel();
 }
 
 }  // namespace norvad

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "base/message_queue.h"
@@ -24,20 +25,38 @@ private:
     MessageQueue queue;
 };
 
-std::unique_ptr<ControlQueue> Owned(MessageQueue queue) {
+class KernelReplyQueue final : public ReplyQueue {
+public:
+    explicit KernelReplyQueue(MessageQueue queue) : queue(std::move(queue)) {}
+
+    Outcome TrySend(const ControlMessage& message) override {
+        if (queue.Send(BytesOf(message), controlMessagePriority)) return Outcome::TAKEN;
+        return errno == EAGAIN && queue.IsLinked() ? Outcome::FULL : Outcome::LOST;
+    }
+
+private:
+    MessageQueue queue;
+};
+
+template <typename Owner>
+std::unique_ptr<Owner> Owned(MessageQueue queue) {
     if (!queue.IsOpen()) return nullptr;
-    return std::make_unique<KernelControlQueue>(std::move(queue));
+    return std::make_unique<Owner>(std::move(queue));
 }
 
 }  // namespace
 
 std::unique_ptr<ControlQueue> KernelControlQueues::Create(const std::string& name) {
-    return Owned(MessageQueue::Create(name, O_RDWR, controlQueueMode,
-                                      {.messages = controlQueueDepth, .bytes = sizeof(ControlMessage)}));
+    return Owned<KernelControlQueue>(MessageQueue::Create(
+        name, O_RDWR, controlQueueMode, {.messages = controlQueueDepth, .bytes = sizeof(ControlMessage)}));
 }
 
 std::unique_ptr<ControlQueue> KernelControlQueues::Open(const std::string& name) {
-    return Owned(MessageQueue::Open(name, O_WRONLY));
+    return Owned<KernelControlQueue>(MessageQueue::Open(name, O_WRONLY));
+}
+
+std::unique_ptr<ReplyQueue> KernelControlQueues::OpenReplies(const std::string& name) {
+    return Owned<KernelReplyQueue>(MessageQueue::Open(name, O_WRONLY | O_NONBLOCK));
 }
 
 void KernelControlQueues::Remove(const std::string& name) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "daemon/assembly.h"
+#include "daemon/control/control_channel.h"
 #include "daemon/control/control_queues.h"
 #include "switch/netlink_wire.h"
 
@@ -69,6 +70,7 @@ class NoControlQueues final : public ControlQueues {
 public:
     std::unique_ptr<ControlQueue> Create(const std::string&) override { return nullptr; }
     std::unique_ptr<ControlQueue> Open(const std::string&) override { return nullptr; }
+    std::unique_ptr<ReplyQueue> OpenReplies(const std::string&) override { return nullptr; }
     void Remove(const std::string&) override {}
 };
 
@@ -191,7 +193,8 @@ void BridgeNode::Refresh() {
 
 void BridgeNode::RunDaemon() {
     NoControlQueues queues;
-    EventLoop(bridge->Timers(), *this, -1, SourcesOf(*bridge, queues)).Run();
+    ControlChannel control(*bridge, queues);
+    EventLoop(bridge->Timers(), *this, -1, SourcesOf(*bridge, control)).Run();
 }
 
 // While the daemon runs, lines are its own.

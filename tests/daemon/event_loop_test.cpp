@@ -156,6 +156,29 @@ TEST_F(Loop, EachDescriptorIsServedOnceARound) {
     EXPECT_THAT(served, ElementsAre("frames", "links", "frames", "links"));
 }
 
+TEST_F(Loop, ABusySourceRestsWhileTheOthersAreServed) {
+    int rounds = 0;
+    requests.Add();
+    sources.requests.isBusy = [&] { return ++rounds <= 3; };
+    frames.Add();
+    frames.Add();
+    links.Add();
+    const auto serveRequests = sources.requests.serve;
+    sources.requests.serve = [&] {
+        serveRequests();
+        End();
+    };
+    timers.addTimer(
+        0, [this](uint32_t) { served.emplace_back("timer"); }, 0);
+    timers.addPeriodicTimer(
+        1, 1, 0, [](uint32_t) {}, 0);
+
+    Run();
+
+    EXPECT_THAT(served, ElementsAre("timer", "frames", "links", "frames", "requests"));
+    EXPECT_EQ(rounds, 5);
+}
+
 TEST_F(Loop, ArmsPeriodicTimersWhenItBegins) {
     const Timer* timer = timers.addPeriodicTimer(
         0, 500, 0, [](uint32_t) { FAIL() << "fired at once"; }, 0);

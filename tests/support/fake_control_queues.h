@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <deque>
 #include <functional>
@@ -21,6 +22,7 @@ public:
     using Messages = std::deque<ControlMessage>;
 
     std::map<std::string, Messages> queues;  // by name; a test puts one here to let it exist
+    size_t replyDepth = SIZE_MAX;            // messages that a reply queue holds
     std::vector<std::string> removed;
     std::vector<timespec> deadlines;
     std::function<void(const std::string&)> onSend;  // after a message came to the named queue
@@ -33,6 +35,13 @@ public:
     std::unique_ptr<ControlQueue> Open(const std::string& name) override {
         if (!queues.contains(name)) return Failure(ENOENT);
         return std::make_unique<Queue>(*this, name);
+    }
+    std::unique_ptr<ReplyQueue> OpenReplies(const std::string& name) override {
+        if (!queues.contains(name)) {
+            errno = ENOENT;
+            return nullptr;
+        }
+        return std::make_unique<Replies>(*this, name);
     }
     void Remove(const std::string& name) override {
         queues.erase(name);
@@ -59,6 +68,23 @@ private:
             message = messages.front();
             messages.pop_front();
             return sizeof message;
+        }
+
+    private:
+        FakeControlQueues& all;
+        std::string name;
+    };
+
+    class Replies final : public ReplyQueue {
+    public:
+        Replies(FakeControlQueues& all, std::string name) : all(all), name(std::move(name)) {}
+
+        Outcome TrySend(const ControlMessage& message) override {
+            const auto found = all.queues.find(name);
+            if (found == all.queues.end()) return Outcome::LOST;
+            if (found->second.size() >= all.replyDepth) return Outcome::FULL;
+            found->second.push_back(message);
+            return Outcome::TAKEN;
         }
 
     private:

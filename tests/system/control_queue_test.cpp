@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <random>
+#include <thread>
 
 #include "tests/support/system/control_client.h"
 #include "tests/support/system/system_test.h"
@@ -170,6 +171,40 @@ TEST_F(ControlQueue, ReplyQueueMadeForShorterMessagesCostsTheAnswerOnly) {
     ASSERT_TRUE(WaitUntilServed());
 
     EXPECT_EQ(narrow.Waiting(), 0);
+    ExpectAnswering();
+}
+
+// A command whose answer is two messages, the second of which finds no room in the queue until the first is read.
+const Bytes longAnswered = ControlRequest(controlCommand, "norvad3 --" + std::string(2030, 'x'), "/own");
+
+TEST_F(ControlQueue, ReaderThatStopsInTheMiddleOfAnAnswerHoldsUpNothingElse) {
+    PeerQueue replies = PeerQueue::Make("/own", controlMessageSize, 1);
+    ASSERT_TRUE(PeerQueue::Open(requestQueue).TrySend(longAnswered));
+    ASSERT_TRUE(WaitFor([&] { return replies.Waiting() == 1; }));
+
+    EXPECT_EQ(Stop(daemon), 0) << daemon.Errors();
+}
+
+TEST_F(ControlQueue, SlowReaderGetsTheWholeAnswer) {
+    PeerQueue replies = PeerQueue::Make("/own", controlMessageSize, 1);
+    ASSERT_TRUE(PeerQueue::Open(requestQueue).TrySend(longAnswered));
+    ASSERT_TRUE(WaitFor([&] { return replies.Waiting() == 1; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+
+    std::string answer = ControlText(replies.Receive().value());
+    answer += ControlText(replies.Receive().value());
+
+    EXPECT_EQ(answer, "unrecognised option '--" + std::string(2030, 'x') + "'\n");
+    ExpectAnswering();
+}
+
+TEST_F(ControlQueue, AnswerIsDroppedWithTheQueueOfAReaderThatIsGone) {
+    {
+        PeerQueue replies = PeerQueue::Make("/own", controlMessageSize, 1);
+        ASSERT_TRUE(PeerQueue::Open(requestQueue).TrySend(longAnswered));
+        ASSERT_TRUE(WaitFor([&] { return replies.Waiting() == 1; }));
+    }
+
     ExpectAnswering();
 }
 

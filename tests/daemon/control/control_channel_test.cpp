@@ -40,7 +40,7 @@ protected:
     std::string Serve(std::vector<uint8_t> message) {
         doors.requests.Queue(std::move(message));
         testing::internal::CaptureStderr();
-        serveControlRequest(bridge, queues);
+        channel.serveControlRequest();
         return testing::internal::GetCapturedStderr();
     }
     std::string Serve(const std::string& command) { return Serve(Bytes(Message(controlCommand, command))); }
@@ -67,7 +67,20 @@ protected:
         return joined;
     }
 
+    // Takes so many pieces off the full reply queue, and lets the daemon hand over what then fits.
+    std::string Read(size_t pieces) {
+        std::string text;
+        for (; pieces > 0; --pieces) {
+            text += TextOf(queues.queues[replies].front().text);
+            queues.queues[replies].pop_front();
+        }
+        clock.AdvanceMs(2);
+        bridge.Timers().runDue();
+        return text;
+    }
+
     FakeControlQueues queues;
+    norvad::ControlChannel channel{bridge, queues};
 };
 
 TEST_F(ControlChannel, ACommandIsAnsweredOnTheQueueItNames) {
@@ -182,7 +195,7 @@ TEST_F(ControlChannel, AMessageTooShortForItsTypeIsIgnored) {
 }
 
 TEST_F(ControlChannel, AFailedReceiveIsIgnored) {
-    serveControlRequest(bridge, queues);
+    channel.serveControlRequest();
 
     EXPECT_EQ(Times("msrp options"), 0);
 }
@@ -217,12 +230,85 @@ TEST_F(ControlChannel, AQueueNameWithoutItsTerminatorEndsWithItsField) {
     EXPECT_EQ(queues.queues[std::string(64, 'q')].size(), 1u);
 }
 
+// From about 40 streams on, the report is longer than a reply queue. The daemon waited in the queue for its reader, and
+// when the reader had given up it waited for good: deaf to frames, timers and SIGTERM.
+TEST_F(ControlChannel, WhatTheReplyQueueDoesNotTakeFollowsInOrderWhenItHasRoom) {
+    queues.replyDepth = 10;
+    const std::string answer = AnswerOf(25 * 2048);
+
+    Serve("norvad3 ");
+
+    EXPECT_EQ(Pieces().size(), 10u);
+    EXPECT_TRUE(channel.IsAnswering());
+    std::string read = Read(1);
+    EXPECT_EQ(Pieces().size(), 10u);
+    read += Read(10);
+    EXPECT_TRUE(channel.IsAnswering());
+    read += Read(9);
+    EXPECT_FALSE(channel.IsAnswering());
+    EXPECT_EQ(read + Joined(), answer);
+    EXPECT_EQ(Pieces().size(), 5u);
+    EXPECT_EQ(Pieces().back().last, 1);
+}
+
+TEST_F(ControlChannel, AnAnswerThatTheReplyQueueTakesLeavesNoTimer) {
+    queues.replyDepth = 10;
+    AnswerOf(20480);
+
+    Serve("norvad3 ");
+
+    EXPECT_FALSE(channel.IsAnswering());
+    EXPECT_EQ(bridge.Timers().runDue(), 10'000u);
+}
+
+TEST_F(ControlChannel, AReaderMayTakeAllTheTimeItWants) {
+    queues.replyDepth = 1;
+    const std::string answer = AnswerOf(2049);
+    Serve("norvad3 ");
+
+    for (int n = 0; n < 1'000; ++n) {
+        clock.AdvanceMs(3'600);
+        bridge.Timers().runDue();
+    }
+
+    EXPECT_TRUE(channel.IsAnswering());
+    std::string read = Read(1);
+    EXPECT_EQ(read += Joined(), answer);
+    EXPECT_FALSE(channel.IsAnswering());
+}
+
+TEST_F(ControlChannel, TheRestIsDroppedWhenItsQueueIsGone) {
+    queues.replyDepth = 1;
+    AnswerOf(2049);
+    Serve("norvad3 ");
+
+    queues.queues.erase(replies);
+    clock.AdvanceMs(2);
+    bridge.Timers().runDue();
+
+    EXPECT_FALSE(channel.IsAnswering());
+    EXPECT_EQ(bridge.Timers().runDue(), 10'000u);
+}
+
+TEST_F(ControlChannel, TheRestIsDroppedWithTheChannel) {
+    queues.replyDepth = 1;
+    AnswerOf(2049);
+    {
+        norvad::ControlChannel ending(bridge, queues);
+        doors.requests.Queue(Bytes(Message(controlCommand, "norvad3 ")));
+        ending.serveControlRequest();
+        EXPECT_TRUE(ending.IsAnswering());
+    }
+
+    EXPECT_EQ(bridge.Timers().runDue(), 10'000u);
+}
+
 TEST_F(ControlChannel, EachCallServesOneRequest) {
     doors.requests.Queue(Bytes(Message(controlNotification, "")));
     Serve(Bytes(Message(controlNotification, "")));
     EXPECT_EQ(Times("msrp message"), 1);
 
-    serveControlRequest(bridge, queues);
+    channel.serveControlRequest();
     EXPECT_EQ(Times("msrp message"), 2);
 }
 

@@ -64,6 +64,39 @@ TEST(KernelQueues, CarryAMessageAtTheChannelsPriority) {
     EXPECT_EQ(outcome.standardOutput, "2124 256 7 hello");
 }
 
+TEST(KernelQueues, ForRepliesDoNotWaitForTheirReader) {
+    const IsolatedOutcome outcome = RunIsolated([] {
+        KernelControlQueues queues;
+        const auto reader = queues.Create("/q");
+        const auto replies = queues.OpenReplies("/q");
+        ControlMessage message{};
+        const auto send = [&] { std::printf("%d ", static_cast<int>(replies->TrySend(message))); };
+        for (int n = 0; n < 11; ++n) send();
+        (void)reader->Receive(message, timespec{});
+        send();
+        queues.Remove("/q");
+        send();
+        return 0;
+    });
+
+    EXPECT_EQ(outcome.standardOutput, "0 0 0 0 0 0 0 0 0 0 1 0 2 ");
+}
+
+TEST(KernelQueues, ForShorterMessagesAreNoPlaceForReplies) {
+    const IsolatedOutcome outcome = RunIsolated([] {
+        mq_attr attributes{};
+        attributes.mq_maxmsg = 10;
+        attributes.mq_msgsize = sizeof(ControlMessage) - 1;
+        mq_open("/q", O_RDONLY | O_CREAT, 0600, &attributes);
+        KernelControlQueues queues;
+        if (!queues.OpenReplies("/none")) std::printf("%s; ", std::strerror(errno));
+        std::printf("%d", static_cast<int>(queues.OpenReplies("/q")->TrySend(ControlMessage{})));
+        return 0;
+    });
+
+    EXPECT_EQ(outcome.standardOutput, "No such file or directory; 2");
+}
+
 TEST(KernelQueues, ThatDoNotExistCannotBeOpened) {
     const IsolatedOutcome outcome = RunIsolated([] {
         KernelControlQueues queues;
