@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "base/log.h"
+#include "base/timer_service.h"
 #include "ptp/message_builder.h"
 #include "ptp/peer_delay_evaluation.h"
 
@@ -138,6 +139,7 @@ void PeerDelayResponder::HandleRequest(uint8_t port, const PdelayReqMessage& mes
     const uint16_t sequenceId = request.sequenceId;
     log(LogCategory::PTP, 3, "[SW-PTP] Handle PTP_PDELAY_REQ_MESSAGE %d\n", sequenceId);
     if (ptp.IsOwn(request) || !ptp.socket.IsPortUp(port)) return;
+    if (!allowed.at(port).Take(timers.Monotonic())) return;
     const uint64_t receiveTime = ptp.clock.GetRxTimestamp(port, MessageType(PTPMessage::PDELAY_REQ), sequenceId);
     if (receiveTime == noTimestamp) {
         log(LogCategory::PTP, 0, "[SW-PTP] invalid pdelay incoming timestamp, bail out\n");

@@ -2,12 +2,16 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "ptp/as_capable.h"
 #include "ptp/ptp_instance.h"
 #include "ptp/ptp_messages.h"
+#include "ptp/token_bucket.h"
 
 namespace norvad {
+
+class TimerService;
 
 // Our side of the peer delay exchange: asks every second, takes the answers in, evaluates what came of it.
 class PeerDelayInitiator {
@@ -32,10 +36,13 @@ private:
     AsCapableDecision& asCapable;
 };
 
-// The neighbour's side of the peer delay exchange: answers its requests.
+// The neighbour's side of the peer delay exchange: answers its requests. An answer keeps the daemon waiting for time
+// stamps for some milliseconds, so requests beyond 128 a second by one port, after a burst of 32, are dropped.
 class PeerDelayResponder {
 public:
-    explicit PeerDelayResponder(PTPInstance& ptp) : ptp(ptp) {}
+    // The timers tell the time.
+    PeerDelayResponder(PTPInstance& ptp, const TimerService& timers)
+        : ptp(ptp), timers(timers), allowed(ptp.ports.size(), TokenBucket(requestsPerSecond, requestBurst)) {}
 
     void HandleRequest(uint8_t port, const PdelayReqMessage& message);
 
@@ -43,7 +50,12 @@ private:
     void SendResponse(uint8_t port, const PTPHeader& request, uint64_t receiveTime);
     void SendFollowUp(uint8_t port, const PTPHeader& request, uint64_t sendTime);
 
+    static constexpr uint32_t requestsPerSecond = 128;
+    static constexpr uint32_t requestBurst = 32;
+
     PTPInstance& ptp;
+    const TimerService& timers;
+    std::vector<TokenBucket> allowed;  // by port
 };
 
 }  // namespace norvad

@@ -18,9 +18,9 @@
 namespace norvad {
 
 struct PTPHandler::Parts {
-    Parts(I4PTP& clock, I4DSASocket& socket, const MacAddress& macAddress, const PtpSettings& settings,
-          std::unique_ptr<GrandmasterOutput> output)
-        : output(std::move(output)), instance(clock, socket, macAddress, settings) {
+    Parts(I4PTP& clock, I4DSASocket& socket, const TimerService& timers, const MacAddress& macAddress,
+          const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output)
+        : output(std::move(output)), instance(clock, socket, macAddress, settings), timers(timers) {
         instance.state.OnSwitch([this] { StartAnew(); });
     }
     Parts(const Parts&) = delete;
@@ -35,13 +35,14 @@ struct PTPHandler::Parts {
 
     std::unique_ptr<GrandmasterOutput> output;
     PTPInstance instance;
+    const TimerService& timers;
     AsCapableDecision asCapable{instance.socket};
     PeerDelayInitiator initiator{instance, asCapable};
-    PeerDelayResponder responder{instance};
+    PeerDelayResponder responder{instance, timers};
     ClockServo servo{instance.clock};
     SlaveClock slave{servo};
     Watchdogs watchdogs;
-    SyncReceiver receiver{instance, slave, watchdogs};
+    SyncReceiver receiver{instance, slave, watchdogs, timers};
     SyncMaster master{instance};
     AnnounceSender announcer{instance};
     GrandmasterExport exporter{instance.best, instance.grandmaster, *output};
@@ -67,7 +68,7 @@ bool IsValid(const PTPHeader& header) {
 
 PTPHandler::PTPHandler(I4PTP& clock, I4DSASocket& socket, TimerService& timers, const uint8_t* macAddress,
                        const PtpSettings& settings, std::unique_ptr<GrandmasterOutput> output)
-    : parts(std::make_unique<Parts>(clock, socket, MacAddressAt(macAddress), settings, std::move(output))),
+    : parts(std::make_unique<Parts>(clock, socket, timers, MacAddressAt(macAddress), settings, std::move(output))),
       actions{Every(timers, 125, 5, [this](uint32_t) { parts->master.PTPSyncAction(); }),
               Every(timers, 1000, 50, [this](uint32_t) { parts->initiator.PTPPDelayAction(); }),
               Every(timers, 1000, 50, [this](uint32_t) { parts->announcer.PTPAnnounceAction(); }),

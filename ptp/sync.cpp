@@ -1,6 +1,7 @@
 #include "ptp/sync.h"
 
 #include "base/log.h"
+#include "base/timer_service.h"
 #include "ptp/message_builder.h"
 #include "ptp/time_arithmetic.h"
 
@@ -87,7 +88,7 @@ void SyncReceiver::HandleSync(uint8_t port, const Framed<SyncMessage>& frame) {
         log(LogCategory::PTP, 1, "[SW-PTP] SYNC message from unknown clock\n");
         return;
     }
-    if (ptp.state.State() != PortState::SLAVE) return;
+    if (ptp.state.State() != PortState::SLAVE || !allowed.Take(timers.Monotonic())) return;
     PTPPortData& data = ptp.ports.at(port);
     data.syncSequenceId = header.sequenceId;
     ptp.clock.GetRxTimestamps(port, MessageType(PTPMessage::SYNC), header.sequenceId, data.syncReceiveTime,

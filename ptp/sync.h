@@ -5,9 +5,12 @@
 #include "ptp/ptp_instance.h"
 #include "ptp/ptp_messages.h"
 #include "ptp/slave_clock.h"
+#include "ptp/token_bucket.h"
 #include "ptp/watchdogs.h"
 
 namespace norvad {
+
+class TimerService;
 
 // As grandmaster: sends the time of the own clock, a Sync and what it left at in a Follow_Up, every 125 ms.
 class SyncMaster {
@@ -41,11 +44,14 @@ private:
     PTPInstance& ptp;
 };
 
-// Takes the master's time in and hands it on: to the own clock and to the neighbours behind the other ports.
+// Takes the master's time in and hands it on: to the own clock and to the neighbours behind the other ports. A Sync
+// keeps the daemon waiting for time stamps for some milliseconds, so those beyond 64 a second, after a burst of 64, are
+// dropped.
 class SyncReceiver {
 public:
-    SyncReceiver(PTPInstance& ptp, SlaveClock& slave, Watchdogs& watchdogs)
-        : ptp(ptp), slave(slave), watchdogs(watchdogs), relay(ptp) {}
+    // The timers tell the time.
+    SyncReceiver(PTPInstance& ptp, SlaveClock& slave, Watchdogs& watchdogs, const TimerService& timers)
+        : ptp(ptp), slave(slave), watchdogs(watchdogs), timers(timers), relay(ptp) {}
 
     void HandleSync(uint8_t port, const Framed<SyncMessage>& frame);
     void HandleFollowUp(uint8_t port, const Framed<FollowUpMessage>& frame);
@@ -56,9 +62,14 @@ public:
 private:
     void FollowMaster(uint8_t port, const Framed<FollowUpMessage>& frame);
 
+    static constexpr uint32_t syncsPerSecond = 64;
+    static constexpr uint32_t syncBurst = 64;
+
     PTPInstance& ptp;
     SlaveClock& slave;
     Watchdogs& watchdogs;
+    const TimerService& timers;
+    TokenBucket allowed{syncsPerSecond, syncBurst};
     SyncRelay relay;
     double cumulativeRateRatioOffset = 0;
 };

@@ -178,6 +178,42 @@ TEST_F(PeerDelay, MissingOrEarlierTransmitStampGetsNoFollowUp) {
     EXPECT_TRUE(Sent(0, PTPMessage::PDELAY_RESP_FOLLOW_UP).empty());
 }
 
+// Each answer keeps the daemon waiting for two time stamps. A flood of requests on one port held up everything that the
+// other port's neighbour said, until its registrations had run out.
+TEST_F(PeerDelay, RequestsBeyondABurstAreDroppedBeforeAStampIsAskedFor) {
+    const auto flood = [&](uint8_t port, int count) {
+        return Logged(3, [&] {
+            for (int n = 0; n < count; ++n) Receive(port, RequestOfPeer(9));
+        });
+    };
+    const auto count = [](const std::string& text, const std::string& line) {
+        int found = 0;
+        for (size_t at = text.find(line); at != std::string::npos; at = text.find(line, at + 1)) ++found;
+        return found;
+    };
+    const std::string arrived = "Handle PTP_PDELAY_REQ_MESSAGE 9\n", asked = "invalid pdelay incoming timestamp";
+
+    const std::string first = flood(0, 40);
+    EXPECT_EQ(count(first, arrived), 40);
+    EXPECT_EQ(count(first, asked), 32);
+
+    EXPECT_EQ(count(flood(1, 1), asked), 1) << "the other port's neighbour";
+
+    clock.AdvanceMs(1'000);
+    EXPECT_EQ(count(flood(0, 40), asked), 32);
+    clock.AdvanceMs(40);
+    EXPECT_EQ(count(flood(0, 40), asked), 5);
+}
+
+TEST_F(PeerDelay, OwnRequestsAndThoseOverADownLinkUseNothingUp) {
+    for (int n = 0; n < 40; ++n) Receive(0, BuildPdelayReq(ownMac, own));
+    fake.ports[0].up = false;
+    for (int n = 0; n < 40; ++n) Receive(0, RequestOfPeer(1));
+    fake.ports[0].up = true;
+
+    EXPECT_THAT(Logged(0, [&] { Receive(0, RequestOfPeer(9)); }), HasSubstr("invalid pdelay incoming timestamp"));
+}
+
 TEST_F(PeerDelay, CompleteExchangeMakesThePortAsCapableAndShowsItsDelay) {
     RunExchange(0, 400);
     EXPECT_TRUE(fake.decisions.empty()) << "evaluated by the next action only";

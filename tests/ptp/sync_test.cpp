@@ -230,6 +230,39 @@ TEST_F(Sync, SyncWithoutAStampIsNotRelayed) {
     EXPECT_THAT(fake.sent, IsEmpty());
 }
 
+TEST_F(Sync, SyncsBeyondABurstAreDroppedBeforeAStampIsAskedFor) {
+    BecomeRelay();
+    for (uint16_t n = 0; n < 100; ++n) fake.PutStamp(Direction::RECEIVE, 0, syncType, n, origin);
+
+    const std::string text = Logged(3, [&] {
+        for (uint16_t n = 0; n < 70; ++n) Receive(0, SyncOf(peer, n));
+    });
+
+    EXPECT_THAT(Sent(1, PTPMessage::SYNC), SizeIs(64));
+    size_t lines = 0;
+    for (size_t at = text.find("Handle PTP_SYNC"); at != std::string::npos; at = text.find("Handle PTP_SYNC", at + 1)) {
+        ++lines;
+    }
+    EXPECT_EQ(lines, 70U);
+    EXPECT_THAT(Logged(1, [&] { Receive(0, FollowUpOf(peer, 69, origin)); }),
+                HasSubstr("syncSequenceID = 63 FOLLOWUP sequenceId = 69\n"))
+        << "as if the Sync had not come";
+
+    clock.AdvanceMs(500);
+    for (uint16_t n = 0; n < 70; ++n) Receive(0, SyncOf(peer, n));
+    EXPECT_THAT(Sent(1, PTPMessage::SYNC), SizeIs(64 + 32));
+}
+
+TEST_F(Sync, SyncsOfOtherClocksUseNothingUp) {
+    BecomeRelay();
+    for (uint16_t n = 0; n < 100; ++n) Receive(0, SyncOf(stranger, n));
+    fake.PutStamp(Direction::RECEIVE, 0, syncType, 1, origin);
+
+    Receive(0, SyncOf(peer, 1));
+
+    EXPECT_THAT(Sent(1, PTPMessage::SYNC), SizeIs(1));
+}
+
 TEST_F(Sync, FollowUpOfAnotherSyncIsIgnored) {
     BecomeRelay();
     EXPECT_THAT(Logged(1, [&] { Receive(0, FollowUpOf(peer, 0xFFFF, origin)); }),
@@ -375,7 +408,9 @@ protected:
     ClockServo servo{fake};
     SlaveClock slave{servo};
     Watchdogs watchdogs;
-    SyncReceiver receiver{ptp, slave, watchdogs};
+    SteppedClock clock;
+    TimerService timers{clock};
+    SyncReceiver receiver{ptp, slave, watchdogs, timers};
 };
 
 TEST_F(Receiver, LinkDelayCountsForTheOffsetAndTheRelay) {

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <chrono>
+
 #include "tests/support/system/board_test.h"
 
 namespace norvad::test {
@@ -55,6 +58,25 @@ TEST_F(PeerDelay, RequestsLeaveBothPorts) {
         });
         EXPECT_TRUE(next);
     }
+}
+
+// The daemon has to wait for the time stamps of each answer: a neighbour that floods it gets 128 answers a second after
+// a burst of 32, and the neighbour behind the other port its own.
+TEST_F(PeerDelay, AFloodOfRequestsIsAnsweredInPart) {
+    StartBoard();
+    const auto begin = std::chrono::steady_clock::now();
+
+    for (uint16_t sequence = 1; sequence <= 200; ++sequence) wires[0]->Send(PdelayRequest(stations[0], sequence));
+
+    EXPECT_TRUE(Ask(1)) << Log();
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+    const auto& frames = wires[0]->Received();
+    const auto isAnswer = [](const Bytes& frame) { return IsGptp(frame, pdelayResp); };
+    const auto answered = static_cast<size_t>(std::count_if(frames.begin(), frames.end(), isAnswer));
+    const size_t unstamped = log.Count("[SW-PTP] invalid pdelay incoming timestamp, bail out");
+    EXPECT_GE(answered + unstamped, 32U);
+    EXPECT_LE(answered + unstamped, 33 + 128 * passed.count());
+    EXPECT_TRUE(DaemonLives());
 }
 
 TEST_F(PeerDelay, ARequestIsAnsweredInTwoStepsWithTheMakersTrailer) {
