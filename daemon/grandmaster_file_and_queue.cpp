@@ -8,9 +8,9 @@
 #include <cstring>
 #include <utility>
 
-#include "base/file_descriptor.h"
 #include "base/log.h"
 #include "base/message_queue.h"
+#include "base/regular_file.h"
 
 namespace norvad {
 
@@ -25,7 +25,7 @@ GrandmasterFileAndQueue::GrandmasterFileAndQueue(std::string fileName, std::stri
     : fileName(std::move(fileName)), queueName(std::move(queueName)) {}
 
 void GrandmasterFileAndQueue::WriteIdentity(const ClockIdentity& identity) {
-    const FileDescriptor file(open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, fileMode));
+    const FileDescriptor file = OpenRegularFile(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC, fileMode);
     // Descriptor 0 is the place of standard input: what is opened there is no file of ours.
     if (file.Get() <= 0) return;
     if (write(file.Get(), identity.data(), identity.size()) == 0) log(LogCategory::PTP, 0, "write to file failed\n");

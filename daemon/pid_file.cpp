@@ -1,14 +1,18 @@
 #include "daemon/pid_file.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/types.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <optional>
+#include <sstream>
+
+#include "base/regular_file.h"
 
 namespace norvad {
 
@@ -16,9 +20,13 @@ namespace {
 
 // 0 and negative numbers are groups of processes to kill(), which would always find one.
 std::optional<pid_t> ReadPid(const std::string& path) {
-    std::ifstream file(path);
+    const FileDescriptor file = OpenRegularFile(path.c_str(), O_RDONLY);
+    std::array<char, 64> content;
+    const ssize_t length = read(file.Get(), content.data(), content.size());
+    if (length < 0) return {};
+    std::istringstream text(std::string(content.data(), static_cast<size_t>(length)));
     pid_t pid = 0;
-    if (!(file >> pid) || pid <= 0) return {};
+    if (!(text >> pid) || pid <= 0) return {};
     return pid;
 }
 
@@ -40,7 +48,9 @@ bool IsDaemonRunning(const std::string& path) {
 }
 
 void WritePidFile(const std::string& path) {
-    std::ofstream(path, std::ios::trunc) << getpid();
+    const FileDescriptor file = OpenRegularFile(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    const std::string pid = std::to_string(getpid());
+    (void)!write(file.Get(), pid.data(), pid.size());
 }
 
 }  // namespace norvad

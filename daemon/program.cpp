@@ -10,6 +10,7 @@
 #include "daemon/control/control_queues.h"
 #include "daemon/daemon_options.h"
 #include "daemon/daemonize.h"
+#include "daemon/standard_streams.h"
 
 namespace norvad {
 
@@ -29,6 +30,7 @@ int RunAsDaemon(int argc, const char* const* argv, const DaemonRun& run) {
     DaemonOptions options;
     PtpSettings settings;
     if (!ParseOptions(argc, argv, options, settings)) return 1;
+    DetachFromReaders();
     PrintBanner();
     if (!options.nodaemon && !Daemonize(options.logfile, options.pidFile)) return 1;
     syslog(LOG_INFO, "Daemon started");

@@ -112,6 +112,33 @@ TEST_F(FileAndQueue, WriteThatTakesNothingIsReported) {
         testing::ExitedWithCode(0), testing::EndsWith(" write to file failed\n"));
 }
 
+TEST_F(FileAndQueue, NothingIsWrittenThroughALink) {
+    const std::string target = directory / "target";
+    std::ofstream(target) << "precious";
+    std::filesystem::create_symlink(target, FileName());
+    CapturedLog captured(LogCategory::PTP, 5);
+
+    output.WriteIdentity({});
+
+    std::ifstream file(target);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "precious");
+    EXPECT_THAT(captured.Lines(), testing::IsEmpty());
+}
+
+TEST_F(FileAndQueue, APipeInPlaceOfTheFileIsNotWaitedForAndGetsNothing) {
+    ASSERT_EQ(mkfifo(FileName().c_str(), 0666), 0);
+    CapturedLog captured(LogCategory::PTP, 5);
+    output.WriteIdentity({});
+
+    const int reader = open(FileName().c_str(), O_RDONLY | O_NONBLOCK);
+    output.WriteIdentity({});
+
+    char byte;
+    EXPECT_EQ(read(reader, &byte, 1), 0);
+    close(reader);
+    EXPECT_THAT(captured.Lines(), testing::IsEmpty());
+}
+
 TEST_F(FileAndQueue, FileThatCannotBeOpenedIsPassedOverInSilence) {
     std::filesystem::remove_all(directory);
     CapturedLog captured(LogCategory::PTP, 5);

@@ -1,8 +1,10 @@
 #include "daemon/pid_file.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -12,6 +14,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "base/file_descriptor.h"
 #include "tests/support/captured_syslog.h"
 
 namespace norvad::test {
@@ -91,6 +94,43 @@ TEST_F(PidFile, IsWrittenAnewAsADecimalWithoutANewline) {
     std::ifstream file(path);
     const std::string content{std::istreambuf_iterator<char>(file), {}};
     EXPECT_EQ(content, std::to_string(getpid()));
+}
+
+// Anybody may put a link or a pipe under a name in /tmp. A start followed the link and wrote over what it led to, and
+// waited in the pipe for good.
+TEST_F(PidFile, IsNeitherReadNorWrittenThroughALink) {
+    const std::string target = path + "-target";
+    std::ofstream(target) << getpid();
+    std::filesystem::create_symlink(target, path);
+
+    EXPECT_FALSE(IsDaemonRunning(path));
+    std::ofstream(target) << "precious";
+    WritePidFile(path);
+
+    std::ifstream file(target);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "precious");
+    std::filesystem::remove(target);
+}
+
+TEST_F(PidFile, DanglingLinkCreatesNothing) {
+    const std::string target = path + "-target";
+    std::filesystem::create_symlink(target, path);
+
+    WritePidFile(path);
+
+    EXPECT_FALSE(std::filesystem::exists(target));
+}
+
+TEST_F(PidFile, APipeInItsPlaceIsNotWaitedFor) {
+    ASSERT_EQ(mkfifo(path.c_str(), 0666), 0);
+    EXPECT_FALSE(IsDaemonRunning(path));
+    WritePidFile(path);
+
+    const FileDescriptor reader(open(path.c_str(), O_RDONLY | O_NONBLOCK));
+    WritePidFile(path);
+
+    char byte;
+    EXPECT_EQ(read(reader.Get(), &byte, 1), 0);
 }
 
 TEST_F(PidFile, ThatCannotBeWrittenIsLeftOut) {
