@@ -34,8 +34,9 @@ class DriverSocket {
 public:
     virtual ~DriverSocket() = default;
     virtual MacAddress HardwareAddress() const = 0;  // of the switch's network interface
-    // Hands a command record (driver_records.h) to the driver, which may fill in its results; false on failure.
-    virtual bool Request(std::span<uint8_t> record) = 0;
+    // Hands a block with a command record (driver_records.h) to the driver, which may fill in its results; false on
+    // failure.
+    virtual bool Request(std::span<uint8_t> block) = 0;
 };
 
 // Route netlink messages about links.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <boost/endian/arithmetic.hpp>
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +11,10 @@ namespace norvad {
 
 // The records of the switch driver's private request (SIOCDEVPRIVATE), byte for byte as the driver reads and
 // fills them: little-endian, a command code in front, the arguments from offset 8 on.
+
+// A record is handed over at the beginning of a block of this size, zeros behind it: a driver may copy a structure in
+// and out that holds the record of any command.
+using CommandBlock = std::array<uint8_t, 32>;
 
 enum class SwitchCommand : uint32_t {
     SWITCH_EGRESS_LIMIT = 12,

@@ -11,11 +11,15 @@
 namespace norvad {
 
 struct VlanEntry {
+    static constexpr bool staysWhenEmpty = true;
+
     uint16_t vid = 0;
     uint16_t portMask = 0;  // bit n: port n is a member
 };
 
 struct MulticastEntry {
+    static constexpr bool staysWhenEmpty = false;  // addresses without end would come and go
+
     uint16_t vid = 0;
     MacAddress address{};
     uint16_t portMask = 0;  // bit n: frames leave by port n
@@ -32,8 +36,9 @@ constexpr uint64_t MembershipKey(const MulticastEntry& entry) {
     return key;
 }
 
-// Which ports belong to a VLAN or a multicast group. Entries keep the order of their first use and are never
-// removed; a mask may become 0. A lookup costs the same for any number of entries.
+// Which ports belong to a VLAN or a multicast group. VLANs keep the order of their first use and are never removed; a
+// mask may become 0. A multicast group that has lost its last port is forgotten. A lookup costs the same for any number
+// of entries.
 template <typename Entry>
 class MembershipTable {
 public:
@@ -50,7 +55,10 @@ public:
     bool Disable(const Entry& wanted, uint8_t port) {
         const auto found = index.find(MembershipKey(wanted));
         if (found == index.end()) return false;
-        return Change(entries[found->second], PortBit(port), false);
+        const size_t at = found->second;
+        if (!Change(entries[at], PortBit(port), false)) return false;
+        if (!Entry::staysWhenEmpty && entries[at].portMask == 0) Forget(at);
+        return true;
     }
 
     std::span<const Entry> Entries() const { return entries; }
@@ -60,6 +68,16 @@ private:
         if (((entry.portMask & bit) != 0) == member) return false;
         entry.portMask = static_cast<uint16_t>(entry.portMask ^ bit);
         return true;
+    }
+
+    // The last entry takes its place.
+    void Forget(size_t at) {
+        index.erase(MembershipKey(entries[at]));
+        if (at + 1 < entries.size()) {
+            entries[at] = entries.back();
+            index[MembershipKey(entries[at])] = at;
+        }
+        entries.pop_back();
     }
 
     std::vector<Entry> entries;

@@ -21,7 +21,12 @@ CommandHeader Header(SwitchCommand command) {
 
 template <WireRecord Record>
 bool Issue(DriverSocket& socket, Record& record) {
-    return socket.Request({reinterpret_cast<uint8_t*>(&record), sizeof(Record)});
+    static_assert(sizeof(Record) <= sizeof(CommandBlock));
+    CommandBlock block{};
+    (void)Put(block, 0, record);
+    const bool done = socket.Request(block);
+    record = *Peek<Record>(block);
+    return done;
 }
 
 // Copies both times on success and gives both as missing otherwise.

@@ -33,7 +33,7 @@ TEST(MembershipTable, DisablingWhatWasNeverEnabledIsNoChange) {
     EXPECT_EQ(table.Entries().size(), 1U);
 }
 
-TEST(MembershipTable, EmptyEntryKeepsItsPlace) {
+TEST(MembershipTable, EmptyVlanKeepsItsPlace) {
     MembershipTable<VlanEntry> table;
     table.Enable({30, 0}, 1);
     table.Enable({20, 0}, 1);
@@ -48,6 +48,27 @@ TEST(MembershipTable, EmptyEntryKeepsItsPlace) {
     EXPECT_EQ(table.Entries()[0].portMask, 1);
     EXPECT_EQ(table.Entries()[1].vid, 20);
     EXPECT_EQ(table.Entries()[2].vid, 10);
+}
+
+// A neighbour that declares new streams all the time made the table grow for as long as the daemon ran.
+TEST(MembershipTable, MulticastGroupWithoutAPortIsForgottenAndTheOthersAreFound) {
+    MembershipTable<MulticastEntry> table;
+    const auto group = [](uint8_t n) { return MulticastEntry{2, {0x91, 0xE0, 0xF0, 0, 0, n}, 0}; };
+    for (uint8_t n = 1; n <= 3; ++n) table.Enable(group(n), 0);
+    table.Enable(group(1), 1);
+
+    EXPECT_TRUE(table.Disable(group(1), 0));
+    EXPECT_EQ(table.Entries().size(), 3U);
+    EXPECT_TRUE(table.Disable(group(1), 1));
+    EXPECT_EQ(table.Entries().size(), 2U);
+    EXPECT_FALSE(table.Disable(group(1), 1));
+
+    EXPECT_FALSE(table.Enable(group(3), 0));
+    EXPECT_TRUE(table.Disable(group(3), 0));
+    EXPECT_TRUE(table.Disable(group(2), 0));
+    EXPECT_TRUE(table.Entries().empty());
+    EXPECT_TRUE(table.Enable(group(1), 1));
+    EXPECT_EQ(table.Entries()[0].portMask, 2);
 }
 
 TEST(MembershipTable, MulticastEntriesDifferByVlanAndByEveryByteOfTheAddress) {

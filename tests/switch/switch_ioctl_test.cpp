@@ -12,10 +12,12 @@
 #include "tests/support/captured_log.h"
 #include "tests/support/fake_driver_socket.h"
 #include "tests/support/stepped_clock.h"
+#include "tests/switch/command_block.h"
 
 namespace norvad {
 namespace {
 
+using test::Block;
 using test::FakeDriverSocket;
 using test::Logged;
 using test::ToHex;
@@ -45,44 +47,57 @@ protected:
 TEST_F(SwitchIoctlTest, PortMcastRecordHoldsFlagMaskVlanAndAddress) {
     ioctl.SetPortMcast(0x02, 0x0102, stream, true);
     EXPECT_EQ(LastRecord(),
-              "13 00 00 00 00 00 00 00 "  // command 19
-              "01 00 00 00 "              // add
-              "02 00 00 00 "              // port 1
-              "02 01 00 00 "              // VLAN
-              "91 e0 f0 00 fe 01");
+              Block("13 00 00 00 00 00 00 00 "  // command 19
+                    "01 00 00 00 "              // add
+                    "02 00 00 00 "              // port 1
+                    "02 01 00 00 "              // VLAN
+                    "91 e0 f0 00 fe 01"));
 
     ioctl.SetPortMcast(0x40, 2, stream, false);
-    EXPECT_EQ(LastRecord(), "13 00 00 00 00 00 00 00 00 00 00 00 40 00 00 00 02 00 00 00 91 e0 f0 00 fe 01");
+    EXPECT_EQ(LastRecord(), Block("13 00 00 00 00 00 00 00 00 00 00 00 40 00 00 00 02 00 00 00 91 e0 f0 00 fe 01"));
 }
 
 TEST_F(SwitchIoctlTest, PortVlanRecordHoldsStateMaskAndVlan) {
     ioctl.SetPortVlan(0x40, 0xFFE, 1);
-    EXPECT_EQ(LastRecord(), "14 00 00 00 00 00 00 00 01 00 00 00 40 00 00 00 fe 0f 00 00");
+    EXPECT_EQ(LastRecord(), Block("14 00 00 00 00 00 00 00 01 00 00 00 40 00 00 00 fe 0f 00 00"));
 
     ioctl.SetPortVlan(0x01, 2, 0);
-    EXPECT_EQ(LastRecord(), "14 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00");
+    EXPECT_EQ(LastRecord(), Block("14 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00"));
 }
 
 TEST_F(SwitchIoctlTest, EgressLimitRecordHoldsPortParameterAndLimit) {
     ioctl.SetEgressLimit(1, 3, 9'375'000);
-    EXPECT_EQ(LastRecord(), "0c 00 00 00 00 00 00 00 01 00 00 00 03 00 00 00 18 0d 8f 00");
+    EXPECT_EQ(LastRecord(), Block("0c 00 00 00 00 00 00 00 01 00 00 00 03 00 00 00 18 0d 8f 00"));
 
     ioctl.SetEgressLimit(0, 2, -1);
-    EXPECT_EQ(LastRecord(), "0c 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 ff ff ff ff");
+    EXPECT_EQ(LastRecord(), Block("0c 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 ff ff ff ff"));
 }
 
 TEST_F(SwitchIoctlTest, AleStatusRecordIsTheBareHeader) {
     ioctl.QueryAleStatus();
 
-    EXPECT_EQ(LastRecord(), "15 00 00 00 00 00 00 00");
+    EXPECT_EQ(LastRecord(), Block("15 00 00 00 00 00 00 00"));
 }
 
 TEST_F(SwitchIoctlTest, ClockRecordsHoldTheirValue) {
     ioctl.SetClock(0x0102030405060708);
-    EXPECT_EQ(LastRecord(), "10 00 00 00 00 00 00 00 08 07 06 05 04 03 02 01");
+    EXPECT_EQ(LastRecord(), Block("10 00 00 00 00 00 00 00 08 07 06 05 04 03 02 01"));
 
     ioctl.SetClockSteering(-2);
-    EXPECT_EQ(LastRecord(), "12 00 00 00 00 00 00 00 fe ff ff ff");
+    EXPECT_EQ(LastRecord(), Block("12 00 00 00 00 00 00 00 fe ff ff ff"));
+}
+
+// A driver that copies one structure for all commands in and out wrote past the end of the shorter records.
+TEST_F(SwitchIoctlTest, DriverMayFillTheWholeBlockWhateverTheCommand) {
+    ioctl.SetPortMcast(1, 2, stream, true);
+    ioctl.SetPortVlan(1, 2, 1);
+    ioctl.SetEgressLimit(1, 3, 4);
+    ioctl.QueryAleStatus();
+    ioctl.SetClock(5);
+    ioctl.SetClockSteering(6);
+
+    ASSERT_EQ(driver.records.size(), 6U);
+    for (const auto& record : driver.records) EXPECT_EQ(record.size(), 32U) << ToHex(record);
 }
 
 TEST(SwitchIoctl, TransmitQueryCarriesTheSequenceIdInHostOrderAndTheReceiveQuerySwapped) {
@@ -94,17 +109,17 @@ TEST(SwitchIoctl, TransmitQueryCarriesTheSequenceIdInHostOrderAndTheReceiveQuery
 
     (void)Logged(0, [&] { (void)ioctl.GetTxTimestamp(1, 2, 0x0102, first, second); });
     EXPECT_EQ(driver.records.back(),
-              "0e 00 00 00 00 00 00 00 "
-              "00 00 00 00 00 00 00 00 "  // first time: an answer
-              "00 00 00 00 00 00 00 00 "  // second time: an answer
-              "02 01 02 01");             // sequence id, message type, port
+              Block("0e 00 00 00 00 00 00 00 "
+                    "00 00 00 00 00 00 00 00 "  // first time: an answer
+                    "00 00 00 00 00 00 00 00 "  // second time: an answer
+                    "02 01 02 01"));            // sequence id, message type, port
 
     (void)Logged(0, [&] { (void)ioctl.GetRxTimestamp(1, 2, 0x0102, first, second); });
     EXPECT_EQ(driver.records.back(),
-              "0f 00 00 00 00 00 00 00 "
-              "00 00 00 00 00 00 00 00 "
-              "00 00 00 00 00 00 00 00 "
-              "01 02 02 01");  // 0x0201 as a little-endian number
+              Block("0f 00 00 00 00 00 00 00 "
+                    "00 00 00 00 00 00 00 00 "
+                    "00 00 00 00 00 00 00 00 "
+                    "01 02 02 01"));  // 0x0201 as a little-endian number
 }
 
 TEST_F(SwitchIoctlTest, TimestampsThatTheDriverHasAreBothHandedOut) {

@@ -11,6 +11,7 @@
 #include "tests/support/fake_doors.h"
 #include "tests/support/recording_handler.h"
 #include "tests/support/stepped_clock.h"
+#include "tests/switch/command_block.h"
 
 namespace norvad {
 namespace {
@@ -300,7 +301,7 @@ TEST_F(SwitchTest, EnablingTheSameAddressTwiceOnOnePortCallsTheDriverOnce) {
 
     ASSERT_EQ(doors.driver.records.size(), 1U);
     EXPECT_EQ(ToHex(doors.driver.records[0]),
-              "13 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00 02 00 00 00 91 e0 f0 00 fe 01");
+              Block("13 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00 02 00 00 00 91 e0 f0 00 fe 01"));
 }
 
 TEST_F(SwitchTest, DriverGetsTheMaskOfTheOnePortThatChanges) {
@@ -329,7 +330,7 @@ TEST_F(SwitchTest, VlanMembershipReachesTheDriverOnChange) {
     bridge.EnableVlan(1, 100);
     bridge.EnableVlan(0, 100);
     EXPECT_EQ(doors.driver.records.size(), 2U);
-    EXPECT_EQ(ToHex(doors.driver.records[1]), "14 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 64 00 00 00");
+    EXPECT_EQ(ToHex(doors.driver.records[1]), Block("14 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 64 00 00 00"));
     EXPECT_EQ(doors.driver.vlans[100], 3);
 
     bridge.DisableVlan(1, 100);
@@ -422,7 +423,7 @@ TEST_F(SwitchTest, ClockIsSteppedAndSteeredThroughTheDriver) {
               "[Switch] SetClock 18446744073709551615\n");
 
     EXPECT_EQ(doors.driver.steering, -7);
-    EXPECT_EQ(ToHex(doors.driver.records[1]), "10 00 00 00 00 00 00 00 ff ff ff ff ff ff ff ff");
+    EXPECT_EQ(ToHex(doors.driver.records[1]), Block("10 00 00 00 00 00 00 00 ff ff ff ff ff ff ff ff"));
 }
 
 TEST_F(SwitchTest, PendingErrorOfTheLinkSocketCanBeTaken) {
