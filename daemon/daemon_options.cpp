@@ -1,5 +1,6 @@
 #include "daemon/daemon_options.h"
 
+#include <algorithm>
 #include <boost/program_options.hpp>
 #include <cstdio>
 #include <iostream>
@@ -32,15 +33,13 @@ po::options_description Describe() {
     return description;
 }
 
-po::variables_map Parse(int argc, const char* const* argv, const po::options_description& description) {
-    std::vector<std::string> words;
-    for (int n = 1; n < argc; ++n) words.push_back(HidePercents(argv[n]));
+po::variables_map Parse(const ParserWords& words, const po::options_description& description) {
     po::variables_map values;
     try {
-        po::store(po::command_line_parser(words).options(description).run(), values);
+        po::store(po::command_line_parser(words.Hidden()).options(description).run(), values);
         po::notify(values);
     } catch (const po::error& failure) {
-        throw Orla::Exception(ShowPercents(failure.what()));
+        throw Orla::Exception(words.Shown(failure.what()));
     }
     return values;
 }
@@ -55,13 +54,14 @@ DaemonOptions::~DaemonOptions() {
 
 bool ParseOptions(int argc, const char* const* argv, DaemonOptions& options, PtpSettings& settings) {
     const po::options_description description = Describe();
-    const po::variables_map values = Parse(argc, argv, description);
+    const ParserWords words({argv + std::min(argc, 1), argv + argc});
+    const po::variables_map values = Parse(words, description);
     if (values.count("help")) {
         std::cout << description << std::endl;
         return false;
     }
-    options.interface = ShowPercents(values["interface"].as<std::string>());
-    options.logfile = ShowPercents(values["logfile"].as<std::string>());
+    options.interface = words.Shown(values["interface"].as<std::string>());
+    options.logfile = words.Shown(values["logfile"].as<std::string>());
     options.nodaemon = values["nodaemon"].as<bool>();
     settings.ptpPriority1 = values["priority1"].as<uint32_t>();
     settings.ptpNoGM = values["nogm"].as<bool>();

@@ -39,9 +39,21 @@ std::vector<std::string> Split(const std::string& text) {
     const boost::escaped_list_separator<char> separator("\\", " \t", "\"'");
     std::vector<std::string> tokens;
     for (const std::string& token : boost::tokenizer(text, separator)) {
-        if (!token.empty()) tokens.push_back(HidePercents(token));
+        if (!token.empty()) tokens.push_back(token);
     }
     return tokens;
+}
+
+po::variables_map Parse(const std::string& text, const po::options_description& description) {
+    const ParserWords words(Split(text));
+    po::variables_map values;
+    try {
+        po::store(po::command_line_parser(words.Hidden()).options(description).run(), values);
+        po::notify(values);
+    } catch (const std::exception& failure) {
+        throw po::error(words.Shown(failure.what()));
+    }
+    return values;
 }
 
 void SetEgress(Switch& bridge, uint32_t port, const po::variable_value& percent) {
@@ -62,9 +74,7 @@ void ExecuteOnSwitch(Switch& bridge, const po::variables_map& values, std::ostre
 
 void Execute(Switch& bridge, const std::string& text, std::ostream& answer) {
     const po::options_description description = Describe(bridge);
-    po::variables_map values;
-    po::store(po::command_line_parser(Split(text)).options(description).run(), values);
-    po::notify(values);
+    const po::variables_map values = Parse(text, description);
 
     if (values.count("help")) answer << description;
     if (values.count("debug")) {
@@ -82,7 +92,7 @@ void ExecuteCommand(Switch& bridge, const std::string& text, std::ostream& answe
     try {
         Execute(bridge, text, answer);
     } catch (const std::exception& failure) {
-        answer << ShowPercents(failure.what()) << "\n";
+        answer << failure.what() << "\n";
     }
 }
 

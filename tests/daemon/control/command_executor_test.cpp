@@ -179,6 +179,25 @@ TEST_F(Command, AMarkOfTheParsersOwnTextsIsAWordLikeAnyOther) {
               "the argument ('5%option%%prefix%') for option '--egress1' is invalid\n");
 }
 
+TEST_F(Command, AWordsOwnBytesComeBackAsTheyCame) {
+    EXPECT_EQ(Answer("norvad3 --\x01% "), "unrecognised option '--\x01%'\n");
+    EXPECT_EQ(Answer("norvad3 \x01\x02\x03\x04\x05 --\x06%value%\xFF "), "unrecognised option '--\x06%value%\xFF'\n");
+    EXPECT_EQ(Answer("norvad3 --\x01 "), "unrecognised option '--\x01'\n");
+}
+
+TEST_F(Command, WordsThatHoldEveryByteAreRefused) {
+    std::string every;
+    for (int code = 1; code <= 0xFF; ++code) {
+        const auto c = static_cast<char>(code);
+        if (c == '"' || c == '\'' || c == '\\') every += '\\';
+        if (c != '\n') every += c;
+    }
+
+    EXPECT_EQ(Answer("norvad3 \"" + every + "\" -s "), "the command line holds every character\n");
+    every.erase(every.find('%'), 1);
+    EXPECT_EQ(Answer("norvad3 \"" + every + "\" -0 50 "), "OK") << "there is nothing to hide";
+}
+
 TEST_F(Command, AFailureInAHandlerEndsTheCommandWithItsText) {
     msrp->act = [](std::ostream& answer) {
         answer << "before ";
