@@ -42,6 +42,7 @@ public:
 
 private:
     void open();
+    void HoldBursts();
     void bind();
 
     FileDescriptor descriptor;

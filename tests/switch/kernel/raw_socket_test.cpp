@@ -47,6 +47,23 @@ TEST(RawSocket, LongInterfaceNameIsCutToWhatTheRequestHolds) {
     });
 }
 
+// While the loop waits for time stamps, or refreshes thousands of streams, frames wait here.
+TEST(RawSocket, HoldsLargerBurstsThanOtherSockets) {
+    ExpectIsolated([] {
+        SystemClock clock;
+        const auto buffer = [](int descriptor) {
+            int bytes = 0;
+            socklen_t length = sizeof bytes;
+            ::getsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &bytes, &length);
+            return bytes;
+        };
+        const RawSocket frames("lo", 0xDADA, clock);
+        const FileDescriptor ordinary(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
+
+        EXPECT_GT(buffer(frames.Descriptor()), buffer(ordinary.Get()));
+    });
+}
+
 TEST(RawSocket, LogsItsStepsAtLevelThree) {
     ExpectIsolated([] {
         MakePair();
