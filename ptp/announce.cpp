@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "base/log.h"
 #include "ptp/message_builder.h"
@@ -11,6 +12,11 @@ namespace norvad {
 namespace {
 
 constexpr size_t largestFrame = 1514 + sizeof(CpuTag);  // Ethernet's, with the tag
+
+void ReportLoss(size_t pathEntries) {
+    log(LogCategory::PTP, 0, "[SW-PTP] Announce with %d path entries does not fit a frame\n",
+        static_cast<int32_t>(pathEntries));
+}
 
 }  // namespace
 
@@ -24,7 +30,12 @@ std::optional<ReceivedAnnounce> ReadAnnounce(std::span<const uint8_t> frame) {
 void RelayAnnounce(PTPInstance& ptp, uint8_t fromPort, const ReceivedAnnounce& received) {
     const size_t pathLength = received.path.size() + sizeof(ClockIdentity);
     const size_t frameLength = sizeof(received.frame) + pathLength;
-    if (frameLength > largestFrame) return;
+    bool& loses = ptp.ports.at(fromPort).losesAnnounces;
+    const bool lostBefore = std::exchange(loses, frameLength > largestFrame);
+    if (loses) {
+        if (!lostBefore) ReportLoss(pathLength / sizeof(ClockIdentity));
+        return;
+    }
 
     auto relayed = received.frame;
     AnnounceMessage& message = relayed.message;

@@ -23,7 +23,7 @@ struct ReceivedAnnounce {
 std::optional<ReceivedAnnounce> ReadAnnounce(std::span<const uint8_t> frame);
 
 // Hands an Announce on to the other ports, one step further and with this clock at the end of its path. One whose
-// path has grown beyond what a frame holds goes no further.
+// path has grown beyond what a frame holds goes no further, which is logged when it begins.
 void RelayAnnounce(PTPInstance& ptp, uint8_t fromPort, const ReceivedAnnounce& received);
 
 // Announces the local clock while it is grandmaster or bids to be.

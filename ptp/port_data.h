@@ -22,6 +22,8 @@ struct PTPPortData {
     uint64_t syncSentTime = 0;          // the last Sync that left by this port
     uint32_t syncSequenceId = 0;        // of the last Sync received; beyond 16 bits: none since the last state
 
+    bool losesAnnounces = false;  // those that arrive have a path too long to go on, which was logged
+
     int32_t missedPdelayResponses = 0;  // periods in a row without a complete exchange
     PDelayState localPDelayState = PDelayState::IDLE;
     int32_t meanLinkDelay = 0;  // ns, filtered; 0 restarts the filter

@@ -422,6 +422,20 @@ TEST_F(Announce, IsRelayedAsLongAsItFitsAFrame) {
     EXPECT_THAT(Sent(1, PTPMessage::ANNOUNCE), SizeIs(1)) << "no room for another entry";
 }
 
+TEST_F(Announce, LossOfThoseThatDoNotFitIsSaidWhenItBegins) {
+    const std::string loss = "[SW-PTP] Announce with 180 path entries does not fit a frame\n";
+    const auto logged = [&](uint8_t port, uint16_t steps) {
+        return Logged(0, [&] { Handle(AnnounceFrom(port, peer, DatasetOf(252, peer, steps))); });
+    };
+    Enter("MASTER");
+
+    EXPECT_EQ(logged(0, 178), loss);
+    EXPECT_EQ(logged(0, 178), "");
+    EXPECT_EQ(logged(1, 178), loss) << "by the other port as well";
+    EXPECT_EQ(logged(0, 177), "");
+    EXPECT_EQ(logged(0, 178), loss) << "once more";
+}
+
 TEST_F(Announce, ClockOfNumberZeroIsWrittenButNotSent) {
     Handle(AnnounceFrom(0, peer, DatasetOf(1, ClockIdentity{})));
     EXPECT_THAT(kept.identities, ElementsAre(ClockIdentity{}));
