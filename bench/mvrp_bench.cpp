@@ -161,7 +161,8 @@ void TransmitVlan(benchmark::State& state) {
     PerValue(state, framesPerRun * valuesPerFrame);
 }
 
-BENCHMARK(ReceiveNewVlan)->Arg(10)->Arg(1'000)->Arg(4'094)->UseManualTime();
+// No more than a neighbour can register, the new ones among them.
+BENCHMARK(ReceiveNewVlan)->Arg(10)->Arg(1'000)->Arg(3'990)->UseManualTime();
 BENCHMARK(ReceiveKnownVlan)->Arg(10)->Arg(1'000)->Arg(4'094)->UseManualTime();
 BENCHMARK(TransmitVlan)->Arg(10)->Arg(1'000)->Arg(4'094)->UseManualTime();
 
