@@ -48,7 +48,7 @@ bool MessageQueue::IsLinked() const {
 }
 
 bool MessageQueue::Send(std::span<const uint8_t> message, unsigned priority) const {
-    const auto* characters = reinterpret_cast<const char*>(message.data());
+    const auto* characters = message.empty() ? "" : reinterpret_cast<const char*>(message.data());
     return ::mq_send(descriptor, characters, message.size(), priority) == 0;
 }
 

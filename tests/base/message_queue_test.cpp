@@ -44,6 +44,18 @@ TEST(Queue, CarriesMessagesAsTheyAre) {
     EXPECT_EQ(outcome.standardOutput, "3: 1 2 3");
 }
 
+TEST(Queue, CarriesAnEmptyMessage) {
+    const IsolatedOutcome outcome = RunIsolated([] {
+        const MessageQueue queue = MessageQueue::Create("/q", O_RDWR, 0600, twoOfFour);
+        std::array<uint8_t, 4> buffer{};
+        std::printf("%d ", queue.Send({}, 1));
+        std::printf("%zd", queue.Receive(buffer));
+        return 0;
+    });
+
+    EXPECT_EQ(outcome.standardOutput, "1 0");
+}
+
 TEST(Queue, ThatMustNotWaitRefusesWhatItCannotTakeOrGive) {
     const IsolatedOutcome outcome = RunIsolated([] {
         const MessageQueue queue = MessageQueue::Create("/q", O_RDWR | O_NONBLOCK, 0600, twoOfFour);

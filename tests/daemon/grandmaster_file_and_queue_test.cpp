@@ -96,7 +96,7 @@ void LetWritesTakeNothing() {
 }
 
 // The text goes to standard output, which the test has joined to standard error to see it. A sanitizer probes an object
-// that it does not know yet by writing it to a pipe, hence the first call.
+// that it does not know yet by writing it to a pipe, hence the first calls.
 TEST_F(FileAndQueue, WriteThatTakesNothingIsReported) {
     EXPECT_EXIT(
         {
@@ -104,6 +104,7 @@ TEST_F(FileAndQueue, WriteThatTakesNothingIsReported) {
             const SteppedClock clock;
             const StandardLog standard(clock);
             output.WriteIdentity({});
+            log(LogCategory::PTP, 0, "probed\n");
             LetWritesTakeNothing();
             output.WriteIdentity({1, 2, 3, 4, 5, 6, 7, 8});
             (void)fflush(stdout);
