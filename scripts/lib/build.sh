@@ -15,6 +15,7 @@ declare -A packages=(
     [clang-format]="clang-format"
     [shellcheck]="shellcheck"
     [awk]="mawk"
+    [roots]="mmdebstrap util-linux"
 )
 
 # InstallFor WANT...
