@@ -47,6 +47,10 @@ bool MessageQueue::IsLinked() const {
     return ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
 }
 
+bool MessageQueue::Permit(mode_t mode) const {
+    return ::fchmod(descriptor, mode) == 0;
+}
+
 bool MessageQueue::Send(std::span<const uint8_t> message, unsigned priority) const {
     const auto* characters = message.empty() ? "" : reinterpret_cast<const char*>(message.data());
     return ::mq_send(descriptor, characters, message.size(), priority) == 0;

@@ -32,6 +32,7 @@ public:
     bool IsOpen() const { return descriptor >= 0; }
     int Descriptor() const { return descriptor; }  // for poll; -1: none
     bool IsLinked() const;                         // somebody can still open it by its name
+    bool Permit(mode_t mode) const;                // whatever the process's mask was when it was made
 
     bool Send(std::span<const uint8_t> message, unsigned priority) const;
 

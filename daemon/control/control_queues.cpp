@@ -47,8 +47,11 @@ std::unique_ptr<Owner> Owned(MessageQueue queue) {
 }  // namespace
 
 std::unique_ptr<ControlQueue> KernelControlQueues::Create(const std::string& name) {
-    return Owned<KernelControlQueue>(MessageQueue::Create(
-        name, O_RDWR, controlQueueMode, {.messages = controlQueueDepth, .bytes = sizeof(ControlMessage)}));
+    MessageQueue queue = MessageQueue::Create(name, O_RDWR, controlQueueMode,
+                                              {.messages = controlQueueDepth, .bytes = sizeof(ControlMessage)});
+    // The daemon may be another user, and has to get at the answers' queue whatever this user's mask is.
+    if (queue.IsOpen()) (void)queue.Permit(controlQueueMode);
+    return Owned<KernelControlQueue>(std::move(queue));
 }
 
 std::unique_ptr<ControlQueue> KernelControlQueues::Open(const std::string& name) {

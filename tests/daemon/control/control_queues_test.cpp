@@ -14,9 +14,9 @@
 namespace norvad::test {
 namespace {
 
-TEST(KernelQueues, AreMadeForTenMessagesOfTheControlChannel) {
+TEST(KernelQueues, AreMadeForTenMessagesOfTheControlChannelWhateverTheMaskOfTheUser) {
     const IsolatedOutcome outcome = RunIsolated([] {
-        umask(0);
+        umask(077);
         KernelControlQueues queues;
         const auto made = queues.Create("/q");
         const mqd_t opened = mq_open("/q", O_RDONLY);
