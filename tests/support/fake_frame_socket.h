@@ -65,7 +65,7 @@ public:
         received.pop_front();
         ready.Take();
         const size_t length = std::min(frame.size(), capacity);
-        std::memcpy(buffer, frame.data(), length);
+        if (length > 0) std::memcpy(buffer, frame.data(), length);
         return length;
     }
 
