@@ -48,10 +48,12 @@ function(norvad_test name)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()
 
-# norvad_fuzzer(name LINKS ...): the libFuzzer target of name.cpp; its seeds are in fuzz/corpus/name.
+# norvad_fuzzer(name LINKS ...): the libFuzzer target of name.cpp and the sources in the folder name, if there is one; its
+# seeds are in fuzz/corpus/name.
 function(norvad_fuzzer name)
     cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
-    add_executable(${name} ${name}.cpp)
+    file(GLOB parts CONFIGURE_DEPENDS ${name}/*.cpp)
+    add_executable(${name} ${name}.cpp ${parts})
     target_link_libraries(${name} PRIVATE ${arg_LINKS})
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
 endfunction()
