@@ -286,6 +286,42 @@ TEST_F(TalkerPropagationTest, AFailedTalkerThatTheNeighbourRegisteredIsHisToTake
     EXPECT_TRUE(IsTalkerDeclared(1, id));
 }
 
+// Registered by the neighbour and declared to it for port 0 while a talker comes in on a third port: what is declared
+// ends with a leave, the neighbour's registration and what is declared for it elsewhere stay.
+TEST_F(TalkerPropagationTest, OfAFailedTalkerThatIsRegisteredAndDeclaredATalkerEndsTheDeclarationOnly) {
+    ReceiveTalkerFailed(0, id);
+    ReceiveTalkerFailed(1, id);
+    RunMs(1000);
+    (void)SentValues(1);
+    TalkerFailed* failed = msrp.FindTalkerFailed(id, 1);
+    ASSERT_TRUE(failed->IsRegistered() && failed->sources.Contains(0));
+    CapturedLog watch(1);
+
+    ReceiveTalker(2, id);
+
+    EXPECT_THAT(watch.Text(), HasSubstr("[SW-MSRP] Port(1) Remove Propagated Talker failed for talker\n"));
+    ASSERT_EQ(msrp.FindTalkerFailed(id, 1), failed);
+    EXPECT_TRUE(failed->IsRegistered());
+    EXPECT_FALSE(IsTalkerFailedDeclared(1, id));
+    EXPECT_TRUE(IsTalkerDeclared(1, id));
+    RunMs(1);
+    EXPECT_THAT(SentValues(1), ElementsAre("talker 0001 New", "failed 0001 Lv"));
+}
+
+TEST_F(TalkerPropagationTest, AFailedTalkerOfWhichOnlyTheDeclarationEndedIsDeclaredAgainWhenTheTalkerLeaves) {
+    ReceiveTalkerFailed(0, id);
+    ReceiveTalkerFailed(1, id);
+    ReceiveTalker(2, id);
+    ASSERT_FALSE(IsTalkerFailedDeclared(1, id));
+
+    ReceiveTalker(2, id, LV);
+    RunLeaveTime();
+
+    EXPECT_FALSE(IsTalkerDeclared(1, id));
+    EXPECT_TRUE(IsTalkerFailedDeclared(1, id));
+    EXPECT_TRUE(msrp.FindTalkerFailed(id, 1)->IsRegistered());
+}
+
 TEST_F(TalkerPropagationTest, ARecordThatIsDeclaredKeepsItsValueWhenTheNeighbourRegistersIt) {
     ReceiveTalker(0, id);
     ReceiveTalker(1, id);
