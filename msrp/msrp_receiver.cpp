@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 
 #include "base/log.h"
 #include "base/wire.h"
@@ -11,11 +12,13 @@
 namespace norvad {
 namespace {
 
-// Where the values of a message go, and where they came in.
+// Where the values of a PDU go and where they came in. By type, whether its LeaveAll was taken: a LeaveAll goes over
+// all that the port has of the type, and in one PDU there is room for hundreds.
 struct Reception {
     MSRPDB& database;
     const MacAddress& switchAddress;
-    uint8_t port;
+    const uint8_t port;
+    std::bitset<DOMAIN + 1> leaveAllTaken;
 
     bool IsOwnStream(const StreamID& id) const {
         return std::equal(switchAddress.begin(), switchAddress.end(), id.begin());
@@ -125,7 +128,7 @@ struct DomainMessage {
 };
 
 template <typename Message>
-void ReadVectors(const Reception& to, uint8_t attributeLength, std::span<const uint8_t> message) {
+void ReadVectors(Reception& to, uint8_t attributeLength, std::span<const uint8_t> message) {
     if (attributeLength != sizeof(typename Message::FirstValue)) {
         log(LogCategory::MSRP, 0, Message::illegalLength, attributeLength);
         return;
@@ -133,7 +136,8 @@ void ReadVectors(const Reception& to, uint8_t attributeLength, std::span<const u
     AttributeGetter vector(message, MessageLayout::WithListLength, Message::type == LISTENER_VECTOR);
     if (vector.HasLeaveAllNext()) {
         log(LogCategory::MSRP, 2, Message::leaveAll, to.port);
-        to.database.ApplyToType(to.port, Message::type, Event::RLA);
+        if (!to.leaveAllTaken[Message::type]) to.database.ApplyToType(to.port, Message::type, Event::RLA);
+        to.leaveAllTaken.set(Message::type);
     }
     log(LogCategory::MSRP, 1, Message::onPort, to.port);
     while (vector.GetNext()) {
@@ -146,39 +150,39 @@ void ReadVectors(const Reception& to, uint8_t attributeLength, std::span<const u
     }
 }
 
-}  // namespace
-
-void MSRPReceiver::Receive(const ReceivedBytes& pdu) {
-    if (pdu.bytes.empty()) return;
-    auto messages = pdu.bytes.subspan(sizeof(mrpProtocolVersion));
-    while (const auto header = Peek<MrpMessageHeader>(messages)) {
-        if (header->attributeType == 0 || header->attributeLength == 0) return;
-        if (!ReadMessage(*header, {pdu.port, messages})) return;
-        const size_t length = sizeof(MrpMessageHeader) + header->attributeListLength;
-        if (messages.size() <= length) return;
-        messages = messages.subspan(length);
-    }
-}
-
 // The message reaches to the end of what arrived. False when the rest of the PDU cannot be understood.
-bool MSRPReceiver::ReadMessage(const MrpMessageHeader& header, const ReceivedBytes& message) {
-    const Reception to{database, switchAddress, message.port};
+bool ReadMessage(Reception& to, const MrpMessageHeader& header, std::span<const uint8_t> message) {
     switch (header.attributeType) {
         case TALKER_ADVERTISE:
-            ReadVectors<TalkerMessage>(to, header.attributeLength, message.bytes);
+            ReadVectors<TalkerMessage>(to, header.attributeLength, message);
             return true;
         case TALKER_FAILED:
-            ReadVectors<TalkerFailedMessage>(to, header.attributeLength, message.bytes);
+            ReadVectors<TalkerFailedMessage>(to, header.attributeLength, message);
             return true;
         case LISTENER_VECTOR:
-            ReadVectors<ListenerMessage>(to, header.attributeLength, message.bytes);
+            ReadVectors<ListenerMessage>(to, header.attributeLength, message);
             return true;
         case DOMAIN:
-            ReadVectors<DomainMessage>(to, header.attributeLength, message.bytes);
+            ReadVectors<DomainMessage>(to, header.attributeLength, message);
             return true;
         default:
             log(LogCategory::MSRP, 0, "[SW-MSRP] unsupported attribute type %d\n", header.attributeType);
             return false;
+    }
+}
+
+}  // namespace
+
+void MSRPReceiver::Receive(const ReceivedBytes& pdu) {
+    if (pdu.bytes.empty()) return;
+    Reception to{database, switchAddress, pdu.port, {}};
+    auto messages = pdu.bytes.subspan(sizeof(mrpProtocolVersion));
+    while (const auto header = Peek<MrpMessageHeader>(messages)) {
+        if (header->attributeType == 0 || header->attributeLength == 0) return;
+        if (!ReadMessage(to, *header, messages)) return;
+        const size_t length = sizeof(MrpMessageHeader) + header->attributeListLength;
+        if (messages.size() <= length) return;
+        messages = messages.subspan(length);
     }
 }
 

@@ -13,12 +13,10 @@ public:
     MSRPReceiver(MSRPDB& database, const MacAddress& switchAddress)
         : database(database), switchAddress(switchAddress) {}
 
-    // A PDU from its protocol version on. A message of an unknown type ends it.
+    // A PDU from its protocol version on. A message of an unknown type ends it. A type's LeaveAll counts once in it.
     void Receive(const ReceivedBytes& pdu);
 
 private:
-    bool ReadMessage(const MrpMessageHeader& header, const ReceivedBytes& message);
-
     MSRPDB& database;
     const MacAddress switchAddress;
 };

@@ -22,6 +22,7 @@ constexpr size_t LeastMessageSize(uint8_t attributeLength) {
 // for one vector.
 void MVRPReceiver::Receive(const ReceivedBytes& pdu) {
     if (pdu.bytes.empty()) return;
+    leaveAllTaken = false;
     const uint8_t protocolVersion = pdu.bytes[0];
     auto messages = pdu.bytes.subspan(sizeof(protocolVersion));
     while (!messages.empty() && messages[0] != 0) {
@@ -53,7 +54,9 @@ size_t MVRPReceiver::ReadVlans(const ReceivedBytes& message) {
     AttributeGetter vector(message.bytes, MessageLayout::WithoutListLength, false);
     if (vector.HasLeaveAllNext()) {
         log(LogCategory::MVRP, 1, "[SW-MVRP] REGISTER_VLAN leave all on port %d\n", message.port);
-        database.ApplyToType(message.port, Vlan::attributeType, Event::RLA);
+        // It goes over all VLANs of the port, and in one PDU there is room for hundreds.
+        if (!leaveAllTaken) database.ApplyToType(message.port, Vlan::attributeType, Event::RLA);
+        leaveAllTaken = true;
     }
     log(LogCategory::MVRP, 2, "[SW-MVRP] REGISTER_VLAN on port %d\n", message.port);
     bool hasValues = false;

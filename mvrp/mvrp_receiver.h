@@ -10,7 +10,7 @@ class MVRPReceiver {
 public:
     explicit MVRPReceiver(MVRPDB& database) : database(database) {}
 
-    // A PDU from its protocol version on. What cannot be understood ends it.
+    // A PDU from its protocol version on. What cannot be understood ends it. A LeaveAll counts once in it.
     void Receive(const ReceivedBytes& pdu);
 
 private:
@@ -20,6 +20,7 @@ private:
     size_t ReadVlans(const ReceivedBytes& message);
 
     MVRPDB& database;
+    bool leaveAllTaken = false;  // from the PDU that is being read
 };
 
 }  // namespace norvad
