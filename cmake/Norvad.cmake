@@ -12,6 +12,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wshadow=local -Wlogical-op -Wduplicated-cond)
 endif()
 
+if(NORVAD_STATIC)
+    add_compile_options(-ffunction-sections -fdata-sections)  # what nobody calls is not linked
+endif()
+
 # "" | "address,undefined" | "fuzzer-no-link,address,undefined"
 set(NORVAD_SANITIZE "" CACHE STRING "Sanitizers to build with")
 if(NORVAD_SANITIZE)

@@ -16,6 +16,8 @@ declare -A packages=(
     [shellcheck]="shellcheck"
     [awk]="mawk"
     [roots]="mmdebstrap util-linux"
+    [lintian]="lintian"
+    [nspawn]="systemd-container"
 )
 
 # InstallFor WANT...
