@@ -122,6 +122,7 @@ void Invariants::CheckStreamIndex() {
             Require(RecordOf(record.stream->On(record.port), type) == &record, "a stream knows its records", record);
         });
     }
+    recordsChecked += listed.size();
     size_t found = 0;
     for (const StreamID& id : streamsSeen) {
         const StreamEntry* stream = msrp.FindStream(id);
@@ -157,6 +158,7 @@ void Invariants::CheckVlanIndex() {
         });
         for (const uint16_t vid : vlansSeen) found += mvrp.FindVlan(vid, port) != nullptr;
     }
+    recordsChecked += listed;
     if (found != listed) Violated("index and lists hold the same VLANs", found);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -27,6 +28,9 @@ public:
     // for.
     bool FitsOnePdu();
     void CheckNothingIsLeft(const RequestedTables& requested);
+
+    // Over all checks: what they cost.
+    size_t RecordsChecked() const { return recordsChecked; }
 
     // Egress limits of this port are set by an operator from now on.
     void ExcuseEgress(uint8_t port) { operatorLimits[port] = true; }
@@ -61,6 +65,7 @@ private:
     MSRPHandler& msrp;
     MVRPHandler& mvrp;
 
+    size_t recordsChecked = 0;
     std::set<StreamID> streamsSeen;
     std::set<uint16_t> vlansSeen;
     PortFlags closedOnce{};      // link or spanning tree kept the port out of service at some time
