@@ -16,6 +16,10 @@ if(NORVAD_STATIC)
     add_compile_options(-ffunction-sections -fdata-sections)  # what nobody calls is not linked
 endif()
 
+# Processors that multiply and add in one instruction round once where others round twice: the same time stamps would
+# give other rate ratios and peer delays on arm64 than on amd64. Every machine computes the same.
+add_compile_options(-ffp-contract=off)
+
 # "" | "address,undefined" | "fuzzer-no-link,address,undefined"
 set(NORVAD_SANITIZE "" CACHE STRING "Sanitizers to build with")
 if(NORVAD_SANITIZE)
