@@ -10,6 +10,7 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wno-sign-conversion -
     -Woverloaded-virtual -Wold-style-cast -Wimplicit-fallthrough)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wshadow=local -Wlogical-op -Wduplicated-cond)
+    add_compile_options(-Wno-psabi)  # notes that 32-bit ARM's calls were others before GCC 7
 endif()
 
 if(NORVAD_STATIC)

@@ -85,7 +85,7 @@ private:
             auto bits = std::bit_cast<uint64_t>(id);
             bits = (bits ^ bits >> 30) * 0xBF58476D1CE4E5B9u;
             bits = (bits ^ bits >> 27) * 0x94D049BB133111EBu;
-            return bits ^ bits >> 31;
+            return static_cast<size_t>(bits ^ bits >> 31);
         }
     };
     struct Equal {

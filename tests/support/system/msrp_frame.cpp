@@ -74,8 +74,8 @@ std::vector<MsrpValue> ReadMsrp(const Bytes& frame) {
     if (BigEndianAt(frame, offset++, 1) != 0) throw std::runtime_error("a protocol version other than 0");
     while (BigEndianAt(frame, offset, 2) != 0) {
         const auto type = static_cast<uint8_t>(BigEndianAt(frame, offset, 1));
-        const size_t length = BigEndianAt(frame, offset + 1, 1);
-        const size_t end = offset + 4 + BigEndianAt(frame, offset + 2, 2);
+        const auto length = static_cast<size_t>(BigEndianAt(frame, offset + 1, 1));
+        const size_t end = offset + 4 + static_cast<size_t>(BigEndianAt(frame, offset + 2, 2));
         offset += 4;
         while (offset < end - 2) ReadVector(frame, offset, type, length, values);
         if (offset != end - 2 || BigEndianAt(frame, offset, 2) != 0)
