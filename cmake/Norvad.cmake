@@ -27,6 +27,12 @@ endif()
 # give other rate ratios and peer delays on arm64 than on amd64. Every machine computes the same.
 add_compile_options(-ffp-contract=off)
 
+# Times have 64 bits on 32-bit machines too. They pass from target to target, so all are built alike; only a target with
+# the property NORVAD_SYSTEM_TIMES, which hands times to a library, has them as the system's libraries do.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    add_compile_definitions(_FILE_OFFSET_BITS=64 $<$<NOT:$<BOOL:$<TARGET_PROPERTY:NORVAD_SYSTEM_TIMES>>>:_TIME_BITS=64>)
+endif()
+
 # "" | "address,undefined" | "fuzzer-no-link,address,undefined"
 set(NORVAD_SANITIZE "" CACHE STRING "Sanitizers to build with")
 if(NORVAD_SANITIZE)

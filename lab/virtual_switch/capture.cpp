@@ -23,8 +23,8 @@ Capture::Capture(const std::string& path)
 
 void Capture::Write(std::span<const uint8_t> frame, int64_t systemNs) {
     pcap_pkthdr header{};
-    header.ts.tv_sec = systemNs / 1'000'000'000;
-    header.ts.tv_usec = systemNs % 1'000'000'000;  // nanoseconds in a file of this precision
+    header.ts.tv_sec = static_cast<time_t>(systemNs / 1'000'000'000);
+    header.ts.tv_usec = static_cast<suseconds_t>(systemNs % 1'000'000'000);  // nanoseconds in a file of this precision
     header.caplen = static_cast<bpf_u_int32>(frame.size());
     header.len = header.caplen;
     pcap_dump(reinterpret_cast<u_char*>(dumper.get()), &header, frame.data());
