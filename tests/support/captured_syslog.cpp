@@ -9,8 +9,17 @@
 namespace norvad::test {
 
 namespace {
+
 int copyDescriptor = -1;
+
+void Capture(int priority, const char* format, std::va_list arguments) {
+    std::array<char, 2048> text{};
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    CapturedSyslog().push_back({priority, text.data()});
+    if (copyDescriptor >= 0) dprintf(copyDescriptor, "<%d>%s\n", priority, text.data());
 }
+
+}  // namespace
 
 std::vector<SyslogMessage>& CapturedSyslog() {
     static std::vector<SyslogMessage> messages;
@@ -31,12 +40,16 @@ void CopySyslogTo(int descriptor) {
 
 // Takes the place of the C library's in this program.
 extern "C" void syslog(int priority, const char* format, ...) {
-    using namespace norvad::test;
-    std::array<char, 2048> text{};
     std::va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text.data(), text.size(), format, arguments);
+    norvad::test::Capture(priority, format, arguments);
     va_end(arguments);
-    CapturedSyslog().push_back({priority, text.data()});
-    if (copyDescriptor >= 0) dprintf(copyDescriptor, "<%d>%s\n", priority, text.data());
+}
+
+// What syslog() becomes where the C library checks arguments (_FORTIFY_SOURCE).
+extern "C" void __syslog_chk(int priority, int, const char* format, ...) {  // NOLINT(bugprone-reserved-identifier)
+    std::va_list arguments;
+    va_start(arguments, format);
+    norvad::test::Capture(priority, format, arguments);
+    va_end(arguments);
 }
