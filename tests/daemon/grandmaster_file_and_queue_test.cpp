@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -83,7 +84,8 @@ TEST_F(FileAndQueue, FileThatGetsThePlaceOfStandardInputIsNotWritten) {
 
 // From here on the kernel takes nothing of what this process writes to a file of its own and says that it took 0 bytes.
 void LetWritesTakeNothing() {
-    constexpr auto descriptor = offsetof(seccomp_data, args);  // its lower half, on a little-endian machine
+    // The lower half of the first argument.
+    constexpr auto descriptor = offsetof(seccomp_data, args) + (std::endian::native == std::endian::big ? 4 : 0);
     std::array<sock_filter, 6> program{{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
                                         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_write, 0, 3),
                                         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, descriptor),

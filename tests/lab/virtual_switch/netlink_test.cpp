@@ -2,8 +2,11 @@
 #include <linux/if.h>
 #include <linux/rtnetlink.h>
 
+#include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstring>
+#include <sstream>
 
 #include "lab/virtual_switch/netlink_messages.h"
 #include "tests/lab/board/support.h"
@@ -21,6 +24,18 @@ void Append(Bytes& bytes, const Value& value) {
     bytes.insert(bytes.end(), begin, begin + sizeof(value));
 }
 
+// Netlink's numbers are in host order: each word is one number, of half as many bytes as it has digits.
+Bytes InHostOrder(const std::string& text) {
+    Bytes bytes;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        Bytes number = FromHex(word);
+        if constexpr (std::endian::native == std::endian::little) std::ranges::reverse(number);
+        bytes.insert(bytes.end(), number.begin(), number.end());
+    }
+    return bytes;
+}
+
 Bytes LinkMessage(uint16_t type, uint8_t family, int index, unsigned flags) {
     Bytes bytes;
     Append(bytes, nlmsghdr{sizeof(nlmsghdr) + sizeof(ifinfomsg), type, 0, 0, 0});
@@ -34,39 +49,39 @@ Bytes LinkMessage(uint16_t type, uint8_t family, int index, unsigned flags) {
 
 TEST(NetlinkMessages, PortLinksAreAttribute10OfABridgeLinkMessage) {
     EXPECT_EQ(PortLinkReport("eth0", 0x9E),
-              FromHex("34 00 00 00  10 00  00 00  01 00 00 00  00 00 00 00"  // a new link, and no request
-                      " 07 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"  // bridge family
-                      " 09 00 03 00  65 74 68 30  00 00 00 00"               // the name, padded
-                      " 08 00 0a 00  9e 00 00 00"));
+              InHostOrder("00000034  0010  0000  00000001  00000000"  // a new link, and no request
+                          " 07 00 0000  00000000 00000000 00000000"   // bridge family
+                          " 0009 0003  65 74 68 30 00  00 00 00"      // the name, padded
+                          " 0008 000a  0000009e"));
 }
 
 TEST(NetlinkMessages, PairIsAsVirtualEthernetWithThePeerElsewhere) {
     EXPECT_EQ(MakePairRequest("eth0", "cpu", 7, MacAddress{0x02, 0, 0, 0, 0x10, 0x01}, 1600),
-              FromHex("80 00 00 00  10 00 05 06  01 00 00 00  00 00 00 00"  // a new link that nobody has yet
-                      " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                      " 09 00 03 00  65 74 68 30  00 00 00 00"  // the name
-                      " 08 00 04 00  40 06 00 00"               // the largest frame
-                      " 0a 00 01 00  02 00 00 00  10 01 00 00"  // the address
-                      " 40 00 12 00"                            // what makes its kind
-                      " 09 00 01 00  76 65 74 68  00 00 00 00"
-                      " 30 00 02 00  2c 00 01 00"  // of the peer
-                      " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                      " 08 00 03 00  63 70 75 00"
-                      " 08 00 04 00  40 06 00 00"
-                      " 08 00 1c 00  07 00 00 00"));  // the descriptor of its namespace
+              InHostOrder("00000080  0010  0605  00000001  00000000"  // a new link that nobody has yet
+                          " 00 00 0000  00000000 00000000 00000000"
+                          " 0009 0003  65 74 68 30 00  00 00 00"  // the name
+                          " 0008 0004  00000640"                  // the largest frame
+                          " 000a 0001  02 00 00 00 10 01  00 00"  // the address
+                          " 0040 0012"                            // what makes its kind
+                          " 0009 0001  76 65 74 68 00  00 00 00"
+                          " 0030 0002  002c 0001"  // of the peer
+                          " 00 00 0000  00000000 00000000 00000000"
+                          " 0008 0003  63 70 75 00"
+                          " 0008 0004  00000640"
+                          " 0008 001c  00000007"));  // the descriptor of its namespace
     EXPECT_EQ(MakePairRequest("eth0", "cpu", 7, {}, 1600).size(), 128u - 12);
 }
 
 TEST(NetlinkMessages, RequestsForOneInterfaceNameIt) {
-    EXPECT_EQ(BringUpRequest("cpu"), FromHex("28 00 00 00  10 00 05 00  01 00 00 00  00 00 00 00"
-                                             " 00 00 00 00  00 00 00 00  01 00 00 00  01 00 00 00"
-                                             " 08 00 03 00  63 70 75 00"));
-    EXPECT_EQ(RemoveRequest("eth0"), FromHex("2c 00 00 00  11 00 05 00  01 00 00 00  00 00 00 00"
-                                             " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                                             " 09 00 03 00  65 74 68 30  00 00 00 00"));
-    EXPECT_EQ(QueryRequest("peer10"), FromHex("2c 00 00 00  12 00 01 00  01 00 00 00  00 00 00 00"
-                                              " 00 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"
-                                              " 0b 00 03 00  70 65 65 72  31 30 00 00"));
+    EXPECT_EQ(BringUpRequest("cpu"), InHostOrder("00000028  0010  0005  00000001  00000000"
+                                                 " 00 00 0000  00000000 00000001 00000001"
+                                                 " 0008 0003  63 70 75 00"));
+    EXPECT_EQ(RemoveRequest("eth0"), InHostOrder("0000002c  0011  0005  00000001  00000000"
+                                                 " 00 00 0000  00000000 00000000 00000000"
+                                                 " 0009 0003  65 74 68 30 00  00 00 00"));
+    EXPECT_EQ(QueryRequest("peer10"), InHostOrder("0000002c  0012  0001  00000001  00000000"
+                                                  " 00 00 0000  00000000 00000000 00000000"
+                                                  " 000b 0003  70 65 65 72 31 30 00  00"));
 }
 
 TEST(NetlinkMessages, NameThatIsTooLongIsRefused) {
@@ -102,9 +117,9 @@ TEST(NetlinkMessages, TruncatedAndLyingMessagesAreNotRead) {
     for (size_t length = 0; length < whole.size(); ++length) {
         EXPECT_TRUE(ParseLinkChanges(std::span(whole).first(length)).empty()) << length;
     }
-    for (const uint8_t claimed : std::initializer_list<uint8_t>{0, 15, 16, 31, 33, 255}) {
-        whole[0] = claimed;
-        EXPECT_TRUE(ParseLinkChanges(whole).empty()) << int{claimed};
+    for (const uint32_t claimed : {0, 15, 16, 31, 33, 255}) {
+        std::memcpy(whole.data(), &claimed, sizeof(claimed));
+        EXPECT_TRUE(ParseLinkChanges(whole).empty()) << claimed;
     }
 }
 
