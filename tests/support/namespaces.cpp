@@ -36,7 +36,7 @@ void EnterNamespaces(int kinds) {
 }
 
 void KeepMountsPrivate() {
-    Require(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
+    Require(::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
 }
 
 void MountEmpty(const char* path, const char* options) {
