@@ -1,8 +1,11 @@
 #include "daemon/control/client.h"
 
+#include <signal.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "base/clock.h"
@@ -34,27 +37,34 @@ timespec AnswerDeadline(const Clock& clock) {
     return {now.tv_sec, static_cast<long>(now.tv_usec) * 1000 + answerWaitNs};
 }
 
-void PrintAnswer(ControlQueue& replies, const Clock& clock) {
+std::string ReceiveAnswer(ControlQueue& replies, const Clock& clock) {
+    std::string answer;
     ControlMessage message{};
     do {
         message = {};
-        if (replies.Receive(message, AnswerDeadline(clock)) < 1) return;
-        const std::string_view text = TextOf(message.text);
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        std::fflush(stdout);
+        if (replies.Receive(message, AnswerDeadline(clock)) < 1) break;
+        answer.append(TextOf(message.text));
     } while (!message.last);
+    return answer;
 }
 
-int Exchange(int argc, const char* const* argv, ControlQueues& queues, const Clock& clock, ControlQueue& replies) {
+// None where nobody takes requests.
+std::optional<std::string> Exchange(int argc, const char* const* argv, ControlQueues& queues, const Clock& clock,
+                                    ControlQueue& replies) {
     auto requests = queues.Open(requestQueueName);
     if (!requests) {
         std::fprintf(stderr, "[Switch] open message queue failed: %s\n", std::strerror(errno));
-        return -1;
+        return {};
     }
     (void)requests->Send(CommandOf(argc, argv));
     requests.reset();
-    PrintAnswer(replies, clock);
-    return 0;
+    return ReceiveAnswer(replies, clock);
+}
+
+void Print(const std::string& answer) {
+    (void)signal(SIGPIPE, SIG_IGN);
+    std::fwrite(answer.data(), 1, answer.size(), stdout);
+    std::fflush(stdout);
 }
 
 }  // namespace
@@ -66,10 +76,13 @@ int relay(int argc, const char* const* argv, ControlQueues& queues, const Clock&
         std::fprintf(stderr, "[Switch] creating response message queue failed: %s\n", std::strerror(errno));
         return -1;
     }
-    const int result = Exchange(argc, argv, queues, clock, *replies);
+    const auto answer = Exchange(argc, argv, queues, clock, *replies);
     replies.reset();
     queues.Remove(replyQueueName);
-    return result;
+    if (!answer) return -1;
+    // Only now: who reads it may take his time, or go, and leaves no queue behind that the next client stumbles over.
+    Print(*answer);
+    return 0;
 }
 
 }  // namespace norvad

@@ -39,6 +39,15 @@ std::optional<MsrpValue> Find(const Bytes& frame, MsrpType type, const Bytes& be
     return {};
 }
 
+// So many times the same, with those places in a byte.
+Bytes Packed(uint8_t each, uint16_t count, const Bytes& places) {
+    Bytes packed((count + places.size() - 1) / places.size());
+    for (size_t n = 0; n < count; ++n) {
+        packed[n / places.size()] += static_cast<uint8_t>(each * places[n % places.size()]);
+    }
+    return packed;
+}
+
 }  // namespace
 
 Bytes TalkerValue(const StreamText& stream) {
@@ -47,18 +56,16 @@ Bytes TalkerValue(const StreamText& stream) {
                  BigEndian(stream.latencyNs, 4)});
 }
 
-Bytes MsrpFrame(const Bytes& source, const MsrpValue& value) {
-    const bool listener = value.type == msrpListener;
-    const Bytes events = listener
-                             ? Bytes{static_cast<uint8_t>(value.event * 36), static_cast<uint8_t>(value.listener * 64)}
-                             : Bytes{static_cast<uint8_t>(value.event * 36)};
+Bytes MsrpFrame(const Bytes& source, const MsrpValue& value, uint16_t count) {
+    Bytes events = Packed(value.event, count, {36, 6, 1});
+    if (value.type == msrpListener) events = Join({events, Packed(value.listener, count, {64, 16, 4, 1})});
     const size_t listLength = 2 + value.firstValue.size() + events.size() + 2;
     Bytes frame = Join({
         FromHex("01 80 c2 00 00 0e"),  // the nearest bridge
         source,
         FromHex("22 ea 00"),  // MSRP, protocol version 0
         BigEndian(value.type, 1), BigEndian(value.firstValue.size(), 1), BigEndian(listLength, 2),
-        FromHex("00 01"),  // no LeaveAll, one value
+        BigEndian(count, 2),  // no LeaveAll
         value.firstValue, events,
         FromHex("00 00"),  // end of the list
         FromHex("00 00"),  // end of the PDU
