@@ -69,7 +69,7 @@ TEST_F(PidFile, OfAProcessThatMayNotBeProbedMakesTheProgramAClient) {
 }
 
 TEST_F(PidFile, WithoutANumberNamesNoDaemon) {
-    for (const char* content : {"", "\n", "norvad3", "-"}) {
+    for (const char* content : {"", "\n", "norvad3", "-", "0", "-1", "2147483648", "99999999999999999999"}) {
         SCOPED_TRACE(content);
         const size_t before = log.Count("Daemon stopped");
         WritePidFile(content);
@@ -126,6 +126,26 @@ TEST_F(PidFile, LeftByAKilledDaemonDoesNotKeepTheNextOneFromItsQueue) {
 
     EXPECT_EQ(next.Errors().find("creating message queue failed"), std::string::npos) << next.Errors();
     EXPECT_EQ(Stop(next), 0);
+}
+
+// Nobody takes signals in order before the interface runs: SIGTERM is plain death, and the file stays.
+TEST_F(PidFile, LeftByADaemonThatStillWaitedForItsInterfaceDoesNotKeepTheNextOneFromStarting) {
+    SetInterfaceUp("eth0", false);
+    ASSERT_EQ(Start({}).WaitForExit(), 0);
+    pid_t waiting = 0;
+    ASSERT_TRUE(WaitFor([&] { return (waiting = atoi(ReadTextFile(pidFile).c_str())) > 0; })) << Log();
+
+    kill(waiting, SIGTERM);
+
+    EXPECT_EQ(WaitForOrphan(waiting), -SIGTERM);
+    EXPECT_EQ(ReadTextFile(pidFile), std::to_string(waiting));
+    SetInterfaceUp("eth0", true);
+    ASSERT_EQ(Start({}).WaitForExit(), 0);
+    const pid_t next = WaitForDetached();
+    EXPECT_GT(next, 0) << Log();
+    EXPECT_NE(next, waiting);
+    kill(next, SIGTERM);
+    EXPECT_EQ(WaitForOrphan(next), 0);
 }
 
 }  // namespace
