@@ -4,7 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cstdint>
-#include <iostream>
+#include <cstdio>
 #include <sstream>
 
 #include "base/log.h"
@@ -30,7 +30,8 @@ bool SetDebugLevel(const DebugTokens& tokens) {
     const auto name = std::find(categoryNames.begin(), categoryNames.end(), UpperCase(tokens[0]));
     if (name == categoryNames.end()) return true;
     debugLevels[static_cast<size_t>(name - categoryNames.begin())] = level;
-    std::cout << "LOG_" << *name << " debugLevel = " << level << std::endl;
+    std::printf("LOG_%s debugLevel = %d\n", *name, level);  // std::cout would end with the first line refused
+    std::fflush(stdout);
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -48,6 +49,18 @@ TEST(StandardStreams, OfATerminalThatShowsNothingRefuseWhatTheyCannotTake) {
     });
 
     EXPECT_EQ(outcome.standardError, "refused, others not");
+}
+
+TEST(StandardStreams, OfAServiceManagerThatHasStoppedRefuseWhatTheyCannotTake) {
+    const IsolatedOutcome outcome = RunIsolated([] {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return 1;
+        dup2(ends[1], STDOUT_FILENO);
+        DetachFromReaders();
+        return FillStandardOutput() == EAGAIN ? 7 : 1;
+    });
+
+    EXPECT_EQ(outcome.status, 7);
 }
 
 TEST(StandardStreams, OfAReaderThatIsGoneAreBrokenAndNoMore) {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/system/control_client.h"
 #include "tests/support/system/system_test.h"
@@ -70,7 +71,17 @@ TEST_F(Output, ReaderThatGoesDoesNotEndTheDaemon) {
     EXPECT_EQ(Stop(*daemon), 0) << daemon->Errors();
 }
 
-using FilesInTmp = DaemonTest;
+class FilesInTmp : public DaemonTest {
+protected:
+    // A daemon that detached itself, wherever it recorded that; 0 when none does.
+    pid_t StartDetached() {
+        EXPECT_EQ(Start({}).WaitForExit(), 0);
+        std::vector<pid_t> daemons;
+        const auto isAlone = [&] { return (daemons = ProcessesNamed("norvad3")).size() == 1; };
+        if (!log.WaitForText("Daemon started") || !WaitFor(isAlone)) return 0;
+        return WaitFor([&] { return IsInEventLoop(daemons[0]); }) ? daemons[0] : 0;
+    }
+};
 
 TEST_F(FilesInTmp, ThatArePipesDoNotStopTheDaemon) {
     ASSERT_EQ(mkfifo(pidFile, 0666), 0);
@@ -90,17 +101,33 @@ TEST_F(FilesInTmp, ThatAreLinksAreNotFollowed) {
     std::filesystem::create_symlink("/tmp/pid_target", pidFile);
     std::filesystem::create_symlink("/tmp/grandmaster_target", "/tmp/ptp_grandmaster");
 
-    ASSERT_EQ(Start({}).WaitForExit(), 0);
-    ASSERT_TRUE(log.WaitForText("Daemon started"));
-    std::vector<pid_t> daemons;
-    ASSERT_TRUE(WaitFor([&] { return (daemons = ProcessesNamed("norvad3")).size() == 1; }))
-        << "a parent of the daemon lives on";
-    ASSERT_TRUE(WaitFor([&] { return IsInEventLoop(daemons[0]); }));
+    const pid_t daemon = StartDetached();
+    ASSERT_GT(daemon, 0) << Log();
 
     EXPECT_FALSE(std::filesystem::exists("/tmp/pid_target"));
-    kill(daemons[0], SIGTERM);
-    EXPECT_EQ(WaitForOrphan(daemons[0]), 0);
+    kill(daemon, SIGTERM);
+    EXPECT_EQ(WaitForOrphan(daemon), 0);
     EXPECT_FALSE(std::filesystem::exists("/tmp/grandmaster_target"));
+}
+
+TEST_F(FilesInTmp, ThatAreLinksToAFileOfSomebodyElseLeaveItAlone) {
+    const std::string victim = "/tmp/victim";
+    std::ofstream(victim) << "kept";
+    std::filesystem::create_symlink(victim, pidFile);
+    std::filesystem::create_symlink(victim, "/tmp/ptp_grandmaster");
+    const pid_t daemon = StartDetached();
+    ASSERT_GT(daemon, 0) << Log();
+    EXPECT_EQ(ReadTextFile(victim), "kept");
+    std::filesystem::remove(pidFile);
+    RecordDaemon(daemon);
+
+    EXPECT_EQ(Ask({"-m", "5"}), "OK");
+    ASSERT_TRUE(PeerQueue::Open(requestQueue).TrySend(ControlRequest(controlNotification, "")));
+    EXPECT_TRUE(WaitUntilServed());
+
+    kill(daemon, SIGTERM);
+    EXPECT_EQ(WaitForOrphan(daemon), 0);
+    EXPECT_EQ(ReadTextFile(victim), "kept");
 }
 
 }  // namespace
