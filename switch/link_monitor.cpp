@@ -24,6 +24,7 @@ enum class Named : uint8_t { None, Ours, Other };
 // What one message says.
 struct LinkNews {
     Named named = Named::None;
+    uint32_t stateBefore = 0;  // the interface's, before the message
     uint32_t operationalState = 0;
     uint32_t portLinks = 0;
     bool up = false;
@@ -36,8 +37,9 @@ bool IsName(std::span<const uint8_t> value, std::string_view name) {
 }
 
 void ApplyOperState(LinkNews& news, std::span<const uint8_t> value) {
-    if (value.empty() || value[0] == news.operationalState) return;
+    if (value.empty()) return;
     news.operationalState = value[0];
+    if (news.operationalState == news.stateBefore) return;
     (news.operationalState == operStateUp ? news.up : news.down) = true;
 }
 
@@ -121,7 +123,7 @@ int LinkMonitor::Parse(std::span<const uint8_t> datagram) {
 void LinkMonitor::ParseLink(std::span<const uint8_t> message) {
     const auto link = Peek<LinkHeader>(message, sizeof(NetlinkHeader));
     if (!link) return;
-    LinkNews news{Named::None, operationalState, portLinks, false, false};
+    LinkNews news{Named::None, operationalState, operationalState, portLinks, false, false};
     auto rest = message.subspan(sizeof(NetlinkHeader) + sizeof(LinkHeader));
     while (const auto attribute = Peek<LinkAttribute>(rest)) {
         const size_t length = attribute->length;

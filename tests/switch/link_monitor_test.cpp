@@ -145,6 +145,16 @@ TEST_F(LinkMonitorTest, OperationalStateRaisesOneFlagWhenItChangesAndNoneWhenRep
     EXPECT_FALSE(monitor.WentDown());
 }
 
+TEST_F(LinkMonitorTest, EveryOperationalStateOfAMessageIsComparedWithTheOneBeforeIt) {
+    Read(OperStateMessage("eth0", 6));
+
+    Read(LinkMessage(LinkMessage::plainFamily).OperState(2).OperState(6).Name("eth0").Bytes());
+
+    EXPECT_TRUE(monitor.WentDown());
+    EXPECT_FALSE(monitor.WentUp());
+    EXPECT_EQ(monitor.OperationalState(), 6U);
+}
+
 TEST_F(LinkMonitorTest, DoneEndsTheDatagramAfterWhatStandsBeforeIt) {
     const int result = Read(Joined({PortLinkMessage("eth1", 0x1), PortLinkMessage("eth0", 0x9D),
                                     LinkMessage::Control(LinkMessage::done), PortLinkMessage("eth0", 0xEE)}));
