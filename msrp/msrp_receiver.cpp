@@ -18,7 +18,8 @@ struct Reception {
     MSRPDB& database;
     const MacAddress& switchAddress;
     const uint8_t port;
-    std::bitset<DOMAIN + 1> leaveAllTaken;
+    size_t valuesLeft;
+    std::bitset<DOMAIN + 1> leaveAllTaken{};
 
     bool IsOwnStream(const StreamID& id) const {
         return std::equal(switchAddress.begin(), switchAddress.end(), id.begin());
@@ -141,6 +142,8 @@ void ReadVectors(Reception& to, uint8_t attributeLength, std::span<const uint8_t
     }
     log(LogCategory::MSRP, 1, Message::onPort, to.port);
     while (vector.GetNext()) {
+        if (vector.NumberOfValues() > to.valuesLeft) return;
+        to.valuesLeft -= vector.NumberOfValues();
         auto value = *Peek<typename Message::FirstValue>(vector.FirstValue());
         if (vector.NumberOfValues() > 0 && IsLogged(LogCategory::MSRP, 3)) Message::Dump(to.port, value, vector);
         for (uint16_t i = 0; i < vector.NumberOfValues(); ++i, Message::Advance(value)) {
@@ -175,7 +178,8 @@ bool ReadMessage(Reception& to, const MrpMessageHeader& header, std::span<const 
 
 void MSRPReceiver::Receive(const ReceivedBytes& pdu) {
     if (pdu.bytes.empty()) return;
-    Reception to{database, switchAddress, pdu.port, {}};
+    constexpr size_t valuesInAByte = 3;
+    Reception to{database, switchAddress, pdu.port, valuesInAByte * pdu.bytes.size()};
     auto messages = pdu.bytes.subspan(sizeof(mrpProtocolVersion));
     while (const auto header = Peek<MrpMessageHeader>(messages)) {
         if (header->attributeType == 0 || header->attributeLength == 0) return;

@@ -1,5 +1,7 @@
 // Frames in: every byte given, every cut tried.
 
+#include <algorithm>
+
 #include "base/ethertypes.h"
 #include "tests/msrp/msrp_bridge.h"
 
@@ -317,6 +319,21 @@ TEST_F(MsrpReceive, ALeaveAllCountsOnceForItsTypeInAPdu) {
     EXPECT_EQ(msrp.FindTalker(Stream(1), 0)->state.registrar, RegistrarState::IN);
     EXPECT_EQ(msrp.FindTalker(Stream(2), 0)->state.registrar, RegistrarState::IN);
     EXPECT_EQ(msrp.FindListener(Stream(3), 0)->state.registrar, RegistrarState::LV);
+}
+
+// Each of ten lists says that it ends after three bytes, so that the next one stands in its midst, and has 120 values.
+// A frame of 2 kB held a million of them; what does not overlap holds three in a byte.
+TEST_F(MsrpReceive, ListsInOneAnotherHaveNoMoreValuesThanTheirBytesHold) {
+    Bytes lists;
+    for (int n = 0; n < 10; ++n) lists = Join({lists, FromHex("03 08 00 03 00 78 00")});
+    lists.resize(lists.size() + 7 + 70);  // the rest of the last first value, and its events
+    CapturedLog watch(2);
+
+    Receive(0, {lists});
+
+    const std::vector<std::string> lines = watch.Lines();
+    const auto first = "[SW-MSRP] LISTENER_VECTOR getting attr events 0";
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), first), 3);  // 360 values in 150 bytes
 }
 
 TEST_F(MsrpReceive, ALeaveAllCountsAgainInTheNextPdu) {
