@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -39,6 +40,11 @@ public:
     uint16_t NumberOfValues() const { return numberOfValues; }
     uint8_t ThreePackedEvent(uint16_t index) const;  // 0..5; index below NumberOfValues
     uint8_t FourPackedEvent(uint16_t index) const;   // 0..3; only with fourPacked
+
+    // All that arrived from the next vector's first value on, if there is such a vector: a hint.
+    std::span<const uint8_t> NextFirstValue() const {
+        return list.subspan(std::min(offset + sizeof(MrpVectorHeader), list.size()));
+    }
 
 private:
     std::optional<MrpVectorHeader> PeekNext() const;

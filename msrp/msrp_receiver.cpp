@@ -144,6 +144,10 @@ void ReadVectors(Reception& to, uint8_t attributeLength, std::span<const uint8_t
     while (vector.GetNext()) {
         if (vector.NumberOfValues() > to.valuesLeft) return;
         to.valuesLeft -= vector.NumberOfValues();
+        // With thousands of streams the next one is cold, and can be fetched while this one is handled.
+        if constexpr (Message::type != DOMAIN) {
+            if (const auto next = Peek<StreamID>(vector.NextFirstValue())) to.database.ExpectStream(*next);
+        }
         auto value = *Peek<typename Message::FirstValue>(vector.FirstValue());
         if (vector.NumberOfValues() > 0 && IsLogged(LogCategory::MSRP, 3)) Message::Dump(to.port, value, vector);
         for (uint16_t i = 0; i < vector.NumberOfValues(); ++i, Message::Advance(value)) {

@@ -18,6 +18,9 @@ public:
 
     MSRPDB(TimerService& timers, uint8_t portCount);
 
+    // Says that an event about the stream comes next.
+    void ExpectStream(const StreamID& id) const { streams.Expect(id); }
+
     // The record on a port, or null. The pointer is valid until the record is removed.
     StreamEntry* FindStream(const StreamID& id) { return streams.Find(id); }
     Talker* FindTalker(const StreamID& id, uint8_t port);
