@@ -1,8 +1,16 @@
 #include "lab/board/timestamp_store.h"
 
-#include <algorithm>
-
 namespace norvad::board {
+
+namespace {
+
+// Where a stamp is kept: sequence ids that are capacity apart share a place.
+StampKey PlaceOf(StampKey key) {
+    key.sequenceId %= TimestampStore::capacity;
+    return key;
+}
+
+}  // namespace
 
 void TimestampStore::Keep(const StampKey& key, uint64_t value, int64_t referenceNs) {
     Fault& fault = FaultOf(key.direction, key.port);
@@ -10,28 +18,26 @@ void TimestampStore::Keep(const StampKey& key, uint64_t value, int64_t reference
         --fault.lose;
         return;
     }
-    Stamp stamp{key, value, referenceNs, 0};
+    Stamp stamp{key.sequenceId, value, referenceNs, 0};
     if (fault.delay > 0) {
         --fault.delay;
         stamp.vainQueries = fault.queries;
     }
-    SlotFor(key) = stamp;
+    stamps.insert_or_assign(PlaceOf(key), stamp);
 }
 
 std::optional<uint64_t> TimestampStore::Take(const StampKey& key, int64_t referenceNs) {
-    const auto isWanted = [&](const auto& slot) { return slot && slot->key == key; };
-    const auto slot = std::find_if(stamps.begin(), stamps.end(), isWanted);
-    if (slot == stamps.end()) return {};
-    if (referenceNs - (*slot)->referenceNs > maximumAgeNs) {
-        slot->reset();
+    const auto found = stamps.find(PlaceOf(key));
+    if (found == stamps.end() || found->second.sequenceId != key.sequenceId) return {};
+    Stamp& stamp = found->second;
+    const bool isTooOld = referenceNs - stamp.referenceNs > maximumAgeNs;
+    if (!isTooOld && stamp.vainQueries > 0) {
+        --stamp.vainQueries;
         return {};
     }
-    if ((*slot)->vainQueries > 0) {
-        --(*slot)->vainQueries;
-        return {};
-    }
-    const uint64_t value = (*slot)->value;
-    slot->reset();
+    const uint64_t value = stamp.value;
+    stamps.erase(found);
+    if (isTooOld) return {};
     return value;
 }
 
@@ -47,16 +53,6 @@ void TimestampStore::DelayNext(Direction direction, uint8_t port, uint32_t count
 
 TimestampStore::Fault& TimestampStore::FaultOf(Direction direction, uint8_t port) {
     return faults.at(static_cast<size_t>(direction) * ports + port);
-}
-
-// The slot of the same key, else a free one, else the oldest.
-std::optional<TimestampStore::Stamp>& TimestampStore::SlotFor(const StampKey& key) {
-    const auto age = [&](const auto& slot) {
-        if (!slot) return INT64_MIN + 1;
-        return slot->key == key ? INT64_MIN : slot->referenceNs;
-    };
-    return *std::min_element(stamps.begin(), stamps.end(),
-                             [&](const auto& left, const auto& right) { return age(left) < age(right); });
 }
 
 }  // namespace norvad::board

@@ -4,6 +4,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 
 namespace norvad::board {
@@ -18,11 +19,12 @@ struct StampKey {
     auto operator<=>(const StampKey&) const = default;
 };
 
-// The stamps of event messages, each kept until it is asked for, ten seconds at most, and no longer than until
-// 64 newer ones have come. Stamps can be ordered to fail as hardware does.
+// The stamps of event messages, each kept until it is asked for, ten seconds at most. Of one type, port and direction
+// it keeps as many with successive sequence ids as there is room for: a burst at one port costs no other its stamps.
+// Stamps can be ordered to fail as hardware does.
 class TimestampStore {
 public:
-    static constexpr size_t capacity = 64;
+    static constexpr uint16_t capacity = 1024;  // of one type, port and direction
     static constexpr int64_t maximumAgeNs = 10'000'000'000;
 
     // Keeps value, taken at referenceNs; it replaces a stamp of the same key.
@@ -39,7 +41,7 @@ public:
 
 private:
     struct Stamp {
-        StampKey key;
+        uint16_t sequenceId;
         uint64_t value;
         int64_t referenceNs;
         uint32_t vainQueries;
@@ -52,9 +54,8 @@ private:
 
     static constexpr size_t ports = 8;
     Fault& FaultOf(Direction direction, uint8_t port);
-    std::optional<Stamp>& SlotFor(const StampKey& key);
 
-    std::array<std::optional<Stamp>, capacity> stamps;
+    std::map<StampKey, Stamp> stamps;  // by place
     std::array<Fault, 2 * ports> faults;
 };
 

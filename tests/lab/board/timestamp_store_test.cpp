@@ -45,7 +45,7 @@ TEST(TimestampStore, StampAgesOutBeyondTenSeconds) {
     EXPECT_FALSE(store.Take(key, 0));
 }
 
-TEST(TimestampStore, FullStoreGivesUpTheOldest) {
+TEST(TimestampStore, OfTooManyStampsGivesUpTheOldest) {
     TimestampStore store;
     for (uint16_t sequence = 0; sequence <= TimestampStore::capacity; ++sequence) {
         store.Keep({Direction::RECEIVE, 0, 0, sequence}, sequence, sequence);
@@ -55,6 +55,19 @@ TEST(TimestampStore, FullStoreGivesUpTheOldest) {
     for (uint16_t sequence = 1; sequence <= TimestampStore::capacity; ++sequence) {
         EXPECT_EQ(store.Take({Direction::RECEIVE, 0, 0, sequence}, 100), sequence);
     }
+}
+
+// A neighbour that floods its port with requests used to push the stamps of all others out, and with them the answers
+// that the other port's neighbour waited for.
+TEST(TimestampStore, AnyNumberOfStampsCostsNoOtherPortItsOwn) {
+    TimestampStore store;
+    store.Keep(key, 42, 0);
+
+    for (uint32_t sequence = 0; sequence <= UINT16_MAX; ++sequence) {
+        store.Keep({Direction::TRANSMIT, 0, 2, static_cast<uint16_t>(sequence)}, sequence, 1);
+    }
+
+    EXPECT_EQ(store.Take(key, 2), 42u);
 }
 
 TEST(TimestampStore, LosesAsManyAsOrderedOnThatPortAndDirectionOnly) {
