@@ -13,6 +13,15 @@ bool BeginsWith(const Bytes& whole, const Bytes& begin) {
     return whole.size() >= begin.size() && std::equal(begin.begin(), begin.end(), whole.begin());
 }
 
+// As many values in a byte as there are weights, the last ones filled up with zero.
+Bytes Packed(uint8_t value, size_t count, const std::vector<uint8_t>& weights) {
+    Bytes packed((count + weights.size() - 1) / weights.size());
+    for (size_t i = 0; i < count; ++i) {
+        packed[i / weights.size()] += static_cast<uint8_t>(value * weights[i % weights.size()]);
+    }
+    return packed;
+}
+
 // The values of the vector at offset, which is moved behind it.
 void ReadVector(const Bytes& frame, size_t& offset, uint8_t type, size_t length, std::vector<MsrpValue>& values) {
     const size_t count = BigEndianAt(frame, offset, 2) & 0x1FFF;
@@ -39,15 +48,6 @@ std::optional<MsrpValue> Find(const Bytes& frame, MsrpType type, const Bytes& be
     return {};
 }
 
-// So many times the same, with those places in a byte.
-Bytes Packed(uint8_t each, uint16_t count, const Bytes& places) {
-    Bytes packed((count + places.size() - 1) / places.size());
-    for (size_t n = 0; n < count; ++n) {
-        packed[n / places.size()] += static_cast<uint8_t>(each * places[n % places.size()]);
-    }
-    return packed;
-}
-
 }  // namespace
 
 Bytes TalkerValue(const StreamText& stream) {
@@ -56,7 +56,7 @@ Bytes TalkerValue(const StreamText& stream) {
                  BigEndian(stream.latencyNs, 4)});
 }
 
-Bytes MsrpFrame(const Bytes& source, const MsrpValue& value, uint16_t count) {
+Bytes MsrpFrame(const Bytes& source, const MsrpValue& value, size_t count) {
     Bytes events = Packed(value.event, count, {36, 6, 1});
     if (value.type == msrpListener) events = Join({events, Packed(value.listener, count, {64, 16, 4, 1})});
     const size_t listLength = 2 + value.firstValue.size() + events.size() + 2;

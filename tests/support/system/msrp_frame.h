@@ -37,8 +37,8 @@ inline constexpr size_t failureCodeAt = 33;
 
 Bytes TalkerValue(const StreamText& stream);
 
-// A frame with that one value, or with so many in a row, 4,000 at most.
-Bytes MsrpFrame(const Bytes& source, const MsrpValue& value, uint16_t count = 1);
+// A frame with that one value, or with a vector of count successive ones that begins with it, 4,000 at most.
+Bytes MsrpFrame(const Bytes& source, const MsrpValue& value, size_t count = 1);
 
 // Every value of a frame; throws when a length in it points out of the frame, and is empty for other EtherTypes.
 std::vector<MsrpValue> ReadMsrp(const Bytes& frame);

@@ -13,20 +13,33 @@
 
 namespace norvad::test {
 
-FileDescriptor ListenOn(const std::string& interface) {
+namespace {
+
+FileDescriptor OpenOn(const std::string& interface, uint16_t protocol) {
     FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
-    address.sll_protocol = htons(ETH_P_ALL);
+    address.sll_protocol = htons(protocol);
     address.sll_ifindex = static_cast<int>(if_nametoindex(interface.c_str()));
     const int on = 1;
-    const int bufferSize = 8 << 20;
     const void* bytes = &address;
-    setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof bufferSize);
     if (setsockopt(socket.Get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on) != 0 ||
         bind(socket.Get(), static_cast<const sockaddr*>(bytes), sizeof address) != 0)
         throw std::runtime_error("no packet socket on " + interface + ": " + strerror(errno));
     return socket;
+}
+
+}  // namespace
+
+FileDescriptor ListenOn(const std::string& interface) {
+    FileDescriptor socket = OpenOn(interface, ETH_P_ALL);
+    const int bufferSize = 8 << 20;
+    setsockopt(socket.Get(), SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof bufferSize);
+    return socket;
+}
+
+FileDescriptor SendTo(const std::string& interface) {
+    return OpenOn(interface, 0);
 }
 
 void Wire::Send(const Bytes& frame) {

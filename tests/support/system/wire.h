@@ -14,6 +14,9 @@ namespace norvad::test {
 // there is none to have.
 FileDescriptor ListenOn(const std::string& interface);
 
+// One that hears nothing, to send on interface; throws the same.
+FileDescriptor SendTo(const std::string& interface);
+
 // The far end of a port's cable: sends frames into the port and keeps every frame that leaves it.
 class Wire {
 public:
