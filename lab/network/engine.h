@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -15,6 +16,7 @@ public:
     Engine& operator=(const Engine&) = delete;
 
     uint64_t NowNs() const { return nowNs; }
+    size_t Waiting() const { return events.size(); }  // actions that are to happen
 
     // Lets action happen at an instant; one that has passed is now.
     void At(uint64_t ns, std::function<void()> action);

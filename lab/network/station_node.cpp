@@ -52,12 +52,14 @@ void StationNode::RunDue() {
     Refresh();
 }
 
-// A plan that comes too early, as the station has changed its mind since, does no harm.
+// A plan that an earlier one has replaced is let pass: followed, it would be replaced by one more of its kind each
+// time.
 void StationNode::Refresh() {
     const uint64_t dueNs = station->DueNs();
     if (dueNs >= plannedNs) return;
     plannedNs = dueNs;
-    network.engine.At(dueNs, [this] {
+    network.engine.At(dueNs, [this, dueNs] {
+        if (plannedNs != dueNs) return;
         plannedNs = lab::never;
         RunDue();
     });

@@ -20,6 +20,8 @@ public:
     size_t Told(const std::string& text) const;
     // Stream frames that arrived since this was asked last, and wait for no one.
     uint64_t TakeStreamFrames();
+    // The lines go, for runs that are longer than memory.
+    void ForgetLines() { lines = {}; }
 
     // Node
     void Arrive(uint8_t port, std::span<const uint8_t> frame) override;
