@@ -59,6 +59,8 @@ public:
 
     // What other programs on the bridge were told of grandmasters.
     const KeptGrandmasterOutput::Kept& Grandmasters() const { return grandmasters; }
+    // What they were told goes, for runs that are longer than memory.
+    void ForgetGrandmasters() { grandmasters = {}; }
 
     // How far the bridge's hardware clock is ahead of another's now.
     int64_t AheadNs(BridgeNode& other);

@@ -39,25 +39,22 @@ void NetworkClock::Sleep(uint32_t) {
     throw std::logic_error("only a bridge on its own stack may sleep");
 }
 
-Network::Network() = default;
-Network::~Network() = default;
-
 void Network::Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, uint64_t delayNs) {
-    cables.push_back(std::make_unique<Cable>(Cable{{{{&a, portOfA}, {&b, portOfB}}}, delayNs}));
-    a.cables.at(portOfA) = b.cables.at(portOfB) = cables.back().get();
+    a.cables.at(portOfA) = b.cables.at(portOfB) =
+        std::make_shared<Cable>(Cable{{{{&a, portOfA}, {&b, portOfB}}}, delayNs});
     a.LinkChanged(portOfA, true);
     b.LinkChanged(portOfB, true);
 }
 
 void Network::Disconnect(Node& node, uint8_t port) {
-    Cable& cable = *node.cables.at(port);
-    cable.pluggedIn = false;
-    for (const Cable::End& end : cable.ends) end.node->cables[end.port] = nullptr;
-    for (const Cable::End& end : cable.ends) end.node->LinkChanged(end.port, false);
+    const std::shared_ptr<Cable> cable = node.cables.at(port);
+    cable->pluggedIn = false;
+    for (const Cable::End& end : cable->ends) end.node->cables[end.port] = nullptr;
+    for (const Cable::End& end : cable->ends) end.node->LinkChanged(end.port, false);
 }
 
 void Network::Send(Node& from, uint8_t port, std::span<const uint8_t> frame) {
-    const Cable* cable = from.cables.at(port);
+    const std::shared_ptr<const Cable> cable = from.cables.at(port);
     if (!cable || (filter && !filter(from, port, frame))) return;
     engine.At(clock.Ns() + cable->delayNs,
               [cable, to = cable->FarFrom(from, port), bytes = Bytes(frame.begin(), frame.end())] {

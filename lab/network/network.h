@@ -29,7 +29,7 @@ public:
 
 private:
     friend class Network;
-    std::array<Cable*, portCount> cables{};  // null: nothing is plugged in
+    std::array<std::shared_ptr<Cable>, portCount> cables;  // null: nothing is plugged in
 };
 
 // The time of a network as its nodes see it.
@@ -49,10 +49,9 @@ private:
 // Cables between the ports of nodes. Nothing moves but within Run.
 class Network {
 public:
-    Network();
+    Network() = default;
     Network(const Network&) = delete;
     Network& operator=(const Network&) = delete;
-    ~Network();
 
     Engine engine;
     const NetworkClock clock{engine};
@@ -79,7 +78,6 @@ private:
     void Refresh();
 
     std::vector<Node*> nodes;
-    std::vector<std::unique_ptr<Cable>> cables;  // those that were pulled out too
 };
 
 }  // namespace norvad::network
