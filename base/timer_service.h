@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/function.hpp>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <list>
@@ -45,6 +46,8 @@ public:
 
     void startAll();    // restarts every timer; called once before the first wait
     uint32_t runDue();  // fires what is due; returns the wait for poll in ms, 1..10000
+
+    size_t Running() const { return timers.size(); }  // how many do
 
     // The clock that the timers run on, for callers that measure intervals.
     timespec Monotonic() const { return clock.Monotonic(); }

@@ -40,6 +40,19 @@ TEST_F(Timers, AnEmptyListWaitsTenSeconds) {
     EXPECT_EQ(timers.runDue(), 10'000u);
 }
 
+TEST_F(Timers, AreCountedWhileTheyRun) {
+    Timer* const periodic = timers.addPeriodicTimer(100, 100, 0, Note(), 0);
+    timers.addTimer(50, Note(), 0);
+    EXPECT_EQ(timers.Running(), 2u);
+
+    clock.AdvanceMs(60);
+    timers.runDue();
+    EXPECT_EQ(timers.Running(), 1u);
+
+    timers.cancel(periodic);
+    EXPECT_EQ(timers.Running(), 0u);
+}
+
 TEST_F(Timers, TheWaitIsThatOfTheNextTimer) {
     timers.addTimer(700, Note(), 0);
     timers.addTimer(300, Note(), 0);
