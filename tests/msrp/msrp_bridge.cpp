@@ -17,7 +17,7 @@ void DecodeValues(const Bytes& frame, std::vector<std::string>& values) {
     while (frame.at(at) != 0) {
         const uint8_t type = frame[at];
         const uint8_t length = frame.at(at + 1);
-        const size_t end = at + 4 + BigEndianAt(frame, at + 2, 2) - 2;
+        const size_t end = at + 4 + static_cast<size_t>(BigEndianAt(frame, at + 2, 2)) - 2;
         at += 4;
         while (at < end) {
             const bool leaveAll = (frame.at(at) & 0x20) != 0;

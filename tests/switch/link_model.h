@@ -20,8 +20,8 @@ public:
         if (datagram.size() > 4096) datagram.resize(4096);
         up = down = false;
         for (size_t at = 0; at + 16 <= datagram.size();) {
-            const uint64_t length = Number(datagram, at, 4);
-            if (length < 16 || at + length > datagram.size()) return 0;
+            const auto length = static_cast<size_t>(Number(datagram, at, 4));
+            if (length < 16 || length > datagram.size() - at) return 0;
             const uint64_t type = Number(datagram, at + 4, 2);
             if (type == 3) return 0;
             if (type == 2) return -1;
@@ -63,7 +63,7 @@ private:
         bool named = false, other = false, markedUp = false, markedDown = false;
         uint32_t newLinks = portLinks, newState = operationalState;
         for (size_t at = 32; at + 4 <= message.size();) {
-            const uint64_t length = Number(message, at, 2);
+            const auto length = static_cast<size_t>(Number(message, at, 2));
             if (length < 4 || at + length > message.size()) break;
             const uint64_t type = Number(message, at + 2, 2);
             const Bytes value = Part(message, at + 4, length - 4);

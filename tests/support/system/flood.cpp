@@ -44,7 +44,7 @@ void Flood::Send(uint64_t count) {
     while (count > 0) {
         const auto batch = static_cast<unsigned>(std::min<uint64_t>(count, atOnce));
         for (unsigned n = 0; n < batch; ++n) {
-            const Bytes& frame = frames[(first + sent + n) % frames.size()];
+            const Bytes& frame = frames[static_cast<size_t>((first + sent + n) % frames.size())];
             parts[n] = {const_cast<uint8_t*>(frame.data()), frame.size()};
             messages[n].msg_hdr.msg_iov = &parts[n];
             messages[n].msg_hdr.msg_iovlen = 1;
