@@ -92,8 +92,13 @@ void MRP::ApplyToPort(uint8_t port, Event event) {
     ForEach(port, [&](MRPAttribute& attribute) { RunAttributeStateMachines(&attribute, port, event); });
 }
 
-void MRP::ApplyToType(uint8_t port, uint8_t type, Event event) {
-    ForEach(port, type, [&](MRPAttribute& attribute) { RunAttributeStateMachines(&attribute, port, event); });
+size_t MRP::ApplyToType(uint8_t port, uint8_t type, Event event) {
+    size_t reached = 0;
+    ForEach(port, type, [&](MRPAttribute& attribute) {
+        RunAttributeStateMachines(&attribute, port, event);
+        ++reached;
+    });
+    return reached;
 }
 
 void MRP::RequestTransmit(uint8_t port) {

@@ -54,9 +54,10 @@ public:
     // and Applicant; requests a transmission and calls Propagate, which may remove the attribute, as they ask.
     void RunAttributeStateMachines(MRPAttribute* attribute, uint8_t port, Event event);
 
-    // RunAttributeStateMachines for every attribute of the port, in list order, or for those of one type.
+    // RunAttributeStateMachines for every attribute of the port, in list order, or for those of one type, whose
+    // number is returned.
     void ApplyToPort(uint8_t port, Event event);
-    void ApplyToType(uint8_t port, uint8_t type, Event event);
+    size_t ApplyToType(uint8_t port, uint8_t type, Event event);
 
     // Calls visit(MRPAttribute&) for every attribute of the port, or for those of one type, in list order. visit may
     // insert attributes and remove any, the visited one too.

@@ -2,24 +2,23 @@
 
 #include <algorithm>
 #include <array>
-#include <bitset>
 
 #include "base/log.h"
 #include "base/wire.h"
+#include "mrp/received_leave_alls.h"
 #include "msrp/msrp_dump.h"
 #include "switch/ports.h"
 
 namespace norvad {
 namespace {
 
-// Where the values of a PDU go and where they came in. By type, whether its LeaveAll was taken: a LeaveAll goes over
-// all that the port has of the type, and in one PDU there is room for hundreds.
+// Where the values of a PDU go, where they came in, and how many may yet come.
 struct Reception {
     MSRPDB& database;
     const MacAddress& switchAddress;
     const uint8_t port;
     size_t valuesLeft;
-    std::bitset<DOMAIN + 1> leaveAllTaken{};
+    ReceivedLeaveAlls leaveAlls{};
 
     bool IsOwnStream(const StreamID& id) const {
         return std::equal(switchAddress.begin(), switchAddress.end(), id.begin());
@@ -137,8 +136,7 @@ void ReadVectors(Reception& to, uint8_t attributeLength, std::span<const uint8_t
     AttributeGetter vector(message, MessageLayout::WithListLength, Message::type == LISTENER_VECTOR);
     if (vector.HasLeaveAllNext()) {
         log(LogCategory::MSRP, 2, Message::leaveAll, to.port);
-        if (!to.leaveAllTaken[Message::type]) to.database.ApplyToType(to.port, Message::type, Event::RLA);
-        to.leaveAllTaken.set(Message::type);
+        to.leaveAlls.Apply(to.database, to.port, Message::type);
     }
     log(LogCategory::MSRP, 1, Message::onPort, to.port);
     while (vector.GetNext()) {

@@ -13,7 +13,7 @@ public:
     MSRPReceiver(MSRPDB& database, const MacAddress& switchAddress)
         : database(database), switchAddress(switchAddress) {}
 
-    // A PDU from its protocol version on. A message of an unknown type ends it. A type's LeaveAll counts once in it.
+    // A PDU from its protocol version on. A message of an unknown type ends it.
     void Receive(const ReceivedBytes& pdu);
 
 private:

@@ -22,7 +22,7 @@ constexpr size_t LeastMessageSize(uint8_t attributeLength) {
 // for one vector.
 void MVRPReceiver::Receive(const ReceivedBytes& pdu) {
     if (pdu.bytes.empty()) return;
-    leaveAllTaken = false;
+    ReceivedLeaveAlls leaveAlls;
     const uint8_t protocolVersion = pdu.bytes[0];
     auto messages = pdu.bytes.subspan(sizeof(protocolVersion));
     while (!messages.empty() && messages[0] != 0) {
@@ -34,7 +34,7 @@ void MVRPReceiver::Receive(const ReceivedBytes& pdu) {
         }
         size_t bytesRead = 0;
         if (header->attributeType == REGISTER_VLAN) {
-            bytesRead = ReadMessage(*header, {pdu.port, messages});
+            bytesRead = ReadMessage(*header, {pdu.port, messages}, leaveAlls);
         } else {
             log(LogCategory::MVRP, 0, "[SW-MVRP] unsupported attribute type %d\n", header->attributeType);
             // A later version of the protocol may have types that are not known here.
@@ -44,19 +44,18 @@ void MVRPReceiver::Receive(const ReceivedBytes& pdu) {
     }
 }
 
-size_t MVRPReceiver::ReadMessage(const MrpShortMessageHeader& header, const ReceivedBytes& message) {
-    if (header.attributeLength == sizeof(VlanFirstValue)) return ReadVlans(message);
+size_t MVRPReceiver::ReadMessage(const MrpShortMessageHeader& header, const ReceivedBytes& message,
+                                 ReceivedLeaveAlls& leaveAlls) {
+    if (header.attributeLength == sizeof(VlanFirstValue)) return ReadVlans(message, leaveAlls);
     log(LogCategory::MVRP, 0, "[SW-MVRP] REGISTER_VLAN illegal attribute_length %d\n", header.attributeLength);
     return 0;
 }
 
-size_t MVRPReceiver::ReadVlans(const ReceivedBytes& message) {
+size_t MVRPReceiver::ReadVlans(const ReceivedBytes& message, ReceivedLeaveAlls& leaveAlls) {
     AttributeGetter vector(message.bytes, MessageLayout::WithoutListLength, false);
     if (vector.HasLeaveAllNext()) {
         log(LogCategory::MVRP, 1, "[SW-MVRP] REGISTER_VLAN leave all on port %d\n", message.port);
-        // It goes over all VLANs of the port, and in one PDU there is room for hundreds.
-        if (!leaveAllTaken) database.ApplyToType(message.port, Vlan::attributeType, Event::RLA);
-        leaveAllTaken = true;
+        leaveAlls.Apply(database, message.port, Vlan::attributeType);
     }
     log(LogCategory::MVRP, 2, "[SW-MVRP] REGISTER_VLAN on port %d\n", message.port);
     bool hasValues = false;
