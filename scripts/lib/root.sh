@@ -53,7 +53,7 @@ InRoot() {
 
 # Namespaces in which this user is root over all files of a root: WorldOfRoots [OPTION OF unshare...] COMMAND...
 WorldOfRoots() {
-    local world=(--mount --pid --fork --kill-child)
+    local world=(--mount --pid --ipc --fork --kill-child)
     [ "$(id -u)" -eq 0 ] || world=(--map-root-user --map-auto "${world[@]}")
     unshare "${world[@]}" "$@"
 }
