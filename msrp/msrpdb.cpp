@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/memory.h"
 
 namespace norvad {
 namespace {
@@ -166,6 +167,7 @@ void MSRPDB::DeleteAttribute(MRPAttribute& attribute) {
     }
     if (attribute.type == DOMAIN) {
         domains.erase(DomainKey(static_cast<Domain&>(attribute).value, attribute.port));
+        GiveRoomBack(domains);
         return;
     }
     Forget(static_cast<StreamAttribute&>(attribute));

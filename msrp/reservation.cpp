@@ -1,5 +1,6 @@
 #include "msrp/reservation.h"
 
+#include "base/memory.h"
 #include "switch/i4_switch.h"
 
 namespace norvad {
@@ -43,7 +44,9 @@ void Reservations::Release(Listener& listener) {
 
     bridge.DisableMulticast(listener.port, reserved.vid, reserved.destination);
     bridge.SetBandwidth(listener.port, reserved.vid, total.bandwidth);
-    if (total.reservations == 0) totals.erase(found);
+    if (total.reservations > 0) return;
+    totals.erase(found);
+    GiveRoomBack(totals);
 }
 
 }  // namespace norvad

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/mac_address.h"
+#include "base/memory.h"
 #include "switch/ports.h"
 
 namespace norvad {
@@ -78,6 +79,8 @@ private:
             index[MembershipKey(entries[at])] = at;
         }
         entries.pop_back();
+        GiveRoomBack(entries);
+        GiveRoomBack(index);
     }
 
     std::vector<Entry> entries;
