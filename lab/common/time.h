@@ -33,6 +33,7 @@ public:
     static int64_t NowNs();                // of the reference
     static int64_t SystemNs();             // of the system clock
     int64_t FromSystem(int64_t systemNs);  // a stamp of the system clock
+    int64_t ToSystem(int64_t referenceNs) const { return referenceNs + distanceNs; }
 
 private:
     int64_t distanceNs;  // system clock less reference

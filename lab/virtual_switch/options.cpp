@@ -44,6 +44,8 @@ po::options_description Description(Options& options, Raw& raw) {
         "how much too fast the clock's oscillator is (0)")("clock-steer-exponent",
                                                            po::value(&options.steerExponent)->value_name("N"),
                                                            "one count of clock steering is 2^-N of frequency (38)")(
+        "clock-watch", po::value(&options.clockWatchMs)->value_name("MS"),
+        "tell every MS milliseconds how far the clock is off the system clock (0: never)")(
         "speed", po::value(&options.speed)->value_name("100|1000"), "Mbit/s of the external ports (1000)")(
         "no-stp", "spanning tree keeps the external ports closed to data")(
         "cut-ptp-trailer", po::value(&raw.cutTrailer)->value_name("PORT"),
@@ -72,6 +74,7 @@ void Check(const Options& options) {
     if (std::abs(int64_t{options.clockErrorPpb}) > 100'000'000) throw StartError("--clock-error is beyond 10 percent");
     if (options.steerExponent < 32 || options.steerExponent > 62)
         throw StartError("--clock-steer-exponent is 32 to 62");
+    if (options.clockWatchMs > 3'600'000) throw StartError("--clock-watch is beyond an hour");
 }
 
 void Apply(const Raw& raw, const po::variables_map& values, Options& options) {

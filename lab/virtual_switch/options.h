@@ -22,6 +22,7 @@ struct Options {
     int64_t clockOffsetNs = 0;     // of the hardware clock at start against the system clock
     int32_t clockErrorPpb = 0;
     unsigned steerExponent = 38;  // one count of steering is 2 to the minus this
+    unsigned clockWatchMs = 0;    // how often to tell how far the clock is off; 0: never
     unsigned speed = 1000;        // Mbit/s
     bool stp = true;
     std::string statusSocket;  // empty: none

@@ -58,6 +58,7 @@ VirtualSwitch::VirtualSwitch(const Options& options)
       signals(context, SIGTERM, SIGINT, SIGHUP),
       subscriberTimer(context),
       killTimer(context),
+      clockTimer(context),
       stamps{StampMapping(reference, InterfaceCardClock::Open(options.portInterfaces[0])),
              StampMapping(reference, InterfaceCardClock::Open(options.portInterfaces[1]))},
       ports{OpenPort(options.portInterfaces[0], stamps[0]), OpenPort(options.portInterfaces[1], stamps[1])},
@@ -97,6 +98,7 @@ int VirtualSwitch::Run() {
 
     AwaitSignal();
     AwaitSubscribers(0ms);
+    if (options.clockWatchMs > 0) WatchClock();
     while (daemonIsLeft) {
         context.run_one();
         FlushCaptures();
@@ -223,6 +225,15 @@ void VirtualSwitch::AwaitSubscribers(std::chrono::milliseconds wait) {
         const bool isStarting = std::chrono::steady_clock::now() - started < starting;
         AwaitSubscribers(isStarting ? startingCheck : subscriberCheck);
     });
+}
+
+// Stamps of the kernel are of the system clock, so a grandmaster that is stamped by it tells just that time.
+void VirtualSwitch::WatchClock() {
+    const auto referenceNs = ReferenceTime::NowNs();
+    const auto systemNs = static_cast<uint64_t>(reference.ToSystem(referenceNs));
+    events.Event(fmt::format("clock off by {} ns", static_cast<int64_t>(board.Clock().At(referenceNs) - systemNs)));
+    clockTimer.expires_after(std::chrono::milliseconds(options.clockWatchMs));
+    clockTimer.async_wait([this](const error_code&) { WatchClock(); });
 }
 
 void VirtualSwitch::Record(size_t capture, std::span<const uint8_t> frame, int64_t systemNs) {

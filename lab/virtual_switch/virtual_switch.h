@@ -54,6 +54,7 @@ private:
     void Stop(int signal);
     void AwaitKill();
     void AwaitSubscribers(std::chrono::milliseconds wait);
+    void WatchClock();
     void Record(size_t capture, std::span<const uint8_t> frame, int64_t systemNs);
     void FlushCaptures();
 
@@ -64,6 +65,7 @@ private:
     boost::asio::signal_set signals;  // held back before anything is made that must be removed again
     boost::asio::steady_timer subscriberTimer;
     boost::asio::steady_timer killTimer;
+    boost::asio::steady_timer clockTimer;
     BoardLinkSocket links;
     std::array<lab::StampMapping, externalPorts> stamps;
     std::array<lab::PacketPort, externalPorts> ports;

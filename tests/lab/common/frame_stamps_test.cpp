@@ -47,5 +47,12 @@ TEST_F(FrameStampsOfAPort, FrameThatNobodyStampedHasNoTime) {
     EXPECT_FALSE(byKernel.ToReference({.hardwareNs = 500}));  // of a clock that we cannot read
 }
 
+TEST(ReferenceTime, GivesBackTheStampThatItWasMappedFrom) {
+    ReferenceTime reference;
+    const int64_t systemNs = ReferenceTime::SystemNs();
+
+    EXPECT_EQ(reference.ToSystem(reference.FromSystem(systemNs)), systemNs);
+}
+
 }  // namespace
 }  // namespace norvad::lab

@@ -35,6 +35,7 @@ TEST(BoardOptions, WithoutMoreTheBoardIsAPlainGigabitOne) {
     EXPECT_TRUE(options.stp);
     EXPECT_EQ(options.clockErrorPpb, 0);
     EXPECT_EQ(options.steerExponent, 38u);
+    EXPECT_EQ(options.clockWatchMs, 0u);
     EXPECT_EQ(options.cutTrailerMask, 0);
 }
 
@@ -55,6 +56,8 @@ TEST(BoardOptions, EverythingCanBeSet) {
                                 "-50000",
                                 "--clock-steer-exponent",
                                 "40",
+                                "--clock-watch",
+                                "125",
                                 "--speed",
                                 "100",
                                 "--no-stp",
@@ -74,6 +77,7 @@ TEST(BoardOptions, EverythingCanBeSet) {
     EXPECT_EQ(options.clockOffsetNs, -1'000'000'000'000);
     EXPECT_EQ(options.clockErrorPpb, -50'000);
     EXPECT_EQ(options.steerExponent, 40u);
+    EXPECT_EQ(options.clockWatchMs, 125u);
     EXPECT_EQ(options.speed, 100u);
     EXPECT_FALSE(options.stp);
     EXPECT_EQ(options.statusSocket, "/tmp/s");
@@ -101,6 +105,7 @@ TEST(BoardOptions, WhatMakesNoSenseIsRefused) {
         {"--port0", "p0", "--port1", "p1", "--cut-ptp-trailer", "2", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--clock-error", "100000001", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--clock-steer-exponent", "31", "--", "d"},
+        {"--port0", "p0", "--port1", "p1", "--clock-watch", "3600001", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--cpu-address", "01:00:00:00:00:00", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--cpu-interface", "thirteenchars", "--", "d"},
     };
