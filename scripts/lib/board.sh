@@ -20,12 +20,14 @@ MakeWorld() {
 StartBoard() {
     Start board "$programs/norvad3-virtual-switch" --port0 port0 --port1 port1 --status-socket "$status_socket" \
         --cut-ptp-trailer 0 "$@" -- "$programs/norvad3" -n -i eth0
+    Gather
     Step board board 'daemon started process ([0-9]+)' \
         "a switch in software is up; the daemon norvad3 runs on it as process @1"
     # A daemon in the foreground leaves no note of itself, and without one a second start would not become its client.
     printf '%s' "$matched" >/tmp/norvad.pid
     Step link board 'port 0 link up' "port 0 of the switch has a link"
-    Step link board 'port 1 link up' "port 1 has one as well"
+    Step link board 'port 1 link up' "port 1 of the switch has a link"
+    InOrder
 }
 
 # Station NAME NETWORK OPTIONS...

@@ -30,18 +30,20 @@ StartVlanStations() {
     Station member talker --vlan "$vlan" --hold --no-pdelay
     AwaitKeptBack 1 'not a member' "$((rate / 2))"
     ! grep -q 'frames begin' "$logs/member" || Missing "no frame of VLAN $vlan reaches port 0 unasked" member board
-    Tell "$(Now)" switch "$back of them have come in, and none has left: nobody is in VLAN $vlan"
+    Tell "$(Now)" switch "$back of those frames have come in, and none has left: nobody is in VLAN $vlan"
 }
 
 JoinVlan() {
     MarkLogs
+    Gather
     kill -USR2 "${processes[member]}"
     Step member member "declares vlan $vlan" "a station on port 0 declares VLAN $vlan"
     Step driver board "vlan add port mask 0x01 vid $vlan" \
         "the daemon registers it and makes port 0 a member in the switch"
     Step MVRP sender "vlan $vlan registered" "the declaration has crossed the bridge to port 1"
     Step VLAN member "vlan $vlan from .* frames begin (vid $vlan)" "the first frame reaches port 0, tagged @1"
-    Step VLAN member "receiving vlan $vlan .* (9[0-9]|1[01][0-9]) frames/s" "@1 frames/s arrive"
+    InOrder
+    Step VLAN member "receiving vlan $vlan .* (9[0-9]|1[01][0-9]) frames/s" "@1 frames/s arrive at port 0"
 }
 
 LeaveVlan() {
@@ -49,8 +51,10 @@ LeaveVlan() {
     kill -USR1 "${processes[member]}"
     Step member member "withdraws vlan $vlan" "the station on port 0 leaves VLAN $vlan"
     Step driver board "vlan remove port mask 0x01 vid $vlan" "a second later the daemon takes port 0 out of it"
+    Gather
     Step MVRP sender "vlan $vlan withdrawn" "port 1 hears that nobody is in VLAN $vlan any more"
-    Step VLAN member "vlan $vlan from .* frames stopped" "no more frames arrive, though they are sent on"
+    Step VLAN member "vlan $vlan from .* frames stopped" "no more frames arrive at port 0, though they are sent on"
+    InOrder
 }
 
 ShowVlans() {
@@ -59,5 +63,5 @@ ShowVlans() {
     LeaveVlan
     End member
     End sender
-    Tell "$(Now)" member "both have ended; the member $(sed -n 's/.*: \(received .*\)/\1/p' "$logs/member")"
+    Tell "$(Now)" member "the member has ended, and the sender too; the member $(sed -n 's/.*: \(received .*\)/\1/p' "$logs/member")"
 }

@@ -4,6 +4,7 @@
 
 declare -A processes=() # by name, those that should be running
 declare -A marks=()     # by name, the first line that steps look at
+gathering=no gathered=() # lines that are not told yet
 bold='' plain='' red=''
 if [ -t 1 ]; then
     bold=$'\e[1m' plain=$'\e[0m' red=$'\e[31m'
@@ -21,13 +22,14 @@ Start() {
 
 Tail() {
     echo "--- the end of what the $1 said"
-    tail -n 15 "$logs/$1" | sed 's/^/    /'
+    sed '/ clock off by /d; s/^/    /' "$logs/$1" | tail -n 15
 }
 
 # Tells what went wrong, with the logs named behind, or all of them.
 Missing() {
     local what=$1 name
     shift
+    InOrder
     echo
     echo "${red}NOT SEEN:${plain} $what"
     [ $# -gt 0 ] || set -- "${!processes[@]}"
@@ -73,9 +75,21 @@ Now() {
 
 # How a line's event is told: its time, or this moment where it has none, a word for its subject, and a sentence.
 Tell() {
-    local time=${1:0:12}
+    local time=${1:0:12} line
     [[ $time =~ ^[0-9:.]{12}$ ]] || time=$(Now)
-    printf '%s  %s%-12s%s %s\n' "${time:0:8}.${time:9:3}" "$bold" "$2" "$plain" "$3"
+    printf -v line '%s  %s%-12s%s %s' "${time:0:8}.${time:9:3}" "$bold" "$2" "$plain" "$3"
+    if [ "$gathering" = yes ]; then gathered+=("$line"); else echo "$line"; fi
+}
+
+# What is told between Gather and InOrder comes in the order of its times: it happens at several programs, and may be
+# waited for in another order.
+Gather() {
+    gathering=yes
+}
+
+InOrder() {
+    [ ${#gathered[@]} -eq 0 ] || printf '%s\n' "${gathered[@]}" | sort --stable --key=1,1
+    gathering=no gathered=()
 }
 
 # Step SUBJECT NAME PATTERN SENTENCE: waits for the pattern in the log of NAME and tells it. Of the sentence, @1 is
