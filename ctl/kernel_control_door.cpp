@@ -1,0 +1,108 @@
+#include "ctl/kernel_control_door.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+#include "base/clock.h"
+#include "ctl/daemon_process.h"
+
+namespace norvad::ctl {
+
+namespace {
+
+FileDescriptor TakeEndSignals() {
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ending, signal);
+    sigprocmask(SIG_BLOCK, &ending, nullptr);
+    FileDescriptor signals(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (signals.Get() < 0) throw std::system_error(errno, std::generic_category(), "signalfd");
+    return signals;
+}
+
+}  // namespace
+
+KernelControlDoor::KernelControlDoor() : signals(TakeEndSignals()) {}
+
+KernelControlDoor::~KernelControlDoor() {
+    RemoveReplyQueue();
+}
+
+// A number behind the process id tells one's own queues from one another, and from those that a killed namesake left.
+void KernelControlDoor::RenewReplyQueue() {
+    constexpr int attempts = 64;
+    RemoveReplyQueue();
+    for (int attempt = 0; attempt < attempts && !replies.IsOpen(); ++attempt) {
+        const std::string name = "/norvadctl." + std::to_string(getpid()) + "." + std::to_string(++repliesMade);
+        replies = MessageQueue::Create(name, O_RDONLY | O_NONBLOCK, controlQueueMode,
+                                       {replyQueueDepth, sizeof(ControlMessage)});
+        if (replies.IsOpen()) {
+            replyName = name;
+        } else if (errno != EEXIST) {
+            break;
+        }
+    }
+    // The daemon may run as another user, whom the process's mask would shut out.
+    if (!replies.IsOpen() || !replies.Permit(controlQueueMode)) {
+        throw std::system_error(errno, std::generic_category(), "no message queue for the answer");
+    }
+}
+
+ControlDoor::Sending KernelControlDoor::Send(ControlMessage& request) {
+    requests = MessageQueue();
+    requests = MessageQueue::Open(requestQueueName, O_WRONLY | O_NONBLOCK);
+    if (!requests.IsOpen()) return errno == EACCES ? Sending::DENIED : Sending::ABSENT;
+    PutText(request.replyQueue, replyName);
+    return requests.Send(BytesOf(request), controlMessagePriority) ? Sending::SENT : Sending::FULL;
+}
+
+bool KernelControlDoor::RequestIsLost() const {
+    return !requests.IsLinked();
+}
+
+std::optional<ControlMessage> KernelControlDoor::Receive(uint64_t waitMs) {
+    if (!WaitFor(replies.Descriptor(), waitMs)) return {};
+    ControlMessage message{};
+    if (replies.Receive(BufferOf(message)) != static_cast<ssize_t>(sizeof message)) return {};
+    return message;
+}
+
+void KernelControlDoor::Pause(uint64_t ms) {
+    (void)WaitFor(-1, ms);
+}
+
+uint64_t KernelControlDoor::NowMs() const {
+    const timespec now = SystemClock().Monotonic();
+    return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1'000'000;
+}
+
+bool KernelControlDoor::DaemonIsRecorded() const {
+    return IsDaemonRecorded();
+}
+
+void KernelControlDoor::RemoveReplyQueue() {
+    if (!replyName.empty()) MessageQueue::Remove(replyName);
+    replyName.clear();
+    replies = MessageQueue();
+}
+
+// Whether the descriptor (-1: none) became readable within the time.
+bool KernelControlDoor::WaitFor(int descriptor, uint64_t ms) const {
+    std::array<pollfd, 2> set{{{signals.Get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
+    const int ready = poll(set.data(), set.size(), static_cast<int>(std::min<uint64_t>(ms, INT32_MAX)));
+    signalfd_siginfo signal{};
+    if (ready > 0 && set[0].revents != 0 && read(signals.Get(), &signal, sizeof signal) == sizeof signal) {
+        throw Interrupted{static_cast<int>(signal.ssi_signo)};
+    }
+    return ready > 0 && set[1].revents != 0;
+}
+
+}  // namespace norvad::ctl
