@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "ctl/model.h"
+
+namespace norvad::ctl {
+
+std::string IdText(Id id);                           // "02:00:00:00:00:a0:00:01"
+std::string AddressText(uint64_t address);           // "91:e0:f0:00:01:00"
+std::string ClockIdText(Id id);                      // "0x02544efffe440005", as the daemon writes clocks
+std::string Name(Declaration declaration);           // "ready failed"
+std::string Name(Registrar registrar);               // "IN"
+std::string MachinesText(const Machines& machines);  // "QA/IN"
+
+// A StreamID as a user may write it: 16 digits, colons and hyphens between them as he likes.
+std::optional<Id> ReadId(std::string_view text);
+
+// The text without what would command a terminal: anything but printable ASCII becomes '?'.
+std::string Printable(std::string_view text);
+
+}  // namespace norvad::ctl
