@@ -1,0 +1,98 @@
+#include "ctl/options.h"
+
+#include <boost/program_options.hpp>
+#include <charconv>
+#include <sstream>
+
+#include "ctl/text.h"
+
+namespace norvad::ctl {
+
+namespace po = boost::program_options;
+
+namespace {
+
+constexpr const char* usage =
+    "norvadctl: shows what a running norvad3 does.\n\n"
+    "  norvadctl                 clock, ports, streams and VLANs on one screen\n"
+    "  norvadctl ports           link, spanning tree, AS capability\n"
+    "  norvadctl streams         one row for each stream\n"
+    "  norvadctl vlans           one row for each VLAN\n"
+    "  norvadctl domains         the SR class domains\n"
+    "  norvadctl clock           state, grandmaster, offset, link delays, rates\n\n";
+
+po::options_description VisibleOptions() {
+    po::options_description description("Options");
+    auto option = description.add_options();
+    option("help,h", "show this");
+    option("port", po::value<std::string>(), "only what concerns that port");
+    option("stream", po::value<std::string>(), "only that stream: 16 digits, with or without colons");
+    option("count", "only how many there are");
+    option("limit", po::value<std::string>(), "at most so many rows");
+    option("offset", po::value<std::string>(), "leave out the first so many rows");
+    option("patience", po::value<std::string>(), "seconds to wait for each answer (5)");
+    return description;
+}
+
+// Digits and nothing else: a sign would become a huge number.
+uint64_t Number(const po::variables_map& values, const char* option, uint64_t largest) {
+    const auto& text = values[option].as<std::string>();
+    uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size() || number > largest) {
+        throw UsageError(std::string("--") + option + " wants a number from 0 to " + std::to_string(largest) +
+                         ", not '" + Printable(text) + "'");
+    }
+    return number;
+}
+
+Selection ReadSelection(const po::variables_map& values) {
+    constexpr uint64_t mostRows = 1'000'000'000;
+    Selection selection;
+    if (values.count("port")) selection.port = static_cast<unsigned>(Number(values, "port", portNumbers - 1));
+    if (values.count("limit")) selection.limit = Number(values, "limit", mostRows);
+    if (values.count("offset")) selection.offset = Number(values, "offset", mostRows);
+    if (values.count("stream")) {
+        selection.stream = ReadId(values["stream"].as<std::string>());
+        if (!selection.stream) throw UsageError("--stream wants a StreamID such as 02:00:00:00:00:a0:00:01");
+    }
+    return selection;
+}
+
+po::variables_map Parse(int argc, const char* const* argv) {
+    po::options_description all = VisibleOptions();
+    all.add_options()("words", po::value<std::vector<std::string>>());
+    po::positional_options_description words;
+    words.add("words", -1);
+    // A shortened option would change its meaning when another joins it.
+    const int style = po::command_line_style::default_style & ~po::command_line_style::allow_guessing;
+    po::variables_map values;
+    po::store(po::command_line_parser(argc, argv).options(all).positional(words).style(style).run(), values);
+    return values;
+}
+
+}  // namespace
+
+Options ReadOptions(int argc, const char* const* argv) {
+    constexpr uint64_t longestPatienceS = 86'400;
+    try {
+        const po::variables_map values = Parse(argc, argv);
+        Options options;
+        if (values.count("words")) options.words = values["words"].as<std::vector<std::string>>();
+        options.selection = ReadSelection(values);
+        options.help = values.count("help") > 0;
+        options.count = values.count("count") > 0;
+        if (values.count("patience")) options.patienceMs = Number(values, "patience", longestPatienceS) * 1000;
+        return options;
+    } catch (const po::error& error) {
+        throw UsageError(Printable(error.what()));
+    }
+}
+
+std::string HelpText() {
+    std::ostringstream text;
+    text << usage << VisibleOptions();
+    return text.str();
+}
+
+}  // namespace norvad::ctl

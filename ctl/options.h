@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "ctl/control_client.h"
+#include "ctl/selection.h"
+
+namespace norvad::ctl {
+
+// The command line makes no sense; what() says what is wrong with it.
+class UsageError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct Options {
+    std::vector<std::string> words;  // "streams"; none: the whole on one screen
+    Selection selection;
+    bool help = false;
+    bool count = false;
+    uint64_t patienceMs = ControlClient::defaultPatienceMs;
+};
+
+// Throws UsageError.
+Options ReadOptions(int argc, const char* const* argv);
+
+// What --help prints.
+std::string HelpText();
+
+}  // namespace norvad::ctl

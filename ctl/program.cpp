@@ -1,0 +1,118 @@
+#include "ctl/program.h"
+
+#include <ostream>
+
+#include "ctl/answers.h"
+#include "ctl/table.h"
+#include "ctl/text.h"
+#include "ctl/views.h"
+
+namespace norvad::ctl {
+
+namespace {
+
+constexpr size_t streamsOnScreen = 20;
+
+class Viewing {
+public:
+    Viewing(const Options& options, ControlClient& client, const Terminal& terminal)
+        : options(options), client(client), terminal(terminal) {}
+
+    void ShowPorts() { ShowList(Ports(), PortTable); }
+    void ShowStreams() { ShowList(Streams(), StreamTable); }
+    void ShowVlans() { ShowList(Vlans(), VlanTable); }
+    void ShowDomains() { ShowList(Domains(), DomainTable); }
+    void ShowClock() {
+        if (const auto clock = Time()) Show(ClockTable(*clock));
+    }
+    void ShowEverything();
+
+    // Says what was left out because it was not understood.
+    ExitStatus End() const;
+
+private:
+    template <typename Answer>
+    Answer Noted(Answer answer) {
+        notUnderstood.Add(answer.notUnderstood);
+        return answer;
+    }
+    std::vector<Port> Ports() { return Noted(ReadPorts(client.Ask("-s"))).ports; }
+    std::vector<Stream> Streams() { return GroupByStream(Noted(ReadStreams(client.Ask("-r")))); }
+    std::vector<Vlan> Vlans() { return Noted(ReadVlans(client.Ask("-v"))).vlans; }
+    std::vector<Domain> Domains() { return Noted(ReadDomains(client.Ask("-o"))).domains; }
+    std::optional<Clock> Time() { return Noted(ReadClock(client.Ask("-p"))).clock; }
+
+    void Show(const Table& table) { terminal.output << Render(table, terminal.colours); }
+
+    template <typename Item>
+    void ShowList(const std::vector<Item>& all, Table (*tabulate)(const std::vector<Item>&)) {
+        const auto items = Filter(options.selection, all);
+        if (options.count) {
+            terminal.output << items.size() << "\n";
+            return;
+        }
+        Show(tabulate(Page(options.selection, items)));
+    }
+
+    const Options& options;
+    ControlClient& client;
+    const Terminal& terminal;
+    NotUnderstood notUnderstood;
+};
+
+void Viewing::ShowEverything() {
+    const auto clock = Time();
+    const auto ports = Ports();
+    const auto streams = Streams();
+    const auto vlans = Vlans();
+    Selection first = options.selection;
+    if (first.limit == SIZE_MAX) first.limit = streamsOnScreen;
+
+    if (clock) terminal.output << ClockLine(*clock) << "\n\n";
+    Show(PortTable(Filter(options.selection, ports)));
+    const auto selected = Filter(first, streams);
+    const auto shown = Page(first, selected);
+    terminal.output << "\n" << selected.size() << " streams\n";
+    if (!shown.empty()) Show(StreamTable(shown));
+    if (shown.size() < selected.size()) {
+        terminal.output << "... and " << selected.size() - shown.size() << " more: norvadctl streams\n";
+    }
+    terminal.output << "\n";
+    Show(VlanTable(Filter(options.selection, vlans)));
+}
+
+ExitStatus Viewing::End() const {
+    if (notUnderstood.count == 0) return ExitStatus::DONE;
+    terminal.errors << "norvadctl: " << notUnderstood.count << " lines of the daemon's answer were not understood:\n";
+    for (const std::string& line : notUnderstood.lines) terminal.errors << "  " << Printable(line) << "\n";
+    return ExitStatus::FAILED;
+}
+
+struct View {
+    const char* name;
+    void (Viewing::*show)();
+};
+
+constexpr View views[] = {
+    {"ports", &Viewing::ShowPorts},     {"streams", &Viewing::ShowStreams}, {"vlans", &Viewing::ShowVlans},
+    {"domains", &Viewing::ShowDomains}, {"clock", &Viewing::ShowClock},
+};
+
+}  // namespace
+
+ExitStatus Run(const Options& options, ControlClient& client, const Terminal& terminal) {
+    Viewing viewing(options, client, terminal);
+    if (options.words.empty()) {
+        viewing.ShowEverything();
+        return viewing.End();
+    }
+    for (const View& view : views) {
+        if (options.words[0] != view.name) continue;
+        if (options.words.size() > 1) throw UsageError(options.words[0] + " takes no further words");
+        (viewing.*view.show)();
+        return viewing.End();
+    }
+    throw UsageError("there is no '" + Printable(options.words[0]) + "'; norvadctl --help lists what there is");
+}
+
+}  // namespace norvad::ctl

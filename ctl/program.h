@@ -1,0 +1,27 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "ctl/control_client.h"
+#include "ctl/options.h"
+
+namespace norvad::ctl {
+
+// Where the program writes.
+struct Terminal {
+    std::ostream& output;
+    std::ostream& errors;
+    bool colours;
+};
+
+enum class ExitStatus {
+    DONE = 0,
+    FAILED = 1,    // the daemon was asked and refuses, or what was waited for did not come
+    USAGE = 2,     // the command line makes no sense; nothing was sent
+    NO_ANSWER = 3  // no daemon, or none that answers this user in time
+};
+
+// Does what the words ask for. Throws UsageError, NoAnswer.
+ExitStatus Run(const Options& options, ControlClient& client, const Terminal& terminal);
+
+}  // namespace norvad::ctl

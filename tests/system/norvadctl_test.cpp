@@ -1,0 +1,132 @@
+#include <csignal>
+#include <regex>
+
+#include "tests/support/system/board_test.h"
+#include "tests/support/system/control_client.h"
+
+namespace norvad::test {
+namespace {
+
+// Whether that process's queue for the answer to its first question is there.
+bool HasQueue(pid_t process) {
+    return PeerQueue::Exists("/norvadctl." + std::to_string(process) + ".1");
+}
+
+struct Shown {
+    std::optional<int> status;
+    std::string output;
+    std::string errors;
+};
+
+Shown Norvadctl(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), NORVADCTL);
+    Process program(arguments);
+    const auto status = program.WaitForExit();
+    EXPECT_FALSE(HasQueue(program.Id()));
+    return {status, program.Output(), program.Errors()};
+}
+
+class Norvadctl : public BoardTest {
+protected:
+    // A stream from port 0 is reserved on port 1, and its declarations come again until norvadctl shows that.
+    bool ReserveAStream() {
+        MakeAsCapable(1);
+        return WaitFor([&] {
+            SendMsrp(0, {msrpTalker, mrpJoinIn, TalkerValue(Stream())});
+            SendMsrp(1, {msrpListener, mrpJoinIn, Stream().id, listenerReady});
+            return test::Norvadctl({"streams"}).output.find("port 1 ready") != std::string::npos;
+        });
+    }
+};
+
+TEST_F(Norvadctl, ShowsThePortsOfARunningBoard) {
+    StartBoard();
+
+    const Shown ports = test::Norvadctl({"ports"});
+
+    EXPECT_EQ(ports.status, 0) << ports.errors;
+    EXPECT_EQ(ports.output,
+              "PORT  LINK  STP  AS CAPABLE\n"
+              "0     up    up   no\n"
+              "1     up    up   no\n"
+              "CPU   down  -    -\n");
+    EXPECT_EQ(ports.errors, "");
+}
+
+TEST_F(Norvadctl, ShowsWhatIsReservedInOneRow) {
+    StartBoard();
+    ASSERT_TRUE(ReserveAStream()) << Log();
+
+    const Shown streams = test::Norvadctl({"streams", "--stream", "0200:0000:00a0:0001"});
+
+    EXPECT_EQ(streams.status, 0) << streams.errors;
+    const std::string row = R"(02:00:00:00:00:a0:00:01  91:e0:f0:00:01:00  \d+ ns  port 0  port 1 ready  port 1    )";
+    EXPECT_TRUE(std::regex_search(streams.output, std::regex("\n" + row))) << streams.output;
+    EXPECT_EQ(test::Norvadctl({"streams", "--count"}).output, "1\n");
+    EXPECT_EQ(test::Norvadctl({"streams", "--count", "--port", "5"}).output, "0\n");
+}
+
+TEST_F(Norvadctl, SaysWhyAStreamFailsAtAPortThatIsNotAsCapable) {
+    StartBoard();
+    SendMsrp(0, {msrpTalker, mrpNew, TalkerValue(Stream())});
+    ASSERT_TRUE(WaitForDeclared(1, msrpTalkerFailed, Stream().id)) << Log();
+
+    const Shown streams = test::Norvadctl({"streams"});
+
+    EXPECT_NE(streams.output.find("port 1: 8 Egress port is not AVB capable, bridge 80:00:"), std::string::npos)
+        << streams.output;
+}
+
+TEST_F(Norvadctl, UnderstandsEverythingThatTheDaemonSays) {
+    StartBoard();
+    ASSERT_TRUE(ReserveAStream()) << Log();
+
+    for (const char* view : {"ports", "streams", "vlans", "domains", "clock"}) {
+        const Shown shown = test::Norvadctl({view});
+        EXPECT_EQ(shown.status, 0) << view;
+        EXPECT_EQ(shown.errors, "") << view;
+    }
+    const Shown all = test::Norvadctl({});
+    EXPECT_EQ(all.status, 0);
+    EXPECT_EQ(all.errors, "");
+    EXPECT_NE(all.output.find("\n1 streams\n"), std::string::npos) << all.output;
+}
+
+class NorvadctlAlone : public DaemonTest {};
+
+TEST_F(NorvadctlAlone, SaysThatNoDaemonRuns) {
+    const Shown ports = Norvadctl({"ports"});
+
+    EXPECT_EQ(ports.status, 3);
+    EXPECT_EQ(ports.output, "");
+    EXPECT_EQ(ports.errors, "norvadctl: no daemon runs: there is no request queue /norvad.mq\n");
+}
+
+TEST_F(NorvadctlAlone, LeavesNoQueueBehindWhenItIsInterrupted) {
+    const PeerQueue requests = PeerQueue::Make(requestQueue, controlMessageSize);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        Process waiting({NORVADCTL, "ports", "--patience", "600"});
+        ASSERT_TRUE(WaitFor([&] { return HasQueue(waiting.Id()); }));
+        waiting.Signal(signal);
+
+        EXPECT_EQ(waiting.WaitForExit(), -signal);
+        EXPECT_FALSE(HasQueue(waiting.Id()));
+    }
+}
+
+TEST_F(NorvadctlAlone, IsAnsweredBesideManyOthers) {
+    StartAndWait({"-n"});
+    std::vector<std::unique_ptr<Process>> crowd;
+    for (int i = 0; i < 20; ++i) {
+        crowd.push_back(std::make_unique<Process>(std::vector<std::string>{NORVADCTL, "domains", "--patience", "60"}));
+    }
+
+    for (const auto& one : crowd) {
+        EXPECT_EQ(one->WaitForExit(), 0) << one->Errors();
+        EXPECT_EQ(one->Output(), crowd[0]->Output());
+        EXPECT_FALSE(HasQueue(one->Id()));
+    }
+}
+
+}  // namespace
+}  // namespace norvad::test
