@@ -25,6 +25,7 @@ po::options_description VisibleOptions() {
     po::options_description description("Options");
     auto option = description.add_options();
     option("help,h", "show this");
+    option("json", "as JSON, in the shape that norvadctl.schema.json describes");
     option("port", po::value<std::string>(), "only what concerns that port");
     option("stream", po::value<std::string>(), "only that stream: 16 digits, with or without colons");
     option("count", "only how many there are");
@@ -81,6 +82,7 @@ Options ReadOptions(int argc, const char* const* argv) {
         if (values.count("words")) options.words = values["words"].as<std::vector<std::string>>();
         options.selection = ReadSelection(values);
         options.help = values.count("help") > 0;
+        options.json = values.count("json") > 0;
         options.count = values.count("count") > 0;
         if (values.count("patience")) options.patienceMs = Number(values, "patience", longestPatienceS) * 1000;
         return options;

@@ -19,6 +19,7 @@ struct Options {
     std::vector<std::string> words;  // "streams"; none: the whole on one screen
     Selection selection;
     bool help = false;
+    bool json = false;
     bool count = false;
     uint64_t patienceMs = ControlClient::defaultPatienceMs;
 };

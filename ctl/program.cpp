@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "ctl/answers.h"
+#include "ctl/json_views.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
 #include "ctl/views.h"
@@ -12,23 +13,22 @@ namespace norvad::ctl {
 namespace {
 
 constexpr size_t streamsOnScreen = 20;
+constexpr int jsonVersion = 1;
 
 class Viewing {
 public:
     Viewing(const Options& options, ControlClient& client, const Terminal& terminal)
         : options(options), client(client), terminal(terminal) {}
 
-    void ShowPorts() { ShowList(Ports(), PortTable); }
-    void ShowStreams() { ShowList(Streams(), StreamTable); }
-    void ShowVlans() { ShowList(Vlans(), VlanTable); }
-    void ShowDomains() { ShowList(Domains(), DomainTable); }
-    void ShowClock() {
-        if (const auto clock = Time()) Show(ClockTable(*clock));
-    }
+    void ShowPorts() { ShowList("ports", Ports(), PortTable, PortsJson); }
+    void ShowStreams() { ShowList("streams", Streams(), StreamTable, StreamsJson); }
+    void ShowVlans() { ShowList("vlans", Vlans(), VlanTable, VlansJson); }
+    void ShowDomains() { ShowList("domains", Domains(), DomainTable, DomainsJson); }
+    void ShowClock();
     void ShowEverything();
 
     // Says what was left out because it was not understood.
-    ExitStatus End() const;
+    ExitStatus End();
 
 private:
     template <typename Answer>
@@ -45,20 +45,34 @@ private:
     void Show(const Table& table) { terminal.output << Render(table, terminal.colours); }
 
     template <typename Item>
-    void ShowList(const std::vector<Item>& all, Table (*tabulate)(const std::vector<Item>&)) {
+    void ShowList(const char* name, const std::vector<Item>& all, Table (*tabulate)(const std::vector<Item>&),
+                  Json (*describe)(const std::vector<Item>&)) {
         const auto items = Filter(options.selection, all);
-        if (options.count) {
+        if (options.json) {
+            document["count"] = items.size();
+            if (!options.count) document[name] = describe(Page(options.selection, items));
+        } else if (options.count) {
             terminal.output << items.size() << "\n";
-            return;
+        } else {
+            Show(tabulate(Page(options.selection, items)));
         }
-        Show(tabulate(Page(options.selection, items)));
     }
 
     const Options& options;
     ControlClient& client;
     const Terminal& terminal;
     NotUnderstood notUnderstood;
+    Json document = {{"version", jsonVersion}};
 };
+
+void Viewing::ShowClock() {
+    const auto clock = Time();
+    if (options.json) {
+        document["clock"] = clock ? ClockJson(*clock) : Json(nullptr);
+    } else if (clock) {
+        Show(ClockTable(*clock));
+    }
+}
 
 void Viewing::ShowEverything() {
     const auto clock = Time();
@@ -68,6 +82,13 @@ void Viewing::ShowEverything() {
     Selection first = options.selection;
     if (first.limit == SIZE_MAX) first.limit = streamsOnScreen;
 
+    if (options.json) {
+        document["clock"] = clock ? ClockJson(*clock) : Json(nullptr);
+        document["ports"] = PortsJson(Filter(options.selection, ports));
+        document["streams"] = StreamsJson(Page(options.selection, Filter(options.selection, streams)));
+        document["vlans"] = VlansJson(Filter(options.selection, vlans));
+        return;
+    }
     if (clock) terminal.output << ClockLine(*clock) << "\n\n";
     Show(PortTable(Filter(options.selection, ports)));
     const auto selected = Filter(first, streams);
@@ -81,7 +102,11 @@ void Viewing::ShowEverything() {
     Show(VlanTable(Filter(options.selection, vlans)));
 }
 
-ExitStatus Viewing::End() const {
+ExitStatus Viewing::End() {
+    if (options.json) {
+        document["notUnderstood"] = NotUnderstoodJson(notUnderstood);
+        terminal.output << document.dump() << "\n";
+    }
     if (notUnderstood.count == 0) return ExitStatus::DONE;
     terminal.errors << "norvadctl: " << notUnderstood.count << " lines of the daemon's answer were not understood:\n";
     for (const std::string& line : notUnderstood.lines) terminal.errors << "  " << Printable(line) << "\n";

@@ -85,6 +85,8 @@ TEST_F(Norvadctl, UnderstandsEverythingThatTheDaemonSays) {
         const Shown shown = test::Norvadctl({view});
         EXPECT_EQ(shown.status, 0) << view;
         EXPECT_EQ(shown.errors, "") << view;
+        const Shown json = test::Norvadctl({view, "--json"});
+        EXPECT_NE(json.output.find(R"("notUnderstood":{"count":0,"lines":[]}})"), std::string::npos) << json.output;
     }
     const Shown all = test::Norvadctl({});
     EXPECT_EQ(all.status, 0);
