@@ -1,6 +1,9 @@
 # shellcheck shell=bash
 # A private world for the programs of the lab: a /tmp of its own, and networks joined by virtual cables.
 
+# Where ptp4l and lldpd are; an ordinary user's path does not lead there.
+PATH=$PATH:/usr/sbin:/sbin
+
 # Keeps the directories named, where they are below /tmp, and hides everything else there.
 PrivateTemporaryDirectory() {
     local directory descriptor
