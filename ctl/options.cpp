@@ -13,13 +13,18 @@ namespace po = boost::program_options;
 namespace {
 
 constexpr const char* usage =
-    "norvadctl: shows what a running norvad3 does.\n\n"
+    "norvadctl: shows what a running norvad3 does, and tells it what to do.\n\n"
     "  norvadctl                 clock, ports, streams and VLANs on one screen\n"
     "  norvadctl ports           link, spanning tree, AS capability\n"
     "  norvadctl streams         one row for each stream\n"
     "  norvadctl vlans           one row for each VLAN\n"
     "  norvadctl domains         the SR class domains\n"
-    "  norvadctl clock           state, grandmaster, offset, link delays, rates\n\n";
+    "  norvadctl clock           state, grandmaster, offset, link delays, rates\n\n"
+    "  norvadctl log CATEGORY LEVEL     what the daemon logs: socket, mrp, msrp, mvrp, ptp, ioctl; 0 to 9\n"
+    "  norvadctl priority N             gPTP priority1, 0 to 255\n"
+    "  norvadctl window running|growing how rate ratios are measured\n"
+    "  norvadctl force none|PORT...     AS capability by hand\n"
+    "  norvadctl egress PORT PERCENT    limit of traffic class 2, 2 to 99\n\n";
 
 po::options_description VisibleOptions() {
     po::options_description description("Options");

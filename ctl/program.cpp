@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "ctl/answers.h"
+#include "ctl/commands.h"
 #include "ctl/json_views.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
@@ -123,9 +124,18 @@ constexpr View views[] = {
     {"domains", &Viewing::ShowDomains}, {"clock", &Viewing::ShowClock},
 };
 
+// The daemon says OK, or what it did not like.
+ExitStatus Carry(const std::string& request, ControlClient& client, const Terminal& terminal) {
+    const std::string answer = client.Command(request);
+    if (answer == "OK") return ExitStatus::DONE;
+    terminal.errors << "norvadctl: the daemon answers: " << Printable(answer) << "\n";
+    return ExitStatus::FAILED;
+}
+
 }  // namespace
 
 ExitStatus Run(const Options& options, ControlClient& client, const Terminal& terminal) {
+    if (const auto request = RequestFor(options.words)) return Carry(*request, client, terminal);
     Viewing viewing(options, client, terminal);
     if (options.words.empty()) {
         viewing.ShowEverything();

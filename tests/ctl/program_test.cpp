@@ -106,6 +106,16 @@ TEST_F(Program, AsksNothingWhenTheWordsMakeNoSense) {
     EXPECT_TRUE(door.taken.empty());
 }
 
+TEST_F(Program, CarriesACommandAndSaysWhatTheDaemonDidNotLike) {
+    answers["norvadctl -m 5 "] = "OK";
+    answers["norvadctl -w 1 "] = "something\nelse";
+
+    EXPECT_EQ(Run({"priority", "5"}), ExitStatus::DONE);
+    EXPECT_EQ(output.str() + errors.str(), "");
+    EXPECT_EQ(Run({"window", "growing"}), ExitStatus::FAILED);
+    EXPECT_EQ(errors.str(), "norvadctl: the daemon answers: something?else\n");
+}
+
 TEST_F(Program, PrintsJsonThatTheSchemaDescribes) {
     const std::vector<const char*> views[] = {
         {"--json"},
