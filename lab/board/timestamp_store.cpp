@@ -24,6 +24,17 @@ void TimestampStore::Keep(const StampKey& key, uint64_t value, int64_t reference
         stamp.vainQueries = fault.queries;
     }
     stamps.insert_or_assign(PlaceOf(key), stamp);
+    taken.push_back({PlaceOf(key), referenceNs});
+    ForgetTooOld(referenceNs);
+}
+
+// Of those that nobody asks for.
+void TimestampStore::ForgetTooOld(int64_t referenceNs) {
+    while (!taken.empty() && referenceNs - taken.front().referenceNs > maximumAgeNs) {
+        const auto found = stamps.find(taken.front().place);
+        if (found != stamps.end() && found->second.referenceNs == taken.front().referenceNs) stamps.erase(found);
+        taken.pop_front();
+    }
 }
 
 std::optional<uint64_t> TimestampStore::Take(const StampKey& key, int64_t referenceNs) {

@@ -4,6 +4,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 
@@ -33,6 +34,8 @@ public:
     // Hands the stamp out, once. Nothing when there is none, or none yet.
     std::optional<uint64_t> Take(const StampKey& key, int64_t referenceNs);
 
+    size_t Size() const { return stamps.size(); }
+
     // The next count stamps of that port and direction are never kept.
     void LoseNext(Direction direction, uint8_t port, uint32_t count);
 
@@ -52,10 +55,17 @@ private:
         uint32_t queries = 0;
     };
 
+    struct Taken {
+        StampKey place;
+        int64_t referenceNs;
+    };
+
     static constexpr size_t ports = 8;
     Fault& FaultOf(Direction direction, uint8_t port);
+    void ForgetTooOld(int64_t referenceNs);
 
     std::map<StampKey, Stamp> stamps;  // by place
+    std::deque<Taken> taken;           // in the last ten seconds, the oldest in front; most are asked for and gone
     std::array<Fault, 2 * ports> faults;
 };
 

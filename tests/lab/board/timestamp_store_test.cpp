@@ -45,6 +45,21 @@ TEST(TimestampStore, StampAgesOutBeyondTenSeconds) {
     EXPECT_FALSE(store.Take(key, 0));
 }
 
+// What the daemon never asks for was kept until its place was taken by another, 1,024 stamps later.
+TEST(TimestampStore, ForgetsWhatNobodyAsksForWhenItIsTooOld) {
+    TimestampStore store;
+    for (uint16_t sequence = 0; sequence < 100; ++sequence) {
+        store.Keep({Direction::RECEIVE, 0, 0, sequence}, sequence, 0);
+    }
+    store.Keep(key, 42, TimestampStore::maximumAgeNs);
+    EXPECT_EQ(store.Size(), 101u);
+
+    store.Keep({Direction::TRANSMIT, 1, 2, 8}, 43, TimestampStore::maximumAgeNs + 1);
+
+    EXPECT_EQ(store.Size(), 2u);
+    EXPECT_EQ(store.Take(key, TimestampStore::maximumAgeNs + 1), 42u);
+}
+
 TEST(TimestampStore, OfTooManyStampsGivesUpTheOldest) {
     TimestampStore store;
     for (uint16_t sequence = 0; sequence <= TimestampStore::capacity; ++sequence) {
