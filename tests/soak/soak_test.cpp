@@ -15,7 +15,7 @@ constexpr uint64_t dayMs = 24 * 60 * minuteMs;
 // Measured against the end of the first hour. What is held in rows and tables grows to the largest crowd seen so far
 // and may stay so, and some frame or other is always under way. Anything that were kept for each trouble, of which a
 // day has some 1,400, would be beyond it within days.
-constexpr int64_t tolerableBytes = 64 * 1024;
+constexpr int64_t tolerableBytes = 16 * 1024;
 
 int Days() {
     const char* const days = std::getenv("NORVAD_SOAK_DAYS");
