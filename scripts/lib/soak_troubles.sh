@@ -34,6 +34,8 @@ Padded() {
     echo "${bytes[*]}"
 }
 
+# ptp4l hears what leaves by its own interface: a flood of Pdelay_Req from there it answers itself, request by request, and
+# so falls behind with those of the bridge, which finds port 0 no longer AS capable meanwhile.
 FloodWithFrames() {
     local kind=${floods[RANDOM % ${#floods[@]}]} side=${sides[RANDOM % 2]} rate=$((500 * (1 + RANDOM % 6))) time=$((5 + RANDOM % 6))
     Enter "flood of $kind"

@@ -60,9 +60,11 @@ Look() {
         return
     fi
     whole_since=
+    local seen="$streams streams reserved, ${ports:-unknown} ports AS capable"
+    echo "$(Now) $phase: $seen" >>"$logs/not_whole"
     [ "$phase" = quiet ] || return 0
-    lost+=("$streams streams reserved, ${ports:-unknown} ports AS capable")
-    Tell "" LOST "${lost[-1]}"
+    lost+=("$seen")
+    Tell "" LOST "$seen"
 }
 
 # WatchUntil SECOND: once a second. Where the machine has held up this script for more than two seconds it has held up the
