@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "ctl/answers.h"
+#include "ctl/bridge_reader.h"
 #include "ctl/commands.h"
 #include "ctl/json_views.h"
 #include "ctl/table.h"
@@ -19,12 +19,12 @@ constexpr int jsonVersion = 1;
 class Viewing {
 public:
     Viewing(const Options& options, ControlClient& client, const Terminal& terminal)
-        : options(options), client(client), terminal(terminal) {}
+        : options(options), bridge(client), terminal(terminal) {}
 
-    void ShowPorts() { ShowList("ports", Ports(), PortTable, PortsJson); }
-    void ShowStreams() { ShowList("streams", Streams(), StreamTable, StreamsJson); }
-    void ShowVlans() { ShowList("vlans", Vlans(), VlanTable, VlansJson); }
-    void ShowDomains() { ShowList("domains", Domains(), DomainTable, DomainsJson); }
+    void ShowPorts() { ShowList("ports", bridge.Ports(), PortTable, PortsJson); }
+    void ShowStreams() { ShowList("streams", bridge.Streams(), StreamTable, StreamsJson); }
+    void ShowVlans() { ShowList("vlans", bridge.Vlans(), VlanTable, VlansJson); }
+    void ShowDomains() { ShowList("domains", bridge.Domains(), DomainTable, DomainsJson); }
     void ShowClock();
     void ShowEverything();
 
@@ -32,17 +32,6 @@ public:
     ExitStatus End();
 
 private:
-    template <typename Answer>
-    Answer Noted(Answer answer) {
-        notUnderstood.Add(answer.notUnderstood);
-        return answer;
-    }
-    std::vector<Port> Ports() { return Noted(ReadPorts(client.Ask("-s"))).ports; }
-    std::vector<Stream> Streams() { return GroupByStream(Noted(ReadStreams(client.Ask("-r")))); }
-    std::vector<Vlan> Vlans() { return Noted(ReadVlans(client.Ask("-v"))).vlans; }
-    std::vector<Domain> Domains() { return Noted(ReadDomains(client.Ask("-o"))).domains; }
-    std::optional<Clock> Time() { return Noted(ReadClock(client.Ask("-p"))).clock; }
-
     void Show(const Table& table) { terminal.output << Render(table, terminal.colours); }
 
     template <typename Item>
@@ -60,14 +49,13 @@ private:
     }
 
     const Options& options;
-    ControlClient& client;
+    BridgeReader bridge;
     const Terminal& terminal;
-    NotUnderstood notUnderstood;
     Json document = {{"version", jsonVersion}};
 };
 
 void Viewing::ShowClock() {
-    const auto clock = Time();
+    const auto clock = bridge.Time();
     if (options.json) {
         document["clock"] = clock ? ClockJson(*clock) : Json(nullptr);
     } else if (clock) {
@@ -76,10 +64,10 @@ void Viewing::ShowClock() {
 }
 
 void Viewing::ShowEverything() {
-    const auto clock = Time();
-    const auto ports = Ports();
-    const auto streams = Streams();
-    const auto vlans = Vlans();
+    const auto clock = bridge.Time();
+    const auto ports = bridge.Ports();
+    const auto streams = bridge.Streams();
+    const auto vlans = bridge.Vlans();
     Selection first = options.selection;
     if (first.limit == SIZE_MAX) first.limit = streamsOnScreen;
 
@@ -104,6 +92,7 @@ void Viewing::ShowEverything() {
 }
 
 ExitStatus Viewing::End() {
+    const NotUnderstood& notUnderstood = bridge.LinesNotUnderstood();
     if (options.json) {
         document["notUnderstood"] = NotUnderstoodJson(notUnderstood);
         terminal.output << document.dump() << "\n";
