@@ -89,6 +89,13 @@ void Board::SetLink(uint8_t port, const PortLink& link) {
     links[port] = link;
 }
 
+void Board::FlushTables() {
+    tables.multicasts.Clear();
+    tables.vlans.Clear();
+    tables.limits.ForgetReservations();
+    stamps.Clear();
+}
+
 void Board::Forward(uint8_t port, std::span<const uint8_t> frame, const FrameFields& fields, int64_t referenceNs) {
     if (fields.destination == config.cpuAddress) return Trap(port, frame);
     if (IsGroupAddress(fields.destination)) {

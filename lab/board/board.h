@@ -59,6 +59,10 @@ public:
 
     void SetLink(uint8_t port, const PortLink& link);
 
+    // The CPU interface went down: what the daemon programmed and the stamps that wait for it are forgotten, so that no
+    // stream flows for a daemon that is no more. The clock runs on as it was last steered.
+    void FlushTables();
+
     uint8_t ExternalPorts() const { return config.externalPorts; }
     const LinkTable& Links() const { return links; }
     const PortCounters& Counters(uint8_t port) const { return counters.at(port); }

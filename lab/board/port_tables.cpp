@@ -13,6 +13,12 @@ uint64_t TableKey(uint16_t vid, const MacAddress& address) {
     return key;
 }
 
+// Of parameter 2 the small limits are percentages of traffic class 2, all others totals of a VLAN's reservations in
+// bytes per second, of which the smallest stream has more.
+bool IsPercentage(uint32_t parameter, int32_t limit) {
+    return parameter == 2 && limit >= 1 && limit <= 100;
+}
+
 }  // namespace
 
 void VlanTable::Add(uint16_t vid, uint8_t portMask) {
@@ -74,6 +80,10 @@ bool EgressLimits::Set(uint8_t port, uint32_t parameter, int32_t limit) {
     if (found == limits.end() && limits.size() >= capacity) return false;
     limits[{port, parameter}] = limit;
     return true;
+}
+
+void EgressLimits::ForgetReservations() {
+    std::erase_if(limits, [](const auto& entry) { return !IsPercentage(entry.first.second, entry.second); });
 }
 
 std::optional<int32_t> EgressLimits::Find(uint8_t port, uint32_t parameter) const {

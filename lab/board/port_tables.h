@@ -23,6 +23,8 @@ public:
 
     uint8_t Members(uint16_t vid) const;
 
+    void Clear() { members.fill(0); }
+
     // VLANs that have members, by VLAN id.
     std::vector<std::pair<uint16_t, uint8_t>> Entries() const;
 
@@ -80,6 +82,8 @@ public:
     // An entry goes with its last port.
     void Remove(uint16_t vid, const MacAddress& address, uint8_t portMask);
 
+    void Clear() { entries.clear(); }
+
     // Null for an address without entry.
     MulticastEntry* Find(uint16_t vid, const MacAddress& address);
 
@@ -100,6 +104,9 @@ public:
 
     // False when the table is full.
     bool Set(uint8_t port, uint32_t parameter, int32_t limit);
+
+    // Limits in percent of the link stay: an operator set them.
+    void ForgetReservations();
 
     std::optional<int32_t> Find(uint8_t port, uint32_t parameter) const;
     const std::map<Key, int32_t>& Entries() const { return limits; }

@@ -52,6 +52,11 @@ std::optional<uint64_t> TimestampStore::Take(const StampKey& key, int64_t refere
     return value;
 }
 
+void TimestampStore::Clear() {
+    stamps.clear();
+    taken.clear();
+}
+
 void TimestampStore::LoseNext(Direction direction, uint8_t port, uint32_t count) {
     FaultOf(direction, port).lose = count;
 }

@@ -36,6 +36,8 @@ public:
 
     size_t Size() const { return stamps.size(); }
 
+    void Clear();
+
     // The next count stamps of that port and direction are never kept.
     void LoseNext(Direction direction, uint8_t port, uint32_t count);
 

@@ -3,6 +3,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <functional>
+#include <memory>
 
 namespace norvad::lab {
 
@@ -21,7 +22,7 @@ private:
     void Await();
 
     boost::asio::posix::stream_descriptor descriptor;
-    Serve serve;
+    std::shared_ptr<Serve> serve;  // a completion that is on its way when this ends does not find it
 };
 
 }  // namespace norvad::lab

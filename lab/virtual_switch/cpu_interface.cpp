@@ -1,5 +1,7 @@
 #include "lab/virtual_switch/cpu_interface.h"
 
+#include <net/if.h>
+
 #include <cerrno>
 #include <fstream>
 
@@ -34,6 +36,7 @@ CpuInterface::CpuInterface(BoardLinkSocket& links, const std::string& name, std:
     if (error != 0) ThrowErrno("cannot make interface " + name, error);
     BringUp(links, name);
     address = InterfaceAddress(name);
+    index = static_cast<int>(if_nametoindex(name.c_str()));
 
     const WithinNetwork inside(network);
     BoardLinkSocket linksInside;

@@ -23,12 +23,14 @@ public:
     const std::string& Name() const { return name; }
     lab::PacketPort OpenSwitchEnd() const;
     const MacAddress& Address() const { return address; }
+    int Index() const { return index; }
 
 private:
     BoardLinkSocket& links;
     std::string name;
     NetworkNamespace network;  // of the switch's end
     MacAddress address{};
+    int index = 0;
 };
 
 }  // namespace norvad::board

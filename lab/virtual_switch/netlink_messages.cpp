@@ -116,9 +116,9 @@ std::vector<LinkChange> ParseLinkChanges(std::span<const uint8_t> datagram) {
         if (message->nlmsg_type != RTM_NEWLINK && message->nlmsg_type != RTM_DELLINK) continue;
         const auto* const link = Payload<ifinfomsg>(message);
         if (link == nullptr || link->ifi_family == AF_BRIDGE) continue;
-        constexpr unsigned running = IFF_UP | IFF_LOWER_UP;
-        const bool isNew = message->nlmsg_type == RTM_NEWLINK;
-        changes.push_back({link->ifi_index, isNew && (link->ifi_flags & running) == running});
+        const unsigned flags = message->nlmsg_type == RTM_NEWLINK ? link->ifi_flags : 0;
+        const bool on = (flags & IFF_UP) != 0;
+        changes.push_back({link->ifi_index, on, on && (flags & IFF_LOWER_UP) != 0});
     }
     return changes;
 }

@@ -33,7 +33,8 @@ NetlinkBytes PortLinkReport(const std::string& cpuInterface, uint32_t value);
 // What a link message says of an interface.
 struct LinkChange {
     int index;
-    bool up;  // switched on and with carrier
+    bool on;  // switched on
+    bool up;  // and with carrier
 };
 
 // The link messages of a datagram, those of the bridge family left out; a removed interface is one without link.

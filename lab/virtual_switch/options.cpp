@@ -53,6 +53,8 @@ po::options_description Description(Options& options, Raw& raw) {
         "status-socket", po::value(&options.statusSocket)->value_name("PATH"),
         "serve tables and counters on this local socket")("status", po::value(&options.askStatusOf)->value_name("PATH"),
                                                           "print the tables of a running board")(
+        "restart", po::value<unsigned>()->value_name("MS"),
+        "survive the daemon: start it again MS milliseconds after its end, on the board as it is")(
         "quiet", "print no event lines");
     return description;
 }
@@ -75,12 +77,14 @@ void Check(const Options& options) {
     if (options.steerExponent < 32 || options.steerExponent > 62)
         throw StartError("--clock-steer-exponent is 32 to 62");
     if (options.clockWatchMs > 3'600'000) throw StartError("--clock-watch is beyond an hour");
+    if (options.restartMs > 3'600'000) throw StartError("--restart is beyond an hour");
 }
 
 void Apply(const Raw& raw, const po::variables_map& values, Options& options) {
     options.help = values.count("help") > 0;
     options.quiet = values.count("quiet") > 0;
     options.stp = values.count("no-stp") == 0;
+    if (values.count("restart") > 0) options.restartMs = values["restart"].as<unsigned>();
     for (const auto port : raw.cutTrailer) {
         if (port >= externalPorts) throw StartError("--cut-ptp-trailer names port " + std::to_string(port));
         options.cutTrailerMask = static_cast<uint8_t>(options.cutTrailerMask | 1U << port);

@@ -27,6 +27,7 @@ struct Options {
     bool stp = true;
     std::string statusSocket;  // empty: none
     bool quiet = false;
+    std::optional<unsigned> restartMs;  // after how long an ended daemon is started again; never without
     uint8_t cutTrailerMask = 0;
     std::vector<std::string> daemon;  // with its arguments
 

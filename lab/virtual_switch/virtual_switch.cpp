@@ -58,6 +58,7 @@ VirtualSwitch::VirtualSwitch(const Options& options)
       signals(context, SIGTERM, SIGINT, SIGHUP),
       subscriberTimer(context),
       killTimer(context),
+      restartTimer(context),
       clockTimer(context),
       stamps{StampMapping(reference, InterfaceCardClock::Open(options.portInterfaces[0])),
              StampMapping(reference, InterfaceCardClock::Open(options.portInterfaces[1]))},
@@ -88,23 +89,27 @@ int VirtualSwitch::Run() {
     Watch(links.Descriptor(), [this] { ServeLinks(); });
     for (const auto& name : options.portInterfaces) links.Query(name);
 
+    StartDaemon();
+    AwaitSignal();
+    AwaitSubscribers(0ms);
+    if (options.clockWatchMs > 0) WatchClock();
+    while (daemonIsLeft || (options.restartMs && !isEnding)) {
+        context.run_one();
+        FlushCaptures();
+    }
+    return daemon->ExitStatus().value_or(0);
+}
+
+void VirtualSwitch::StartDaemon() {
+    requests.reset();
     daemon.emplace(options.daemon);
+    daemonIsLeft = true;
     gate = DriverGate(daemon->TakeListener(), cpuInterface.Name());
-    watches.emplace_back(context, gate.Descriptor(), [this] {
+    requests.emplace(context, gate.Descriptor(), [this] {
         return gate.Serve([this](std::span<uint8_t> record) { return AnswerRequest(record); });
     });
     started = std::chrono::steady_clock::now();
     events.Event(fmt::format("daemon started process {}", daemon->Id()));
-
-    AwaitSignal();
-    AwaitSubscribers(0ms);
-    if (options.clockWatchMs > 0) WatchClock();
-    while (daemonIsLeft) {
-        context.run_one();
-        FlushCaptures();
-    }
-    events.Event(fmt::format("daemon ended with status {}", daemon->ExitStatus().value_or(0)));
-    return daemon->ExitStatus().value_or(0);
 }
 
 void VirtualSwitch::Watch(int descriptor, const std::function<void()>& serve) {
@@ -182,26 +187,53 @@ bool VirtualSwitch::SendToCpu(std::span<const uint8_t> frame) {
 void VirtualSwitch::ServeLinks() {
     for (const auto& change : links.Changes()) {
         for (uint8_t port = 0; port < externalPorts; ++port) {
-            if (change.index != ports[port].InterfaceIndex() || change.up == board.Links()[port].up) continue;
-            const auto speed = options.speed == 1000 ? PortLink::gigabit : PortLink::fast;
-            board.SetLink(port, {change.up, options.stp, speed});
-            events.Event(fmt::format("port {} link {}", port, change.up ? "up" : "down"));
-            ReportLinks();
+            if (change.index == ports[port].InterfaceIndex()) PortLinkChanged(port, change.up);
         }
+        if (change.index == cpuInterface.Index()) CpuLinkChanged(change.on);
     }
 }
 
+void VirtualSwitch::PortLinkChanged(uint8_t port, bool up) {
+    if (up == board.Links()[port].up) return;
+    const auto speed = options.speed == 1000 ? PortLink::gigabit : PortLink::fast;
+    board.SetLink(port, {up, options.stp, speed});
+    events.Event(fmt::format("port {} link {}", port, up ? "up" : "down"));
+    ReportLinks();
+}
+
+void VirtualSwitch::CpuLinkChanged(bool on) {
+    if (on == std::exchange(cpuIsOn, on)) return;
+    events.Event(on ? "CPU interface up" : "CPU interface down, tables flushed");
+    if (!on) board.FlushTables();
+    ReportLinks();
+}
+
+// While its CPU interface is down a driver has no links to report.
 void VirtualSwitch::ReportLinks() {
-    links.Report(PortLinkReport(cpuInterface.Name(), board.Links().Value()));
+    links.Report(PortLinkReport(cpuInterface.Name(), cpuIsOn ? board.Links().Value() : 0));
 }
 
 void VirtualSwitch::AwaitSignal() {
     signals.async_wait([this](const error_code&, int signal) {
         if (signal != SIGCHLD) Stop(signal);
+        const bool wasLeft = daemonIsLeft;
         daemonIsLeft = daemon->Reap();
         // A child that ends leaves us its own children, who have heard nothing yet.
         if (daemonIsLeft && isEnding) daemon->Signal(SIGTERM);
+        if (wasLeft && !daemonIsLeft) DaemonEnded();
         AwaitSignal();
+    });
+}
+
+void VirtualSwitch::DaemonEnded() {
+    events.Event(fmt::format("daemon ended with status {}", daemon->ExitStatus().value_or(0)));
+    if (options.restartMs && !isEnding) AwaitRestart();
+}
+
+void VirtualSwitch::AwaitRestart() {
+    restartTimer.expires_after(std::chrono::milliseconds(*options.restartMs));
+    restartTimer.async_wait([this](const error_code&) {
+        if (!isEnding) StartDaemon();
     });
 }
 

@@ -34,14 +34,17 @@ class VirtualSwitch final : private BoardWires {
 public:
     explicit VirtualSwitch(const Options& options);
 
-    // Starts the daemon and serves until no process of it is left; returns the exit status of the one started.
-    // SIGTERM, SIGINT and SIGHUP are passed on to the daemon as SIGTERM.
+    // Starts the daemon and serves until no process of it is left, or starts it again then if the options say so;
+    // returns the exit status of the one started last. SIGTERM, SIGINT and SIGHUP are passed on to the daemon as
+    // SIGTERM.
     int Run();
 
 private:
     bool SendOnPort(uint8_t port, std::span<const uint8_t> frame) override;
     bool SendToCpu(std::span<const uint8_t> frame) override;
 
+    void StartDaemon();
+    void AwaitRestart();
     void Watch(int descriptor, const std::function<void()>& serve);
     void ServePort(uint8_t port);
     void ServeCpu();
@@ -49,8 +52,11 @@ private:
     void AwaitSentStamps(uint8_t port);
     void ReadSentStamps(uint8_t port);
     void ServeLinks();
+    void PortLinkChanged(uint8_t port, bool up);
+    void CpuLinkChanged(bool on);
     void ReportLinks();
     void AwaitSignal();
+    void DaemonEnded();
     void Stop(int signal);
     void AwaitKill();
     void AwaitSubscribers(std::chrono::milliseconds wait);
@@ -65,6 +71,7 @@ private:
     boost::asio::signal_set signals;  // held back before anything is made that must be removed again
     boost::asio::steady_timer subscriberTimer;
     boost::asio::steady_timer killTimer;
+    boost::asio::steady_timer restartTimer;
     boost::asio::steady_timer clockTimer;
     BoardLinkSocket links;
     std::array<lab::StampMapping, externalPorts> stamps;
@@ -76,12 +83,14 @@ private:
     std::optional<StatusServer> status;
     std::optional<DaemonProcess> daemon;
     DriverGate gate;
+    std::optional<lab::DescriptorWatch> requests;  // of the gate
     std::deque<lab::DescriptorWatch> watches;
 
     lab::Offload passing{};                               // of the frame that is being forwarded
     std::array<uint32_t, externalPorts> awaitedStamps{};  // of frames that have been sent
-    bool daemonIsLeft = true;
-    bool isEnding = false;  // the daemon was told to end
+    bool daemonIsLeft = false;
+    bool isEnding = false;  // the daemon was told to end, and is not started again
+    bool cpuIsOn = false;   // the CPU interface; its first message says that it is
     std::chrono::steady_clock::time_point started;
 };
 

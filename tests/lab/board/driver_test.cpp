@@ -47,6 +47,23 @@ TEST_F(DriverTest, MulticastWithAnArgumentOutOfRangeIsRefused) {
     EXPECT_EQ(Request(PortMcastRecord{header, 1, 0x7F, 4095, group}), 0);
 }
 
+TEST_F(DriverTest, AFlushTakesWhatTheDaemonProgrammedAndTheStamps) {
+    AddMulticast(0x02, 2, group);
+    SetVlan(1, 0x03, 10);
+    const auto header = Command(SwitchCommand::SWITCH_EGRESS_LIMIT);
+    Request(EgressLimitRecord{header, 0, 2, 400'000});
+    Request(EgressLimitRecord{header, 1, 2, 75});
+    KeepStamp(Direction::RECEIVE);
+
+    board.FlushTables();
+
+    EXPECT_EQ(board.Multicasts().Size(), 0u);
+    EXPECT_THAT(board.Vlans().Entries(), IsEmpty());
+    EXPECT_EQ(board.Stamps().Size(), 0u);
+    EXPECT_FALSE(board.Limits().Find(0, 2)) << "the total of a port's reservations";
+    EXPECT_EQ(board.Limits().Find(1, 2), 75) << "an operator's percentage";
+}
+
 TEST_F(DriverTest, VlanMembersAreAddedAndRemoved) {
     EXPECT_EQ(SetVlan(1, 0x03, 10), 0);
     EXPECT_EQ(SetVlan(0, 0x01, 10), 0);

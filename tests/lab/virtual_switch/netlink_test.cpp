@@ -100,9 +100,12 @@ TEST(NetlinkMessages, LinkIsUpWithSwitchAndCarrier) {
     EXPECT_EQ(changes[0].index, 5);
     EXPECT_TRUE(changes[0].up);
     EXPECT_FALSE(changes[1].up);
+    EXPECT_TRUE(changes[1].on);
     EXPECT_FALSE(changes[2].up);
+    EXPECT_FALSE(changes[2].on);
     EXPECT_EQ(changes[3].index, 8);
     EXPECT_FALSE(changes[3].up);
+    EXPECT_FALSE(changes[3].on);
 }
 
 TEST(NetlinkMessages, BridgeFamilyAndOtherMessagesAreNoChanges) {

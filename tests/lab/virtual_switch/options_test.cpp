@@ -36,6 +36,7 @@ TEST(BoardOptions, WithoutMoreTheBoardIsAPlainGigabitOne) {
     EXPECT_EQ(options.clockErrorPpb, 0);
     EXPECT_EQ(options.steerExponent, 38u);
     EXPECT_EQ(options.clockWatchMs, 0u);
+    EXPECT_FALSE(options.restartMs);
     EXPECT_EQ(options.cutTrailerMask, 0);
 }
 
@@ -64,6 +65,8 @@ TEST(BoardOptions, EverythingCanBeSet) {
                                 "--status-socket",
                                 "/tmp/s",
                                 "--quiet",
+                                "--restart",
+                                "0",
                                 "--cut-ptp-trailer",
                                 "0",
                                 "--cut-ptp-trailer",
@@ -82,6 +85,7 @@ TEST(BoardOptions, EverythingCanBeSet) {
     EXPECT_FALSE(options.stp);
     EXPECT_EQ(options.statusSocket, "/tmp/s");
     EXPECT_TRUE(options.quiet);
+    EXPECT_EQ(options.restartMs, 0u);
     EXPECT_EQ(options.cutTrailerMask, 0x03);
 }
 
@@ -106,6 +110,8 @@ TEST(BoardOptions, WhatMakesNoSenseIsRefused) {
         {"--port0", "p0", "--port1", "p1", "--clock-error", "100000001", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--clock-steer-exponent", "31", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--clock-watch", "3600001", "--", "d"},
+        {"--port0", "p0", "--port1", "p1", "--restart", "3600001", "--", "d"},
+        {"--port0", "p0", "--port1", "p1", "--restart", "soon", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--cpu-address", "01:00:00:00:00:00", "--", "d"},
         {"--port0", "p0", "--port1", "p1", "--cpu-interface", "thirteenchars", "--", "d"},
     };
