@@ -18,8 +18,8 @@ MakeWorld() {
 
 # StartBoard OPTIONS...: further ones of the board. /tmp/norvad.pid names the daemon.
 StartBoard() {
-    Start board "$programs/norvad3-virtual-switch" --port0 port0 --port1 port1 --status-socket "$status_socket" \
-        --cut-ptp-trailer 0 "$@" -- "$programs/norvad3" -n -i eth0
+    Start board norvad3-virtual-switch --port0 port0 --port1 port1 --status-socket "$status_socket" \
+        --cut-ptp-trailer 0 "$@" -- norvad3 -n -i eth0
     Gather
     Step board board 'daemon started process ([0-9]+)' \
         "a switch in software is up; the daemon norvad3 runs on it as process @1"
@@ -35,5 +35,5 @@ Station() {
     local name=$1 network=$2
     shift 2
     Start "$name" nsenter --net="$networks/$network" \
-        "$programs/norvad3-end-station" --interface eth0 --name "$name" "$@"
+        norvad3-end-station --interface eth0 --name "$name" "$@"
 }

@@ -12,7 +12,7 @@ AnswerHas() {
     local words pattern
     read -ra words <<<"$1"
     shift
-    answer=$("$programs/norvad3" "${words[@]}" 2>>"$logs/client") || return 1
+    answer=$(norvad3 "${words[@]}" 2>>"$logs/client") || return 1
     for pattern in "$@"; do
         LinesByPort | grep -q -E -- "$pattern" || return 1
     done

@@ -3,7 +3,7 @@
 
 near=3000 # nanoseconds; that close is followed, if half of the last Syncs are
 fewest=64 # Syncs to draw, 8 s
-plot=${captures:-$build}/offset.svg
+plot=${captures:-$plots}/offset.svg
 
 BringGrandmaster() {
     grandmaster=$(ClockIdentity InNetwork talker)
@@ -14,7 +14,7 @@ BringGrandmaster() {
 }
 
 StartReader() {
-    Start reader "$programs/norvad3-grandmaster-reader"
+    Start reader norvad3-grandmaster-reader
     Step reader reader 'reads (/gptp.mq)' "a program beside the daemon waits at the queue @1 for news of grandmasters"
     [ -e "$queues/gptp.mq" ] || Missing "the reader of grandmasters has made its queue" reader
 }
@@ -54,12 +54,12 @@ ShowGrandmasterFile() {
 # A line for each Sync since the clock was stepped last: seconds from then, nanoseconds of offset as the daemon measures
 # it, and by how many counts of 2^-38 of its frequency the clock is steered.
 OffsetsOverTime() {
-    awk -v of=Syncs -f "$project/scripts/lib/offsets.awk" "$logs/board"
+    awk -v of=Syncs -f "$here/offsets.awk" "$logs/board"
 }
 
 # What the offset was in truth, by the switch, which has both clocks: seconds and nanoseconds.
 TruthOverTime() {
-    awk -v of=truth -f "$project/scripts/lib/offsets.awk" "$logs/board"
+    awk -v of=truth -f "$here/offsets.awk" "$logs/board"
 }
 
 # The middle one of the last 16 distances, those of 2 s; nothing before there are as many.
@@ -117,7 +117,7 @@ DrawPlot() {
     OffsetsOverTime >"$state/offsets"
     TruthOverTime >"$state/truth"
     rm -f "$plot"
-    if ! gnuplot -c "$project/scripts/lib/offset.gnuplot" "$state/offsets" "$state/truth" "$plot" >"$logs/gnuplot" 2>&1 ||
+    if ! gnuplot -c "$here/offset.gnuplot" "$state/offsets" "$state/truth" "$plot" >"$logs/gnuplot" 2>&1 ||
         ! grep -q '</svg>' "$plot"; then
         Missing "gnuplot draws $plot" gnuplot
     fi

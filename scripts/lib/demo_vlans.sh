@@ -6,7 +6,7 @@ rate=100 # frames per second that a station sends
 
 # Frames that came in on PORT and were kept back because of REASON.
 KeptBack() {
-    "$programs/norvad3-virtual-switch" --status "$status_socket" |
+    norvad3-virtual-switch --status "$status_socket" |
         sed -n "s/^port $1 dropped \([0-9]*\) $2\$/\1/p"
 }
 

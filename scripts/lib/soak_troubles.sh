@@ -40,7 +40,7 @@ FloodWithFrames() {
     local kind=${floods[RANDOM % ${#floods[@]}]} side=${sides[RANDOM % 2]} rate=$((500 * (1 + RANDOM % 6))) time=$((5 + RANDOM % 6))
     Enter "flood of $kind"
     Tell "" trouble "$rate frames/s of $kind for $time s from the $side"
-    InNetwork "$side" "$programs/norvad3-frame-sender" eth0 "$rate" "$time" "$(Padded "${frames[$kind]}")" \
+    InNetwork "$side" norvad3-frame-sender eth0 "$rate" "$time" "$(Padded "${frames[$kind]}")" \
         >>"$logs/floods" 2>&1 &
     trouble=$!
 }

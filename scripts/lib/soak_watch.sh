@@ -11,13 +11,13 @@ unanswered=0 lost=() phase_began=$SECONDS whole_since=
 
 # The streams that the daemon has let through, as the driver was told.
 ReservedStreams() {
-    "$programs/norvad3-virtual-switch" --status "$status_socket" |
+    norvad3-virtual-switch --status "$status_socket" |
         grep -c -E 'vid 2 address 91:e0:f0:00:0[12]:0[0-5] port mask 0x0[12]'
 }
 
 # What a client is told; nothing when the daemon did not answer within the client's 10 ms.
 Answer() {
-    "$programs/norvad3" "$1" 2>>"$logs/client" || true
+    norvad3 "$1" 2>>"$logs/client" || true
 }
 
 # Sets $ports to how many of the two are AS capable, empty without an answer.
@@ -93,7 +93,7 @@ Report() {
         [ -n "$said" ] || return 1
         awk '/^Port [0-9]+$/ { port = $2 " "; next } { print port $0 }' <<<"$said" | sort
     done
-    "$programs/norvad3-virtual-switch" --status "$status_socket" |
+    norvad3-virtual-switch --status "$status_socket" |
         sed -n -E 's/^(vid .* port mask 0x[0-9a-f]+).*/\1/p; s/^(port . parameter . limit [0-9]+).*/\1/p'
 }
 
