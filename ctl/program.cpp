@@ -4,6 +4,7 @@
 
 #include "ctl/bridge_reader.h"
 #include "ctl/commands.h"
+#include "ctl/explain.h"
 #include "ctl/json_views.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
@@ -27,6 +28,7 @@ public:
     void ShowDomains() { ShowList("domains", bridge.Domains(), DomainTable, DomainsJson); }
     void ShowClock();
     void ShowEverything();
+    void ShowExplanation();
 
     // Says what was left out because it was not understood.
     ExitStatus End();
@@ -52,6 +54,7 @@ private:
     BridgeReader bridge;
     const Terminal& terminal;
     Json document = {{"version", jsonVersion}};
+    bool isSomethingMissing = false;
 };
 
 void Viewing::ShowClock() {
@@ -91,13 +94,23 @@ void Viewing::ShowEverything() {
     Show(VlanTable(Filter(options.selection, vlans)));
 }
 
+void Viewing::ShowExplanation() {
+    const Explanation explanation = Explain(options.words, bridge);
+    isSomethingMissing = explanation.FirstMissing() != nullptr;
+    if (options.json) {
+        document["explanation"] = ExplanationJson(explanation);
+    } else {
+        terminal.output << ExplanationText(explanation, terminal.colours);
+    }
+}
+
 ExitStatus Viewing::End() {
     const NotUnderstood& notUnderstood = bridge.LinesNotUnderstood();
     if (options.json) {
         document["notUnderstood"] = NotUnderstoodJson(notUnderstood);
         terminal.output << document.dump() << "\n";
     }
-    if (notUnderstood.count == 0) return ExitStatus::DONE;
+    if (notUnderstood.count == 0) return isSomethingMissing ? ExitStatus::FAILED : ExitStatus::DONE;
     terminal.errors << "norvadctl: " << notUnderstood.count << " lines of the daemon's answer were not understood:\n";
     for (const std::string& line : notUnderstood.lines) terminal.errors << "  " << Printable(line) << "\n";
     return ExitStatus::FAILED;
@@ -106,11 +119,13 @@ ExitStatus Viewing::End() {
 struct View {
     const char* name;
     void (Viewing::*show)();
+    bool takesWords = false;
 };
 
 constexpr View views[] = {
-    {"ports", &Viewing::ShowPorts},     {"streams", &Viewing::ShowStreams}, {"vlans", &Viewing::ShowVlans},
-    {"domains", &Viewing::ShowDomains}, {"clock", &Viewing::ShowClock},
+    {"ports", &Viewing::ShowPorts}, {"streams", &Viewing::ShowStreams},
+    {"vlans", &Viewing::ShowVlans}, {"domains", &Viewing::ShowDomains},
+    {"clock", &Viewing::ShowClock}, {"explain", &Viewing::ShowExplanation, true},
 };
 
 // The daemon says OK, or what it did not like.
@@ -132,7 +147,8 @@ ExitStatus Run(const Options& options, ControlClient& client, const Terminal& te
     }
     for (const View& view : views) {
         if (options.words[0] != view.name) continue;
-        if (options.words.size() > 1) throw UsageError(options.words[0] + " takes no further words");
+        if (options.words.size() > 1 && !view.takesWords)
+            throw UsageError(options.words[0] + " takes no further words");
         (viewing.*view.show)();
         return viewing.End();
     }

@@ -16,7 +16,7 @@ struct Terminal {
 
 enum class ExitStatus {
     DONE = 0,
-    FAILED = 1,    // the daemon was asked and refuses, or what was waited for did not come
+    FAILED = 1,    // the daemon was asked and refuses, what was waited for did not come, or something is missing
     USAGE = 2,     // the command line makes no sense; nothing was sent
     NO_ANSWER = 3  // no daemon, or none that answers this user in time
 };

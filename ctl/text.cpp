@@ -62,6 +62,16 @@ std::string MachinesText(const Machines& machines) {
     return machines.applicant + "/" + Name(machines.registrar);
 }
 
+std::string ClassText(unsigned srClass) {
+    if (srClass == 6) return "A";
+    if (srClass == 5) return "B";
+    return std::to_string(srClass);
+}
+
+std::string PpmText(double ratio) {
+    return fmt::format("{:+.3f} ppm", ratio * 1e6);
+}
+
 std::optional<Id> ReadId(std::string_view text) {
     std::string digits;
     for (const char c : text) {

@@ -101,12 +101,6 @@ Row RegistrationCells(const Registration<Record>& registration) {
     return {Listed(registered, Mark::GOOD), Listed(declared), {states, Mark::FAINT}};
 }
 
-std::string ClassText(unsigned srClass) {
-    if (srClass == 6) return "A";
-    if (srClass == 5) return "B";
-    return std::to_string(srClass);
-}
-
 Cell StateCell(const Clock& clock) {
     const bool hasTime = clock.state == "SLAVE" || clock.state == "MASTER";
     return {clock.state, hasTime ? Mark::GOOD : Mark::BAD};
@@ -153,7 +147,6 @@ Table DomainTable(const std::vector<Domain>& domains) {
 }
 
 Table ClockTable(const Clock& clock) {
-    const auto ppm = [](double ratio) { return fmt::format("{:+.3f} ppm", ratio * 1e6); };
     Table table{{"CLOCK", ""}, {}};
     table.rows = {
         {{"state"}, StateCell(clock)},
@@ -164,9 +157,9 @@ Table ClockTable(const Clock& clock) {
         {{"offset rms"}, {fmt::format("{} ns", clock.rms)}},
         {{"link delay port 0"}, {fmt::format("{} ns", clock.linkDelayNs[0])}},
         {{"link delay port 1"}, {fmt::format("{} ns", clock.linkDelayNs[1])}},
-        {{"rate of neighbour at port 0"}, {ppm(clock.rateRatio[0])}},
-        {{"rate of neighbour at port 1"}, {ppm(clock.rateRatio[1])}},
-        {{"rate of grandmaster"}, {ppm(clock.cumulativeRateRatio)}},
+        {{"rate of neighbour at port 0"}, {PpmText(clock.rateRatio[0])}},
+        {{"rate of neighbour at port 1"}, {PpmText(clock.rateRatio[1])}},
+        {{"rate of grandmaster"}, {PpmText(clock.cumulativeRateRatio)}},
         {{"rate window"}, {clock.windowMode == 0 ? "running" : "growing"}},
     };
     return table;

@@ -88,6 +88,15 @@ TEST_F(Program, CountsAndPagesWhatTheFiltersLeave) {
     EXPECT_EQ(std::count(headings.begin(), headings.end(), '\n'), 1);
 }
 
+TEST_F(Program, TellsByItsStatusWhetherAnythingIsMissing) {
+    EXPECT_EQ(Run({"explain", "clock"}), ExitStatus::DONE);
+    EXPECT_NE(output.str().find("\nstate          holds"), std::string::npos) << output.str();
+
+    EXPECT_EQ(Run({"explain", "port", "1"}), ExitStatus::FAILED);
+    EXPECT_NE(output.str().find("\nmissing: link, port 1\n"), std::string::npos) << output.str();
+    EXPECT_EQ(errors.str(), "");
+}
+
 TEST_F(Program, SaysWhatItDidNotUnderstandWithoutHandingItToTheTerminal) {
     answers["norvadctl -s "] = "Port  1  status: is Down\n\033[2J\n";
 
@@ -125,6 +134,7 @@ TEST_F(Program, PrintsJsonThatTheSchemaDescribes) {
         {"domains", "--json"},
         {"clock", "--json"},
         {"streams", "--json", "--count"},
+        {"explain", "clock", "--json"},
     };
     for (const auto& view : views) {
         EXPECT_EQ(Run(view), ExitStatus::DONE) << view[0];
@@ -143,6 +153,22 @@ TEST_F(Program, PrintsJsonAlsoOfWhatItDidNotUnderstand) {
     Run({"clock", "--json"});
     EXPECT_EQ(SchemaViolation(output.str()), "") << output.str();
     EXPECT_TRUE(nlohmann::json::parse(output.str())["clock"].is_null());
+}
+
+TEST_F(Program, PrintsAsJsonWhatHoldsAndWhatIsMissing) {
+    for (const char* stream : {"02:00:00:00:00:a0:00:01", "02:00:00:00:00:a0:00:09"}) {
+        EXPECT_EQ(Run({"explain", "stream", stream, "--json"}), ExitStatus::FAILED);
+        EXPECT_EQ(SchemaViolation(output.str()), "") << output.str();
+    }
+
+    Run({"explain", "port", "1", "--json"});
+    EXPECT_EQ(SchemaViolation(output.str()), "") << output.str();
+    const auto explanation = nlohmann::json::parse(output.str())["explanation"];
+    EXPECT_EQ(explanation["holds"], false);
+    EXPECT_EQ(explanation["steps"][0]["step"], "link");
+    EXPECT_EQ(explanation["steps"][0]["port"], 1);
+    EXPECT_EQ(explanation["steps"][0]["state"], "missing");
+    EXPECT_EQ(explanation["steps"][0]["from"], "-s");
 }
 
 TEST_F(Program, PrintsTheValuesUnderTheirNames) {

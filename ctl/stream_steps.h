@@ -1,0 +1,14 @@
+#pragma once
+
+#include <vector>
+
+#include "ctl/bridge_reader.h"
+#include "ctl/explanation.h"
+
+namespace norvad::ctl {
+
+// The way of a stream through the bridge: the talker's port, the ports it is to leave by, talker, listeners and
+// reservations. A port is any that leads out where the records name none.
+std::vector<Step> StreamSteps(const Snapshot& bridge, Id stream);
+
+}  // namespace norvad::ctl
