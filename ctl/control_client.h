@@ -43,6 +43,9 @@ public:
     // The same for a command that changes something: once a daemon took it, it is never sent again.
     std::string Command(const std::string& words);
 
+    // For whoever asks time and again: waiting, and the time.
+    ControlDoor& Door() { return door; }
+
 private:
     std::string Exchange(const std::string& words, bool mayRepeat);
     void Send(ControlMessage& request, uint64_t deadlineMs, bool expectDaemon);

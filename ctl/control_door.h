@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/time.h>
+
 #include <cstdint>
 #include <optional>
 
@@ -29,11 +31,17 @@ public:
     // Whether the request queue that took the last request was removed since: another daemon has started.
     virtual bool RequestIsLost() const = 0;
 
-    // The next message in the reply queue; nothing when none comes within the time.
+    // The next message in the reply queue; nothing when none comes within the time, or when the terminal's size
+    // changes.
     virtual std::optional<ControlMessage> Receive(uint64_t waitMs) = 0;
 
     virtual void Pause(uint64_t ms) = 0;
+
+    // Ends early when the terminal's size changes, and tells whether it did.
+    virtual bool PauseUntilResized(uint64_t ms) = 0;
+
     virtual uint64_t NowMs() const = 0;  // never steps back
+    virtual timeval TimeOfDay() const = 0;
 
     // Whether the daemon's PID file names a live process.
     virtual bool DaemonIsRecorded() const = 0;

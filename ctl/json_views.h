@@ -14,6 +14,8 @@ namespace norvad::ctl {
 // a ratio before the first measurement may be, is null.
 using Json = nlohmann::ordered_json;
 
+inline constexpr int jsonVersion = 1;
+
 Json PortsJson(const std::vector<Port>& ports);
 Json StreamsJson(const std::vector<Stream>& streams);
 Json VlansJson(const std::vector<Vlan>& vlans);

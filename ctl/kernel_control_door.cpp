@@ -18,19 +18,19 @@ namespace norvad::ctl {
 
 namespace {
 
-FileDescriptor TakeEndSignals() {
-    sigset_t ending;
-    sigemptyset(&ending);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ending, signal);
-    sigprocmask(SIG_BLOCK, &ending, nullptr);
-    FileDescriptor signals(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
+FileDescriptor TakeSignals() {
+    sigset_t taken;
+    sigemptyset(&taken);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) sigaddset(&taken, signal);
+    sigprocmask(SIG_BLOCK, &taken, nullptr);
+    FileDescriptor signals(signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK));
     if (signals.Get() < 0) throw std::system_error(errno, std::generic_category(), "signalfd");
     return signals;
 }
 
 }  // namespace
 
-KernelControlDoor::KernelControlDoor() : signals(TakeEndSignals()) {}
+KernelControlDoor::KernelControlDoor() : signals(TakeSignals()) {}
 
 KernelControlDoor::~KernelControlDoor() {
     RemoveReplyQueue();
@@ -69,19 +69,28 @@ bool KernelControlDoor::RequestIsLost() const {
 }
 
 std::optional<ControlMessage> KernelControlDoor::Receive(uint64_t waitMs) {
-    if (!WaitFor(replies.Descriptor(), waitMs)) return {};
+    if (WaitFor(replies.Descriptor(), waitMs) != Wakening::READABLE) return {};
     ControlMessage message{};
     if (replies.Receive(BufferOf(message)) != static_cast<ssize_t>(sizeof message)) return {};
     return message;
 }
 
 void KernelControlDoor::Pause(uint64_t ms) {
-    (void)WaitFor(-1, ms);
+    const uint64_t endMs = NowMs() + ms;
+    for (uint64_t nowMs = NowMs(); nowMs < endMs; nowMs = NowMs()) (void)WaitFor(-1, endMs - nowMs);
+}
+
+bool KernelControlDoor::PauseUntilResized(uint64_t ms) {
+    return WaitFor(-1, ms) == Wakening::RESIZED;
 }
 
 uint64_t KernelControlDoor::NowMs() const {
     const timespec now = SystemClock().Monotonic();
     return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1'000'000;
+}
+
+timeval KernelControlDoor::TimeOfDay() const {
+    return SystemClock().TimeOfDay();
 }
 
 bool KernelControlDoor::DaemonIsRecorded() const {
@@ -94,15 +103,16 @@ void KernelControlDoor::RemoveReplyQueue() {
     replies = MessageQueue();
 }
 
-// Whether the descriptor (-1: none) became readable within the time.
-bool KernelControlDoor::WaitFor(int descriptor, uint64_t ms) const {
+// What ends a wait of at most so long for the descriptor (-1: none).
+KernelControlDoor::Wakening KernelControlDoor::WaitFor(int descriptor, uint64_t ms) const {
     std::array<pollfd, 2> set{{{signals.Get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
     const int ready = poll(set.data(), set.size(), static_cast<int>(std::min<uint64_t>(ms, INT32_MAX)));
     signalfd_siginfo signal{};
     if (ready > 0 && set[0].revents != 0 && read(signals.Get(), &signal, sizeof signal) == sizeof signal) {
+        if (signal.ssi_signo == SIGWINCH) return Wakening::RESIZED;
         throw Interrupted{static_cast<int>(signal.ssi_signo)};
     }
-    return ready > 0 && set[1].revents != 0;
+    return ready > 0 && set[1].revents != 0 ? Wakening::READABLE : Wakening::TIME;
 }
 
 }  // namespace norvad::ctl

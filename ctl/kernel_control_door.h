@@ -14,7 +14,8 @@ struct Interrupted {
 };
 
 // The kernel's message queues. The reply queue is named after this process and removed with this object; SIGINT,
-// SIGTERM and SIGHUP are taken from its making on, and throw Interrupted out of Receive and Pause.
+// SIGTERM and SIGHUP are taken from its making on, and throw Interrupted out of Receive and Pause; SIGWINCH is taken
+// too.
 class KernelControlDoor final : public ControlDoor {
 public:
     static constexpr long replyQueueDepth = 4;  // messages: what a user's queues may hold in all is little
@@ -29,12 +30,15 @@ public:
     bool RequestIsLost() const override;
     std::optional<ControlMessage> Receive(uint64_t waitMs) override;
     void Pause(uint64_t ms) override;
+    bool PauseUntilResized(uint64_t ms) override;
     uint64_t NowMs() const override;
+    timeval TimeOfDay() const override;
     bool DaemonIsRecorded() const override;
 
 private:
     void RemoveReplyQueue();
-    bool WaitFor(int descriptor, uint64_t ms) const;
+    enum class Wakening { TIME, READABLE, RESIZED };
+    Wakening WaitFor(int descriptor, uint64_t ms) const;
 
     const FileDescriptor signals;
     MessageQueue requests;

@@ -23,6 +23,7 @@ constexpr const char* usage =
     "  norvadctl explain port N         what a port, a stream or the time rests on: what of it holds,\n"
     "  norvadctl explain stream ID      what is missing, and what to do\n"
     "  norvadctl explain clock\n\n"
+    "  norvadctl events          one line for each change, as it is seen\n\n"
     "  norvadctl log CATEGORY LEVEL     what the daemon logs: socket, mrp, msrp, mvrp, ptp, ioctl; 0 to 9\n"
     "  norvadctl priority N             gPTP priority1, 0 to 255\n"
     "  norvadctl window running|growing how rate ratios are measured\n"
@@ -80,7 +81,21 @@ po::variables_map Parse(int argc, const char* const* argv) {
     return values;
 }
 
+void Refuse(bool given, bool used, const char* option, const Options& options) {
+    if (given && !used) throw UsageError(Printable(options.words[0]) + " makes no use of " + option);
+}
+
 }  // namespace
+
+void RefuseUnused(const Options& options, const Uses& uses) {
+    Refuse(options.words.size() > 1, uses.words, "further words", options);
+    Refuse(options.json, uses.json, "--json", options);
+    Refuse(options.selection.port.has_value(), uses.filters, "--port", options);
+    Refuse(options.selection.stream.has_value(), uses.filters, "--stream", options);
+    Refuse(options.count, uses.pages, "--count", options);
+    Refuse(options.selection.limit != SIZE_MAX, uses.pages, "--limit", options);
+    Refuse(options.selection.offset != 0, uses.pages, "--offset", options);
+}
 
 Options ReadOptions(int argc, const char* const* argv) {
     constexpr uint64_t longestPatienceS = 86'400;

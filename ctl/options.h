@@ -24,6 +24,17 @@ struct Options {
     uint64_t patienceMs = ControlClient::defaultPatienceMs;
 };
 
+// What a word makes use of, besides --patience.
+struct Uses {
+    bool words = false;  // behind it
+    bool json = false;
+    bool filters = false;  // --port, --stream
+    bool pages = false;    // --count, --limit, --offset
+};
+
+// Throws UsageError when more was given than is used.
+void RefuseUnused(const Options& options, const Uses& uses);
+
 // Throws UsageError.
 Options ReadOptions(int argc, const char* const* argv);
 

@@ -4,6 +4,7 @@
 
 #include "ctl/bridge_reader.h"
 #include "ctl/commands.h"
+#include "ctl/events.h"
 #include "ctl/explain.h"
 #include "ctl/json_views.h"
 #include "ctl/table.h"
@@ -15,7 +16,6 @@ namespace norvad::ctl {
 namespace {
 
 constexpr size_t streamsOnScreen = 20;
-constexpr int jsonVersion = 1;
 
 class Viewing {
 public:
@@ -110,10 +110,8 @@ ExitStatus Viewing::End() {
         document["notUnderstood"] = NotUnderstoodJson(notUnderstood);
         terminal.output << document.dump() << "\n";
     }
-    if (notUnderstood.count == 0) return isSomethingMissing ? ExitStatus::FAILED : ExitStatus::DONE;
-    terminal.errors << "norvadctl: " << notUnderstood.count << " lines of the daemon's answer were not understood:\n";
-    for (const std::string& line : notUnderstood.lines) terminal.errors << "  " << Printable(line) << "\n";
-    return ExitStatus::FAILED;
+    if (SayNotUnderstood(notUnderstood, terminal)) return ExitStatus::FAILED;
+    return isSomethingMissing ? ExitStatus::FAILED : ExitStatus::DONE;
 }
 
 struct View {
@@ -128,6 +126,16 @@ constexpr View views[] = {
     {"clock", &Viewing::ShowClock}, {"explain", &Viewing::ShowExplanation, true},
 };
 
+// What is more than a view of one answer.
+struct Task {
+    const char* name;
+    ExitStatus (*run)(const Options& options, ControlClient& client, const Terminal& terminal);
+};
+
+constexpr Task tasks[] = {
+    {"events", ShowEvents},
+};
+
 // The daemon says OK, or what it did not like.
 ExitStatus Carry(const std::string& request, ControlClient& client, const Terminal& terminal) {
     const std::string answer = client.Command(request);
@@ -138,8 +146,18 @@ ExitStatus Carry(const std::string& request, ControlClient& client, const Termin
 
 }  // namespace
 
+bool SayNotUnderstood(const NotUnderstood& notUnderstood, const Terminal& terminal) {
+    if (notUnderstood.count == 0) return false;
+    terminal.errors << "norvadctl: " << notUnderstood.count << " lines of the daemon's answer were not understood:\n";
+    for (const std::string& line : notUnderstood.lines) terminal.errors << "  " << Printable(line) << "\n";
+    return true;
+}
+
 ExitStatus Run(const Options& options, ControlClient& client, const Terminal& terminal) {
     if (const auto request = RequestFor(options.words)) return Carry(*request, client, terminal);
+    for (const Task& task : tasks) {
+        if (!options.words.empty() && options.words[0] == task.name) return task.run(options, client, terminal);
+    }
     Viewing viewing(options, client, terminal);
     if (options.words.empty()) {
         viewing.ShowEverything();

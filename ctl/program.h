@@ -2,6 +2,7 @@
 
 #include <iosfwd>
 
+#include "ctl/answers.h"
 #include "ctl/control_client.h"
 #include "ctl/options.h"
 
@@ -20,6 +21,9 @@ enum class ExitStatus {
     USAGE = 2,     // the command line makes no sense; nothing was sent
     NO_ANSWER = 3  // no daemon, or none that answers this user in time
 };
+
+// Whether there are any; tells which.
+bool SayNotUnderstood(const NotUnderstood& notUnderstood, const Terminal& terminal);
 
 // Does what the words ask for. Throws UsageError, NoAnswer.
 ExitStatus Run(const Options& options, ControlClient& client, const Terminal& terminal);

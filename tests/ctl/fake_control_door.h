@@ -66,7 +66,12 @@ public:
         nowMs += ms;
         if (onPause) onPause();
     }
+    bool PauseUntilResized(uint64_t ms) override {
+        Pause(ms);
+        return false;
+    }
     uint64_t NowMs() const override { return nowMs; }
+    timeval TimeOfDay() const override { return {static_cast<time_t>(nowMs / 1000), 0}; }
     bool DaemonIsRecorded() const override { return daemonIsRecorded; }
 
 private:

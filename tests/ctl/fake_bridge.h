@@ -1,0 +1,79 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ctl/program.h"
+#include "tests/ctl/fake_control_door.h"
+
+namespace norvad::ctl::test {
+
+// norvadctl before a daemon whose answers the test changes while the program runs.
+class FakeBridge {
+public:
+    FakeBridge() {
+        door.daemon = [this](const std::string& words) {
+            return std::vector<FakeControlDoor::Piece>{{answers.at(words), true}};
+        };
+        door.onPause = [this] { Pause(); };
+    }
+
+    // What happens while the program pauses for the first, second, ... time; in the pause after the last it is
+    // interrupted.
+    void During(std::vector<std::function<void()>> steps) {
+        pauses = std::move(steps);
+        pausesDone = 0;
+    }
+
+    // Nothing when it was interrupted.
+    std::optional<ExitStatus> Run(std::vector<const char*> arguments) {
+        arguments.insert(arguments.begin(), "norvadctl");
+        const Options options = ReadOptions(static_cast<int>(arguments.size()), arguments.data());
+        try {
+            return ctl::Run(options, client, terminal);
+        } catch (const Interruption&) {
+            return {};
+        }
+    }
+
+    void Vanish() { door.sendings = {ControlDoor::Sending::ABSENT}; }
+    void Appear() { door.sendings = {ControlDoor::Sending::SENT}; }
+
+    std::map<std::string, std::string> answers;
+    std::string& ports = answers["norvadctl -s "];
+    std::string& streams = answers["norvadctl -r "];
+    std::string& vlans = answers["norvadctl -v "];
+    std::string& domains = answers["norvadctl -o "];
+    std::string& clock = answers["norvadctl -p "];
+    FakeControlDoor door;
+    ControlClient client{door};
+    std::ostringstream output, errors;
+    Terminal terminal{output, errors, false};
+
+    static constexpr const char* portUp = "Port  0  status: is Up,   STP status: Up,   AVB status: Down,\n";
+    static constexpr const char* portAsCapable = "Port  0  status: is Up,   STP status: Up,   AVB status: Up,  \n";
+    static constexpr const char* portDown = "Port  0  status: is Down\n";
+    static std::string Status(const std::string& state) {
+        return "ST:" + state +
+               ":MC:0x02544efffe440005:LC:0x020000fffe000100:SR:3:PD0:-12ns:PD1:512ns:AD:-7ns:RMS:12.5:RR0:1.5e-06:"
+               "RR1:nan:CRR:inf:w:1\n";
+    }
+
+private:
+    struct Interruption {};
+
+    void Pause() {
+        if (pausesDone >= pauses.size()) throw Interruption();
+        pauses[pausesDone++]();
+    }
+
+    std::vector<std::function<void()>> pauses;
+    size_t pausesDone = 0;
+};
+
+}  // namespace norvad::ctl::test
