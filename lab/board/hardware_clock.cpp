@@ -32,6 +32,11 @@ void HardwareClock::Steer(int32_t counts, int64_t referenceNs) {
     Append(segment);
 }
 
+void HardwareClock::Drift(int32_t newErrorPpb, int64_t referenceNs) {
+    errorPpb = newErrorPpb;
+    Steer(steering, referenceNs);
+}
+
 const HardwareClock::Segment& HardwareClock::SegmentAt(int64_t referenceNs) const {
     const Segment* segment = &Newest();
     for (size_t age = 1; age < segments.size() && referenceNs < segment->referenceNs; ++age) {

@@ -30,6 +30,9 @@ public:
     // Changes the frequency to the oscillator's own, corrected by that many counts; 0: no correction.
     void Steer(int32_t counts, int64_t referenceNs);
 
+    // The oscillator is from now on so much too fast, as when it warms up.
+    void Drift(int32_t errorPpb, int64_t referenceNs);
+
     int32_t Steering() const { return steering; }
 
     // How fast the clock runs against the reference, less 1.

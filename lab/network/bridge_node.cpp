@@ -84,7 +84,7 @@ public:
     MacAddress HardwareAddress() const override { return node.config.mac; }
     void addMulticast(const MacAddress&) override {}
     ssize_t write(const uint8_t* frame, size_t length) override {
-        node.hardware.FrameFromCpu({frame, length});
+        if (!node.isEnding) node.hardware->FrameFromCpu({frame, length});
         return static_cast<ssize_t>(length);
     }
     size_t read(uint8_t* buffer, size_t capacity) override {
@@ -102,7 +102,7 @@ class BridgeNode::Driver final : public DriverSocket {
 public:
     explicit Driver(BridgeNode& node) : node(node) {}
     MacAddress HardwareAddress() const override { return node.config.mac; }
-    bool Request(std::span<uint8_t> record) override { return node.hardware.Request(record, node.Now()) == 0; }
+    bool Request(std::span<uint8_t> record) override { return node.hardware->Request(record, node.Now()) == 0; }
 
 private:
     BridgeNode& node;
@@ -130,28 +130,72 @@ private:
 };
 
 BridgeNode::BridgeNode(Network& network, const Config& config)
-    : NetworkClock(network.engine), network(network), config(config), hardware(BoardOf(config, network), *this, *this) {
+    : NetworkClock(network.engine), network(network), config(config), hardware(MakeBoard()) {
+    network.Add(*this);
+    StartDaemon();
+}
+
+BridgeNode::~BridgeNode() {
+    EndDaemon();
+}
+
+std::unique_ptr<board::Board> BridgeNode::MakeBoard() {
+    board::BoardWires& wires = *this;
+    board::BoardObserver& observer = *this;
+    return std::make_unique<board::Board>(BoardOf(config, network), wires, observer);
+}
+
+void BridgeNode::StartDaemon() {
+    if (bridge || !isOn) return;
     Clock& ownClock = *this;
     SwitchDoors& doors = *this;
     bridge = std::make_unique<Switch>(interfaceName, ownClock, doors);
+    if (config.seed != 0) bridge->Timers().Random().Seed(config.seed + config.mac.back());
     AddHandlers(*bridge, config.ptp, std::make_unique<KeptGrandmasterOutput>(grandmasters));
-    network.Add(*this);
+    daemon = std::make_unique<Fiber>([this] { RunDaemon(); });
+    if (const uint32_t portLinks = hardware->Links().Value()) linkNews.push_back(PortLinkReport(portLinks));
     Continue();
 }
 
-// Nothing is waited for any more, so the daemon comes to the end of its loop.
-BridgeNode::~BridgeNode() {
+// Nothing is waited for any more, so the daemon comes to the end of its loop; what it says on the way is not heard.
+void BridgeNode::EndDaemon() {
+    if (!bridge) return;
     isEnding = true;
-    if (!daemon.HasEnded()) Continue();
+    if (!daemon->HasEnded()) Continue();
+    daemon.reset();
+    bridge.reset();
+    ++pauses;
+    isEnding = false;
+}
+
+void BridgeNode::KillDaemon() {
+    EndDaemon();
+    toCpu.clear();
+    linkNews.clear();
+    hardware->FlushTables();
+}
+
+void BridgeNode::PowerOff() {
+    KillDaemon();
+    isOn = false;
+}
+
+void BridgeNode::PowerOn() {
+    if (isOn) return;
+    isOn = true;
+    const board::LinkTable links = hardware->Links();
+    hardware = MakeBoard();
+    for (uint8_t port = 0; port < portCount; ++port) hardware->SetLink(port, links[port]);
+    StartDaemon();
 }
 
 uint8_t BridgeNode::MulticastPorts(uint16_t vid, const MacAddress& address) {
-    const auto* entry = hardware.Multicasts().Find(vid, address);
+    const auto* entry = hardware->Multicasts().Find(vid, address);
     return entry ? entry->portMask : 0;
 }
 
 int32_t BridgeNode::EgressLimit(uint8_t port, uint32_t parameter) const {
-    return hardware.Limits().Find(port, parameter).value_or(0);
+    return hardware->Limits().Find(port, parameter).value_or(0);
 }
 
 std::string BridgeNode::Ask(const std::vector<std::string>& options) {
@@ -167,22 +211,28 @@ std::string BridgeNode::Ask(const std::vector<std::string>& options) {
 }
 
 int64_t BridgeNode::AheadNs(BridgeNode& other) {
-    return static_cast<int64_t>(hardware.Clock().At(Now()) - other.hardware.Clock().At(Now()));
+    return static_cast<int64_t>(hardware->Clock().At(Now()) - other.hardware->Clock().At(Now()));
 }
 
-void BridgeNode::Arrive(uint8_t port, std::span<const uint8_t> frame) {
-    hardware.FrameArrived(port, frame, Now());
+void BridgeNode::Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t beganNs) {
+    if (!isOn) return;
+    hardware->FrameArrived(port, frame, static_cast<int64_t>(beganNs));
     if (toCpu.empty()) return;
     if (HasFrame()) return Wake();
     network.engine.At(toCpu.back().readableNs, [this] { Wake(); });
+}
+
+void BridgeNode::BeginsToLeave(uint8_t port, std::span<const uint8_t> frame) {
+    hardware->FrameSent(port, frame, Now());
 }
 
 void BridgeNode::LinkChanged(uint8_t port, bool up) {
     board::PortLink link;
     link.up = up;
     link.forwarding = up;
-    hardware.SetLink(port, link);
-    linkNews.push_back(PortLinkReport(hardware.Links().Value()));
+    hardware->SetLink(port, link);
+    if (!bridge) return;
+    linkNews.push_back(PortLinkReport(hardware->Links().Value()));
     Wake();
 }
 
@@ -200,7 +250,7 @@ void BridgeNode::RunDaemon() {
 // While the daemon runs, lines are its own.
 void BridgeNode::Continue() {
     LogSink* const others = config.log ? SetLogSink(this) : nullptr;
-    daemon.Resume();
+    daemon->Resume();
     if (config.log) SetLogSink(others);
 }
 
@@ -208,7 +258,7 @@ void BridgeNode::PauseUntil(uint64_t ns) {
     network.engine.At(ns, [this, pause = ++pauses] {
         if (pause == pauses) Continue();
     });
-    daemon.Pause();
+    daemon->Pause();
 }
 
 void BridgeNode::Wake() {
@@ -238,7 +288,7 @@ int BridgeNode::Wait(std::span<pollfd> set, uint32_t waitMs) {
 }
 
 void BridgeNode::Sleep(uint32_t ms) {
-    if (!daemon.IsRunning()) return NetworkClock::Sleep(ms);
+    if (!daemon || !daemon->IsRunning()) return NetworkClock::Sleep(ms);
     if (!isEnding) PauseUntil(Ns() + ms * nsPerMs);
 }
 
@@ -260,12 +310,12 @@ std::unique_ptr<RequestQueue> BridgeNode::OpenRequests() {
 
 bool BridgeNode::SendOnPort(uint8_t port, std::span<const uint8_t> frame) {
     network.Send(*this, port, frame);
-    hardware.FrameSent(port, frame, Now());
     return true;
 }
 
 // Frames keep their order, however long each would wait.
 bool BridgeNode::SendToCpu(std::span<const uint8_t> frame) {
+    if (!bridge) return false;
     uint64_t readableNs = Ns() + (config.handlingNs ? config.handlingNs() : 0);
     if (!toCpu.empty()) readableNs = std::max(readableNs, toCpu.back().readableNs);
     toCpu.push_back({readableNs, Bytes(frame.begin(), frame.end())});

@@ -41,14 +41,27 @@ public:
         uint32_t stampGranularityNs = 1;
         std::function<uint64_t()> handlingNs;  // how long a frame waits for the daemon; empty: not at all
         PtpSettings ptp;
-        LogOutput log;  // empty: lines go where those of the process go
+        uint32_t seed = 0;  // of the daemon's randomness, besides its address
+        LogOutput log;      // empty: lines go where those of the process go
     };
 
     BridgeNode(Network& network, const Config& config);
     ~BridgeNode() override;
 
-    Switch& Model() { return *bridge; }
-    board::Board& Hardware() { return hardware; }
+    Switch& Model() { return *bridge; }  // while the daemon runs
+    board::Board& Hardware() { return *hardware; }
+
+    bool DaemonRuns() const { return bridge != nullptr; }
+    // The daemon ends in the middle of whatever it does, as if it was killed, and its board forgets what it programmed;
+    // the clock runs on. Nothing of the daemon may be on the stack.
+    void KillDaemon();
+    void StartDaemon();
+
+    // The board loses its power, its daemon with it, and comes up with empty tables and another time. The cables stay
+    // plugged in.
+    void PowerOff();
+    void PowerOn();
+    bool IsOn() const { return isOn; }
 
     // The ports that pass frames of a group address in a VLAN, as the driver was told.
     uint8_t MulticastPorts(uint16_t vid, const MacAddress& address);
@@ -66,7 +79,8 @@ public:
     int64_t AheadNs(BridgeNode& other);
 
     // Node
-    void Arrive(uint8_t port, std::span<const uint8_t> frame) override;
+    void Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t beganNs) override;
+    void BeginsToLeave(uint8_t port, std::span<const uint8_t> frame) override;
     void LinkChanged(uint8_t port, bool up) override;
     void Refresh() override;
 
@@ -80,8 +94,11 @@ private:
         Bytes bytes;
     };
 
+    std::unique_ptr<board::Board> MakeBoard();
+
     // The daemon's stack. Both ways of waiting pause it; what arrives ends only the loop's.
     void RunDaemon();
+    void EndDaemon();
     void Continue();
     void PauseUntil(uint64_t ns);
     void Wake();
@@ -110,15 +127,16 @@ private:
 
     Network& network;
     const Config config;
-    board::Board hardware;
+    std::unique_ptr<board::Board> hardware;
     std::deque<TrappedFrame> toCpu;  // frames that the daemon has not read yet
     std::deque<Bytes> linkNews;      // netlink messages likewise
     KeptGrandmasterOutput::Kept grandmasters;
     std::unique_ptr<Switch> bridge;
-    Fiber daemon{[this] { RunDaemon(); }};
-    uint64_t pauses = 0;  // so far; tells whether a wake-up is still the one that is waited for
-    bool inLoop = false;  // the daemon waits for whatever comes
+    std::unique_ptr<Fiber> daemon;  // while the daemon runs
+    uint64_t pauses = 0;            // so far; tells whether a wake-up is still the one that is waited for
+    bool inLoop = false;            // the daemon waits for whatever comes
     bool isEnding = false;
+    bool isOn = true;
 };
 
 }  // namespace norvad::network

@@ -21,7 +21,10 @@ struct Cable;
 class Node {
 public:
     virtual ~Node() = default;
-    virtual void Arrive(uint8_t port, std::span<const uint8_t> frame) = 0;
+    // A whole frame is there; its first bit came in at beganNs.
+    virtual void Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t beganNs) = 0;
+    // The first bit of a frame of its own leaves now.
+    virtual void BeginsToLeave(uint8_t port, std::span<const uint8_t> frame) = 0;
     virtual void LinkChanged(uint8_t port, bool up) = 0;
 
     // Somebody outside the network may have given it something to do.
@@ -46,6 +49,14 @@ private:
     const Engine& engine;
 };
 
+// What a cable does to frames, in the direction from its first end and in the other.
+struct CableSettings {
+    std::array<uint64_t, 2> delayNs{200, 200};
+    std::array<uint32_t, 2> lostPerMillion{};
+    uint64_t jitterNs = 0;  // each frame is late by less than this, and none overtakes another
+    uint64_t seed = 0;      // of its randomness
+};
+
 // Cables between the ports of nodes. Nothing moves but within Run.
 class Network {
 public:
@@ -61,11 +72,15 @@ public:
 
     // Plugs a cable in; both ends see their links come up. delayNs: from one end to the other.
     void Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, uint64_t delayNs = 200);
+    void Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, const CableSettings& settings);
     // Pulls the cable out of that port; frames under way are lost.
     void Disconnect(Node& node, uint8_t port);
 
     // A node sends a frame; it arrives at the other end of the cable, if there is one.
     void Send(Node& from, uint8_t port, std::span<const uint8_t> frame);
+
+    // Frames that cables have lost so far.
+    uint64_t LostFrames() const { return lostFrames; }
 
     // Sees every frame as it is sent, and says whether it is carried; without one all are.
     std::function<bool(const Node& from, uint8_t port, std::span<const uint8_t> frame)> filter;
@@ -78,6 +93,7 @@ private:
     void Refresh();
 
     std::vector<Node*> nodes;
+    uint64_t lostFrames = 0;
 };
 
 }  // namespace norvad::network

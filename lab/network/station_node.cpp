@@ -32,10 +32,10 @@ uint64_t StationNode::TakeStreamFrames() {
     return std::exchange(streamFrames, 0);
 }
 
-void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame) {
+void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame, uint64_t beganNs) {
     Bytes untagged(frame.begin(), frame.end());
     station::ReceivedFrame received;
-    received.receiveTimeNs = network.clock.Ns();
+    received.receiveTimeNs = beganNs;
     const auto tag = Peek<lab::VlanTagBytes>(frame, tagOffset);
     if (tag && tag->etherType == lab::etherTypeVlan) {
         ++streamFrames;

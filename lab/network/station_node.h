@@ -24,7 +24,8 @@ public:
     void ForgetLines() { lines = {}; }
 
     // Node
-    void Arrive(uint8_t port, std::span<const uint8_t> frame) override;
+    void Arrive(uint8_t port, std::span<const uint8_t> frame, uint64_t beganNs) override;
+    void BeginsToLeave(uint8_t, std::span<const uint8_t>) override {}
     void LinkChanged(uint8_t, bool) override {}
     void Refresh() override;
 

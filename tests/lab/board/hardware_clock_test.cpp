@@ -143,6 +143,17 @@ TEST(HardwareClock, InstantBeforeAStepIsReadAsItWasThen) {
     EXPECT_EQ(clock.At(1'001), 1'001'001u);
 }
 
+TEST(HardwareClock, KeepsItsSteeringWhenItsOscillatorDrifts) {
+    HardwareClock clock(0, 0, 1'000);
+    clock.Steer(1 << 20, 0);
+    const double before = clock.RateOffset();
+
+    clock.Drift(3'000, 10 * second);
+
+    EXPECT_NEAR(clock.RateOffset() - before, 2e-6, 1e-11);
+    EXPECT_EQ(clock.Steering(), 1 << 20);
+}
+
 TEST(HardwareClock, RemembersSixteenStretches) {
     HardwareClock clock(0, 0);
 

@@ -126,5 +126,68 @@ TEST(BridgeInANetwork, GoesWhileItWaitsForATimeStamp) {
     left.reset();
 }
 
+// A neighbour finds its port no longer AS capable, and capable again when somebody answers.
+TEST(BridgeInANetwork, LivesOnWithANewDaemonWhenItsOwnWasKilled) {
+    Network world;
+    BridgeNode left(world, Numbered(1)), right(world, Numbered(2));
+    world.Connect(left, 0, right, 0);
+    ASSERT_TRUE(world.RunUntil([&] { return left.Model().IsAvbUp(0); }, 10'000));
+
+    right.KillDaemon();
+    EXPECT_FALSE(right.DaemonRuns());
+    EXPECT_TRUE(world.RunUntil([&] { return !left.Model().IsAvbUp(0); }, 10'000));
+    right.StartDaemon();
+
+    EXPECT_TRUE(world.RunUntil([&] { return left.Model().IsAvbUp(0) && right.Model().IsAvbUp(0); }, 10'000));
+}
+
+TEST(BridgeInANetwork, LosesWhatItsKilledDaemonProgrammed) {
+    Network world;
+    BridgeNode bridge(world, Numbered(1));
+    constexpr MacAddress address{0x91, 0xE0, 0xF0, 0, 0, 1};
+    bridge.Model().EnableMulticast(1, 2, address);
+    ASSERT_EQ(bridge.MulticastPorts(2, address), 0x02);
+
+    bridge.KillDaemon();
+
+    EXPECT_EQ(bridge.MulticastPorts(2, address), 0);
+}
+
+TEST(BridgeInANetwork, SaysNothingWhileItIsKilled) {
+    Network world;
+    BridgeNode left(world, Numbered(1)), right(world, Numbered(2));
+    world.Connect(left, 0, right, 0);
+    world.RunMs(5'000);
+    size_t said = 0;
+    world.filter = [&](const network::Node& from, uint8_t, std::span<const uint8_t>) {
+        said += &from == &left;
+        return true;
+    };
+
+    left.KillDaemon();
+    world.RunMs(5'000);
+
+    EXPECT_EQ(said, 0u);
+}
+
+TEST(BridgeInANetwork, ComesUpWithAnotherTimeWhenItsPowerReturns) {
+    Network world;
+    auto config = Numbered(1);
+    config.clockNs = 7'000;
+    BridgeNode bridge(world, config), other(world, Numbered(2));
+    world.Connect(bridge, 0, other, 0);
+    world.RunMs(10'000);
+
+    bridge.PowerOff();
+    EXPECT_FALSE(bridge.IsOn());
+    bridge.StartDaemon();
+    EXPECT_FALSE(bridge.DaemonRuns());
+    world.RunMs(3'000);
+    bridge.PowerOn();
+
+    EXPECT_EQ(bridge.Hardware().Clock().At(static_cast<int64_t>(world.clock.Ns())), 7'000u);
+    EXPECT_TRUE(bridge.Model().IsPortUp(0));
+}
+
 }  // namespace
 }  // namespace norvad::test

@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "lab/network/network.h"
+
+namespace norvad::test {
+namespace {
+
+using network::CableSettings;
+using network::Network;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+// Keeps when and which frames came and went.
+class Post final : public network::Node {
+public:
+    struct Frame {
+        uint64_t ns;
+        uint64_t beganNs;
+        size_t length;
+    };
+
+    explicit Post(Network& network) : network(network) {}
+    void Arrive(uint8_t, std::span<const uint8_t> frame, uint64_t beganNs) override {
+        arrived.push_back({network.clock.Ns(), beganNs, frame.size()});
+    }
+    void BeginsToLeave(uint8_t, std::span<const uint8_t>) override { leftNs.push_back(network.clock.Ns()); }
+    void LinkChanged(uint8_t, bool) override {}
+    void Refresh() override {}
+
+    std::vector<Frame> arrived;
+    std::vector<uint64_t> leftNs;
+
+private:
+    Network& network;
+};
+
+class TwoPosts : public testing::Test {
+protected:
+    void Connect(const CableSettings& settings) { network.Connect(left, 0, right, 0, settings); }
+    void SendAndWait(Post& from, int frames) {
+        for (int i = 0; i < frames; ++i) {
+            network.Send(from, 0, network::Bytes(100));
+            network.RunMs(1);
+        }
+    }
+
+    Network network;
+    Post left{network}, right{network};
+};
+
+TEST_F(TwoPosts, HearOneAnotherAfterTheDelayOfEachWay) {
+    CableSettings settings;
+    settings.delayNs = {300, 700};
+    Connect(settings);
+    const uint64_t startNs = network.clock.Ns();
+
+    network.Send(left, 0, network::Bytes(100));
+    network.Send(right, 0, network::Bytes(100));
+    network.RunMs(1);
+
+    ASSERT_THAT(right.arrived, SizeIs(1));
+    ASSERT_THAT(left.arrived, SizeIs(1));
+    EXPECT_EQ(right.arrived[0].ns, startNs + 300);
+    EXPECT_EQ(right.arrived[0].beganNs, startNs + 300);
+    EXPECT_EQ(left.arrived[0].ns, startNs + 700);
+    EXPECT_THAT(left.leftNs, ElementsAre(startNs));
+}
+
+TEST_F(TwoPosts, LoseAsManyFramesAsTheCableLoses) {
+    CableSettings settings;
+    settings.lostPerMillion = {100'000, 0};
+    Connect(settings);
+
+    SendAndWait(left, 2'000);
+    EXPECT_NEAR(static_cast<double>(network.LostFrames()), 200, 60);
+    EXPECT_EQ(right.arrived.size() + network.LostFrames(), 2'000u);
+    SendAndWait(right, 2'000);
+    EXPECT_EQ(left.arrived.size(), 2'000u);
+}
+
+TEST_F(TwoPosts, HearFramesLateAndInTheirOrder) {
+    CableSettings settings;
+    settings.jitterNs = 1'000;
+    Connect(settings);
+    const uint64_t startNs = network.clock.Ns();
+
+    for (size_t length = 1; length <= 100; ++length) network.Send(left, 0, network::Bytes(length));
+    network.RunMs(1);
+
+    ASSERT_THAT(right.arrived, SizeIs(100));
+    for (size_t i = 0; i < right.arrived.size(); ++i) EXPECT_EQ(right.arrived[i].length, i + 1);
+    EXPECT_GT(right.arrived.back().ns, startNs + 900);
+    EXPECT_LT(right.arrived.back().ns, startNs + 200 + 1'000);
+}
+
+}  // namespace
+}  // namespace norvad::test
