@@ -7,6 +7,7 @@
 #include "ctl/events.h"
 #include "ctl/explain.h"
 #include "ctl/json_views.h"
+#include "ctl/print_metrics.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
 #include "ctl/views.h"
@@ -134,6 +135,7 @@ struct Task {
 
 constexpr Task tasks[] = {
     {"events", ShowEvents},
+    {"metrics", PrintMetrics},
 };
 
 // The daemon says OK, or what it did not like.
