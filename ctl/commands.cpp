@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <map>
 #include <string_view>
 
@@ -22,12 +21,11 @@ void Want(bool holds, const char* usage) {
     if (!holds) throw UsageError(usage);
 }
 
-// Digits only, from smallest to largest; as the daemon's parser takes them.
+// As the daemon's parser takes it.
 std::string Number(const std::string& word, unsigned smallest, unsigned largest, const char* usage) {
-    unsigned number = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    Want(error == std::errc{} && end == word.data() + word.size() && number >= smallest && number <= largest, usage);
-    return std::to_string(number);
+    const auto number = ReadNumber(word, smallest, largest);
+    Want(number.has_value(), usage);
+    return std::to_string(*number);
 }
 
 std::string Log(const Words& words) {

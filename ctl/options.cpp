@@ -29,7 +29,9 @@ constexpr const char* usage =
     "  norvadctl priority N             gPTP priority1, 0 to 255\n"
     "  norvadctl window running|growing how rate ratios are measured\n"
     "  norvadctl force none|PORT...     AS capability by hand\n"
-    "  norvadctl egress PORT PERCENT    limit of traffic class 2, 2 to 99\n\n";
+    "  norvadctl egress PORT PERCENT    limit of traffic class 2, 2 to 99\n"
+    "  norvadctl leave talker ID PORT   as if the neighbour at that port had withdrawn it\n"
+    "  norvadctl leave listener ID PORT\n\n";
 
 po::options_description VisibleOptions() {
     po::options_description description("Options");

@@ -7,6 +7,7 @@
 #include "ctl/events.h"
 #include "ctl/explain.h"
 #include "ctl/json_views.h"
+#include "ctl/leave.h"
 #include "ctl/print_metrics.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
@@ -136,6 +137,7 @@ struct Task {
 constexpr Task tasks[] = {
     {"events", ShowEvents},
     {"metrics", PrintMetrics},
+    {"leave", Leave},
 };
 
 // The daemon says OK, or what it did not like.
@@ -156,7 +158,10 @@ bool SayNotUnderstood(const NotUnderstood& notUnderstood, const Terminal& termin
 }
 
 ExitStatus Run(const Options& options, ControlClient& client, const Terminal& terminal) {
-    if (const auto request = RequestFor(options.words)) return Carry(*request, client, terminal);
+    if (const auto request = RequestFor(options.words)) {
+        RefuseUnused(options, {.words = true});
+        return Carry(*request, client, terminal);
+    }
     for (const Task& task : tasks) {
         if (!options.words.empty() && options.words[0] == task.name) return task.run(options, client, terminal);
     }

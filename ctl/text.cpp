@@ -83,6 +83,13 @@ std::optional<Id> ReadId(std::string_view text) {
     return id;
 }
 
+std::optional<uint64_t> ReadNumber(std::string_view text, uint64_t smallest, uint64_t largest) {
+    uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size() || number < smallest || number > largest) return {};
+    return number;
+}
+
 std::string Printable(std::string_view text) {
     std::string printable(text);
     for (char& c : printable) {

@@ -20,6 +20,9 @@ std::string PpmText(double ratio);                   // "+1.500 ppm", of a ratio
 // A StreamID as a user may write it: 16 digits, colons and hyphens between them as he likes.
 std::optional<Id> ReadId(std::string_view text);
 
+// A number of digits and nothing else, within those bounds: a sign would become a huge number.
+std::optional<uint64_t> ReadNumber(std::string_view text, uint64_t smallest, uint64_t largest);
+
 // The text without what would command a terminal: anything but printable ASCII becomes '?'.
 std::string Printable(std::string_view text);
 
