@@ -3,15 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "ctl/text.h"
 
 namespace norvad::ctl {
 
 namespace {
-
-constexpr int64_t largestInSyncOffsetNs = 499;
 
 // "port 0 yes, port 1 no", of the ports that lead out.
 std::string OfEachPort(const Snapshot& bridge, bool Port::*holds, const char* yes, const char* no) {
@@ -93,12 +90,12 @@ Step OffsetStep(const Clock& clock) {
     const Step step{"offset", {}, "-p"};
     const std::string seen = fmt::format("{} ns, rms {:.6g} ns, grandmaster's clock {}", clock.offsetNs, clock.rms,
                                          PpmText(clock.cumulativeRateRatio));
-    if (clock.offsetNs == 0 && clock.rms == 0) {
+    if (!clock.IsOffsetMeasured()) {
         return Unknown(step, "none measured", "No Follow_Up of the grandmaster was taken yet.",
                        "To see it: norvadctl log ptp 3 logs 'Handle PTP_SYNC_MESSAGE on in_port N' and 'Handle "
                        "PTP_FOLLOW_UP_MESSAGE'; what is refused is logged at level 1.");
     }
-    if (std::abs(clock.offsetNs) <= largestInSyncOffsetNs) return Holds(step, seen);
+    if (clock.IsOffsetSmall()) return Holds(step, seen);
     return Missing(
         step, seen,
         "The daemon counts an offset from -499 to 499 ns as in sync; nine of these in a row are logged at PTP "

@@ -43,6 +43,9 @@ public:
     // The same for a command that changes something: once a daemon took it, it is never sent again.
     std::string Command(const std::string& words);
 
+    // For the answers from now on.
+    void SetPatience(uint64_t ms) { patienceMs = ms; }
+
     // For whoever asks time and again: waiting, and the time.
     ControlDoor& Door() { return door; }
 
@@ -53,7 +56,7 @@ private:
     void PauseWithin(uint64_t deadlineMs, NoAnswer::Reason reason);
 
     ControlDoor& door;
-    const uint64_t patienceMs;
+    uint64_t patienceMs;
 };
 
 }  // namespace norvad::ctl

@@ -80,6 +80,8 @@ struct Vlan {
     Machines machines{};
 };
 
+inline constexpr int64_t largestInSyncOffsetNs = 499;  // as the daemon counts it
+
 struct Clock {
     std::string state;  // "LISTENING", "ANNOUNCE", "SLAVE", "MASTER", "INITIALIZING"
     Id grandmaster = 0;
@@ -91,6 +93,13 @@ struct Clock {
     std::array<double, 2> rateRatio{};     // of the neighbours at port 0 and 1, less 1
     double cumulativeRateRatio = 0;        // of the grandmaster, less 1
     int64_t windowMode = 0;
+
+    // A slave has both at 0 until the grandmaster's first Follow_Up.
+    bool IsOffsetMeasured() const { return offsetNs != 0 || rms != 0; }
+    bool IsOffsetSmall() const { return offsetNs >= -largestInSyncOffsetNs && offsetNs <= largestInSyncOffsetNs; }
+
+    // The bridge is grandmaster, or follows one closely.
+    bool HasTime() const { return state == "MASTER" || (state == "SLAVE" && IsOffsetMeasured() && IsOffsetSmall()); }
 };
 
 }  // namespace norvad::ctl

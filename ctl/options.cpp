@@ -1,7 +1,6 @@
 #include "ctl/options.h"
 
 #include <boost/program_options.hpp>
-#include <charconv>
 #include <sstream>
 
 #include "ctl/text.h"
@@ -24,7 +23,10 @@ constexpr const char* usage =
     "  norvadctl explain stream ID      what is missing, and what to do\n"
     "  norvadctl explain clock\n\n"
     "  norvadctl events          one line for each change, as it is seen\n"
-    "  norvadctl metrics         text for Prometheus, once\n\n"
+    "  norvadctl metrics         text for Prometheus, once\n"
+    "  norvadctl wait port N     until the port is AS capable\n"
+    "  norvadctl wait stream ID  until the stream is reserved for a listener\n"
+    "  norvadctl wait clock      until the bridge is grandmaster, or follows one closely\n\n"
     "  norvadctl log CATEGORY LEVEL     what the daemon logs: socket, mrp, msrp, mvrp, ptp, ioctl; 0 to 9\n"
     "  norvadctl priority N             gPTP priority1, 0 to 255\n"
     "  norvadctl window running|growing how rate ratios are measured\n"
@@ -44,19 +46,18 @@ po::options_description VisibleOptions() {
     option("limit", po::value<std::string>(), "at most so many rows");
     option("offset", po::value<std::string>(), "leave out the first so many rows");
     option("patience", po::value<std::string>(), "seconds to wait for each answer (5)");
+    option("timeout", po::value<std::string>(), "seconds after which wait gives up (never)");
     return description;
 }
 
-// Digits and nothing else: a sign would become a huge number.
 uint64_t Number(const po::variables_map& values, const char* option, uint64_t largest) {
     const auto& text = values[option].as<std::string>();
-    uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc{} || end != text.data() + text.size() || number > largest) {
+    const auto number = ReadNumber(text, 0, largest);
+    if (!number) {
         throw UsageError(std::string("--") + option + " wants a number from 0 to " + std::to_string(largest) +
                          ", not '" + Printable(text) + "'");
     }
-    return number;
+    return *number;
 }
 
 Selection ReadSelection(const po::variables_map& values) {
@@ -98,10 +99,11 @@ void RefuseUnused(const Options& options, const Uses& uses) {
     Refuse(options.count, uses.pages, "--count", options);
     Refuse(options.selection.limit != SIZE_MAX, uses.pages, "--limit", options);
     Refuse(options.selection.offset != 0, uses.pages, "--offset", options);
+    Refuse(options.timeoutMs != UINT64_MAX, uses.timeout, "--timeout", options);
 }
 
 Options ReadOptions(int argc, const char* const* argv) {
-    constexpr uint64_t longestPatienceS = 86'400;
+    constexpr uint64_t longestPatienceS = 86'400, longestTimeoutS = 1'000'000'000;
     try {
         const po::variables_map values = Parse(argc, argv);
         Options options;
@@ -111,6 +113,7 @@ Options ReadOptions(int argc, const char* const* argv) {
         options.json = values.count("json") > 0;
         options.count = values.count("count") > 0;
         if (values.count("patience")) options.patienceMs = Number(values, "patience", longestPatienceS) * 1000;
+        if (values.count("timeout")) options.timeoutMs = Number(values, "timeout", longestTimeoutS) * 1000;
         return options;
     } catch (const po::error& error) {
         throw UsageError(Printable(error.what()));

@@ -22,6 +22,7 @@ struct Options {
     bool json = false;
     bool count = false;
     uint64_t patienceMs = ControlClient::defaultPatienceMs;
+    uint64_t timeoutMs = UINT64_MAX;
 };
 
 // What a word makes use of, besides --patience.
@@ -30,6 +31,7 @@ struct Uses {
     bool json = false;
     bool filters = false;  // --port, --stream
     bool pages = false;    // --count, --limit, --offset
+    bool timeout = false;
 };
 
 // Throws UsageError when more was given than is used.

@@ -12,6 +12,7 @@
 #include "ctl/table.h"
 #include "ctl/text.h"
 #include "ctl/views.h"
+#include "ctl/wait.h"
 
 namespace norvad::ctl {
 
@@ -137,6 +138,7 @@ struct Task {
 constexpr Task tasks[] = {
     {"events", ShowEvents},
     {"metrics", PrintMetrics},
+    {"wait", Wait},
     {"leave", Leave},
 };
 

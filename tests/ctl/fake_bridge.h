@@ -58,10 +58,9 @@ public:
     static constexpr const char* portUp = "Port  0  status: is Up,   STP status: Up,   AVB status: Down,\n";
     static constexpr const char* portAsCapable = "Port  0  status: is Up,   STP status: Up,   AVB status: Up,  \n";
     static constexpr const char* portDown = "Port  0  status: is Down\n";
-    static std::string Status(const std::string& state) {
-        return "ST:" + state +
-               ":MC:0x02544efffe440005:LC:0x020000fffe000100:SR:3:PD0:-12ns:PD1:512ns:AD:-7ns:RMS:12.5:RR0:1.5e-06:"
-               "RR1:nan:CRR:inf:w:1\n";
+    static std::string Status(const std::string& state, const std::string& offset = "AD:-7ns:RMS:12.5") {
+        return "ST:" + state + ":MC:0x02544efffe440005:LC:0x020000fffe000100:SR:3:PD0:-12ns:PD1:512ns:" + offset +
+               ":RR0:1.5e-06:RR1:nan:CRR:inf:w:1\n";
     }
 
 private:
