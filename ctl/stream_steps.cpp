@@ -38,7 +38,7 @@ private:
 
     Step TalkerHeard() const;
     Step TalkerPassedOn(unsigned port) const;
-    Step ListenerAsks(unsigned port) const;
+    Step ListenerAsks(std::optional<unsigned> port) const;  // on any port where none is given
     Step ListenerPassedOn(unsigned port) const;
     Step Reservation(const ListenerRecord& listener) const;
     Step Bandwidth(unsigned port) const;
@@ -63,8 +63,8 @@ StreamPath::StreamPath(const Stream& stream) : stream(stream) {
         }
         return left;
     };
-    if (out.empty()) out = others(in);
     if (!heard) in = others(out);
+    if (heard && out.empty()) out = others(in);
 }
 
 Steps StreamPath::All(const Snapshot& bridge) const {
@@ -79,6 +79,7 @@ Steps StreamPath::All(const Snapshot& bridge) const {
         for (const unsigned port : out) steps.push_back(TalkerPassedOn(port));
     }
     for (const unsigned port : out) steps.push_back(ListenerAsks(port));
+    if (out.empty()) steps.push_back(ListenerAsks({}));
     const bool isAskedFor = std::any_of(out.begin(), out.end(), [&](unsigned port) { return RegisteredOn(port); });
     if (!heard || !isAskedFor) return steps;
 
@@ -113,9 +114,10 @@ Step StreamPath::TalkerHeard() const {
         return Missing(
             {"talker", {}, "-r"}, "no neighbour declares it",
             "The talker has not been declared to this bridge, or was withdrawn.",
-            "To do: start the talker, and look whether the bridges between it and this one have it. norvadctl "
-            "log msrp 1 logs '[SW-MSRP] Port(N) Add:' with each talker that comes and 'Remove:' with each "
-            "that goes; a talker that is refused or malformed is logged at level 0.");
+            "To do: start the talker, and look whether the bridges between it and this one have it; it may "
+            "wait until its port is AS capable, see norvadctl explain port. norvadctl log msrp 1 logs "
+            "'[SW-MSRP] Port(N) Add:' with each talker that comes and 'Remove:' with each that goes; one that "
+            "is refused or malformed is logged at level 0.");
     }
     const Step step{"talker", heard->port, "-r"};
     if (!heard->failure) {
@@ -149,11 +151,11 @@ Step StreamPath::TalkerPassedOn(unsigned port) const {
                                port));
 }
 
-Step StreamPath::ListenerAsks(unsigned port) const {
+Step StreamPath::ListenerAsks(std::optional<unsigned> port) const {
     const Step step{"listener", port, "-r"};
-    const ListenerRecord* listener = RegisteredOn(port);
+    const ListenerRecord* listener = port ? RegisteredOn(*port) : nullptr;
     if (!listener) {
-        return Missing(step, "no neighbour asks for it", "No listener is declared to this bridge on the port.",
+        return Missing(step, "no neighbour asks for it", "No listener of the stream is declared to this bridge there.",
                        "To do: start the listener, and look whether the bridges between it and this one have it. "
                        "norvadctl log msrp 2 logs '[SW-MSRP] Port(N) Add:' with each listener that comes.");
     }

@@ -230,14 +230,24 @@ TEST_F(AnExplanation, KnowsNoNeighbourThatNeitherDeclaresNorAnswers) {
     EXPECT_EQ(LinesOf(ofPort)[2], "neighbour 1: not known");
 }
 
-TEST_F(AnExplanation, OfAStreamThatNobodyKnowsLooksAtBothPorts) {
+TEST_F(AnExplanation, OfAStreamThatNobodyKnowsLooksAtTheLinks) {
     answers["norvadctl -r "] = "Port 0\nPort 1\n";
+
+    EXPECT_EQ(LinesOf(ofStream),
+              (std::vector<std::string>{"link 0: holds", "spanning tree 0: holds", "link 1: holds",
+                                        "spanning tree 1: holds", "talker: missing", "listener: missing"}));
+}
+
+TEST_F(AnExplanation, OfAStreamThatNobodyTalksLooksForItBesideTheListener) {
+    Change("-r", talkerIn, "");
+    Change("-r", talkerOut, "");
 
     const auto lines = LinesOf(ofStream);
 
     EXPECT_EQ(lines.front(), "link 0: holds");
-    EXPECT_EQ((std::vector<std::string>{lines.end() - 3, lines.end()}),
-              (std::vector<std::string>{"talker: missing", "listener 0: missing", "listener 1: missing"}));
+    EXPECT_EQ(lines[2], "link 1: holds");
+    EXPECT_EQ((std::vector<std::string>{lines.end() - 2, lines.end()}),
+              (std::vector<std::string>{"talker: missing", "listener 1: holds"}));
 }
 
 TEST_F(AnExplanation, OfAStreamToTheCpuSaysThatItsPortIsNeverAsCapable) {
