@@ -3,28 +3,10 @@
 
 #include "tests/support/system/board_test.h"
 #include "tests/support/system/control_client.h"
+#include "tests/support/system/norvadctl.h"
 
 namespace norvad::test {
 namespace {
-
-// Whether that process's queue for the answer to its first question is there.
-bool HasQueue(pid_t process) {
-    return PeerQueue::Exists("/norvadctl." + std::to_string(process) + ".1");
-}
-
-struct Shown {
-    std::optional<int> status;
-    std::string output;
-    std::string errors;
-};
-
-Shown Norvadctl(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), NORVADCTL);
-    Process program(arguments);
-    const auto status = program.WaitForExit();
-    EXPECT_FALSE(HasQueue(program.Id()));
-    return {status, program.Output(), program.Errors()};
-}
 
 class Norvadctl : public BoardTest {
 protected:
@@ -34,7 +16,7 @@ protected:
         return WaitFor([&] {
             SendMsrp(0, {msrpTalker, mrpJoinIn, TalkerValue(Stream())});
             SendMsrp(1, {msrpListener, mrpJoinIn, Stream().id, listenerReady});
-            return test::Norvadctl({"streams"}).output.find("port 1 ready") != std::string::npos;
+            return RunNorvadctl({"streams"}).output.find("port 1 ready") != std::string::npos;
         });
     }
 };
@@ -42,7 +24,7 @@ protected:
 TEST_F(Norvadctl, ShowsThePortsOfARunningBoard) {
     StartBoard();
 
-    const Shown ports = test::Norvadctl({"ports"});
+    const Shown ports = RunNorvadctl({"ports"});
 
     EXPECT_EQ(ports.status, 0) << ports.errors;
     EXPECT_EQ(ports.output,
@@ -57,13 +39,13 @@ TEST_F(Norvadctl, ShowsWhatIsReservedInOneRow) {
     StartBoard();
     ASSERT_TRUE(ReserveAStream()) << Log();
 
-    const Shown streams = test::Norvadctl({"streams", "--stream", "0200:0000:00a0:0001"});
+    const Shown streams = RunNorvadctl({"streams", "--stream", "0200:0000:00a0:0001"});
 
     EXPECT_EQ(streams.status, 0) << streams.errors;
     const std::string row = R"(02:00:00:00:00:a0:00:01  91:e0:f0:00:01:00  \d+ ns  port 0  port 1 ready  port 1    )";
     EXPECT_TRUE(std::regex_search(streams.output, std::regex("\n" + row))) << streams.output;
-    EXPECT_EQ(test::Norvadctl({"streams", "--count"}).output, "1\n");
-    EXPECT_EQ(test::Norvadctl({"streams", "--count", "--port", "5"}).output, "0\n");
+    EXPECT_EQ(RunNorvadctl({"streams", "--count"}).output, "1\n");
+    EXPECT_EQ(RunNorvadctl({"streams", "--count", "--port", "5"}).output, "0\n");
 }
 
 TEST_F(Norvadctl, SaysWhyAStreamFailsAtAPortThatIsNotAsCapable) {
@@ -71,7 +53,7 @@ TEST_F(Norvadctl, SaysWhyAStreamFailsAtAPortThatIsNotAsCapable) {
     SendMsrp(0, {msrpTalker, mrpNew, TalkerValue(Stream())});
     ASSERT_TRUE(WaitForDeclared(1, msrpTalkerFailed, Stream().id)) << Log();
 
-    const Shown streams = test::Norvadctl({"streams"});
+    const Shown streams = RunNorvadctl({"streams"});
 
     EXPECT_NE(streams.output.find("port 1: 8 Egress port is not AVB capable, bridge 80:00:"), std::string::npos)
         << streams.output;
@@ -82,13 +64,13 @@ TEST_F(Norvadctl, UnderstandsEverythingThatTheDaemonSays) {
     ASSERT_TRUE(ReserveAStream()) << Log();
 
     for (const char* view : {"ports", "streams", "vlans", "domains", "clock"}) {
-        const Shown shown = test::Norvadctl({view});
+        const Shown shown = RunNorvadctl({view});
         EXPECT_EQ(shown.status, 0) << view;
         EXPECT_EQ(shown.errors, "") << view;
-        const Shown json = test::Norvadctl({view, "--json"});
+        const Shown json = RunNorvadctl({view, "--json"});
         EXPECT_NE(json.output.find(R"("notUnderstood":{"count":0,"lines":[]}})"), std::string::npos) << json.output;
     }
-    const Shown all = test::Norvadctl({});
+    const Shown all = RunNorvadctl({});
     EXPECT_EQ(all.status, 0);
     EXPECT_EQ(all.errors, "");
     EXPECT_NE(all.output.find("\n1 streams\n"), std::string::npos) << all.output;
@@ -97,7 +79,7 @@ TEST_F(Norvadctl, UnderstandsEverythingThatTheDaemonSays) {
 class NorvadctlAlone : public DaemonTest {};
 
 TEST_F(NorvadctlAlone, SaysThatNoDaemonRuns) {
-    const Shown ports = Norvadctl({"ports"});
+    const Shown ports = RunNorvadctl({"ports"});
 
     EXPECT_EQ(ports.status, 3);
     EXPECT_EQ(ports.output, "");
