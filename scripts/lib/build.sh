@@ -15,7 +15,7 @@ declare -A packages=(
     [clang-format]="clang-format"
     [shellcheck]="shellcheck"
     [awk]="mawk"
-    [roots]="mmdebstrap util-linux"
+    [roots]="mmdebstrap uidmap util-linux"
     [lintian]="lintian"
     [nspawn]="systemd-container"
 )

@@ -10,18 +10,23 @@ ReleaseArchive() {
 }
 
 # MakeRoot DIRECTORY ARCHITECTURES PACKAGE...: Debian for these architectures (separated by commas, this machine's
-# first) with the packages. One that was made of the same words is kept.
+# first) with the packages. One that was made of the same words is kept. Root inside is an ordinary user himself, so that
+# nothing outside must be open to others.
 MakeRoot() {
     local directory=$1 architectures=$2 archive packages words
     words="$*"
     [ "$(cat "$directory.words" 2>/dev/null)" != "$words" ] || return 0
+    if ! WorldOfRoots true; then
+        echo "an ordinary user wants user namespaces, and other users' numbers in /etc/subuid and /etc/subgid; root does not" >&2
+        return 1
+    fi
     echo "making a Debian root for $architectures in $directory (a few minutes)"
     mkdir -p "$(dirname "$directory")"
     rm -f "$directory.words"
     RemoveRoot "$directory"
     archive=$(ReleaseArchive)
     packages=$(IFS=, && echo "${*:3}")
-    if ! mmdebstrap --variant=buildd --architectures="$architectures" --include="$packages" \
+    if ! WorldOfRoots mmdebstrap --mode=root --variant=buildd --architectures="$architectures" --include="$packages" \
         bookworm "$directory" "deb $archive bookworm main" >"$directory.log" 2>&1; then
         tail -n 30 "$directory.log" >&2
         return 1
@@ -29,7 +34,7 @@ MakeRoot() {
     echo "$words" >"$directory.words"
 }
 
-# Removes a root, which an ordinary user owns by other numbers than his own.
+# Removes a root, of which an ordinary user owns some by other numbers than his own.
 RemoveRoot() {
     [ ! -e "$1" ] || WorldOfRoots rm -rf --one-file-system "$1"
 }
