@@ -1,4 +1,5 @@
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -20,11 +21,19 @@ bool ColoursAreWanted() {
     return isatty(STDOUT_FILENO) != 0 && (!refused || !*refused);
 }
 
+// A terminal that does not know its size has the default one.
+std::optional<ScreenSize> SizeOfOutput() {
+    if (isatty(STDOUT_FILENO) == 0) return {};
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return ScreenSize{};
+    return ScreenSize{size.ws_col, size.ws_row};
+}
+
 // The door is closed, and its queue removed, before the result is known outside.
 ExitStatus RunOnDaemon(const Options& options) {
     KernelControlDoor door;
     ControlClient client(door, options.patienceMs);
-    return Run(options, client, {std::cout, std::cerr, ColoursAreWanted()});
+    return Run(options, client, {std::cout, std::cerr, ColoursAreWanted(), SizeOfOutput});
 }
 
 ExitStatus RunProgram(int argc, char** argv) {

@@ -22,6 +22,7 @@ constexpr const char* usage =
     "  norvadctl explain port N         what a port, a stream or the time rests on: what of it holds,\n"
     "  norvadctl explain stream ID      what is missing, and what to do\n"
     "  norvadctl explain clock\n\n"
+    "  norvadctl watch [SECONDS] the one screen, redrawn in place, with what changed marked\n"
     "  norvadctl events          one line for each change, as it is seen\n"
     "  norvadctl metrics         text for Prometheus, once\n"
     "  norvadctl wait port N     until the port is AS capable\n"

@@ -13,6 +13,7 @@
 #include "ctl/text.h"
 #include "ctl/views.h"
 #include "ctl/wait.h"
+#include "ctl/watch.h"
 
 namespace norvad::ctl {
 
@@ -136,10 +137,7 @@ struct Task {
 };
 
 constexpr Task tasks[] = {
-    {"events", ShowEvents},
-    {"metrics", PrintMetrics},
-    {"wait", Wait},
-    {"leave", Leave},
+    {"events", ShowEvents}, {"metrics", PrintMetrics}, {"wait", Wait}, {"watch", Watch}, {"leave", Leave},
 };
 
 // The daemon says OK, or what it did not like.

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <iosfwd>
+#include <optional>
 
 #include "ctl/answers.h"
 #include "ctl/control_client.h"
 #include "ctl/options.h"
+#include "ctl/screen.h"
 
 namespace norvad::ctl {
 
@@ -13,6 +16,7 @@ struct Terminal {
     std::ostream& output;
     std::ostream& errors;
     bool colours;
+    std::function<std::optional<ScreenSize>()> screenSize = [] { return std::nullopt; };  // nothing: it is no terminal
 };
 
 enum class ExitStatus {

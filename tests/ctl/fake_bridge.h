@@ -17,9 +17,7 @@ namespace norvad::ctl::test {
 class FakeBridge {
 public:
     FakeBridge() {
-        door.daemon = [this](const std::string& words) {
-            return std::vector<FakeControlDoor::Piece>{{answers.at(words), true}};
-        };
+        door.daemon = [this](const std::string& words) { return InPieces(answers.at(words)); };
         door.onPause = [this] { Pause(); };
     }
 
@@ -65,6 +63,16 @@ public:
 
 private:
     struct Interruption {};
+
+    // As many as the daemon would send.
+    static std::vector<FakeControlDoor::Piece> InPieces(const std::string& answer) {
+        constexpr size_t piece = 2048;
+        std::vector<FakeControlDoor::Piece> pieces;
+        for (size_t at = 0; at < answer.size(); at += piece) pieces.push_back({answer.substr(at, piece)});
+        if (pieces.empty()) pieces.emplace_back();
+        pieces.back().last = true;
+        return pieces;
+    }
 
     void Pause() {
         if (pausesDone >= pauses.size()) throw Interruption();

@@ -4,6 +4,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ctl/control_door.h"
@@ -24,6 +25,7 @@ public:
     std::function<std::vector<Piece>(const std::string& words)> daemon;  // asked at each request it takes
     bool requestIsLost = false;
     bool daemonIsRecorded = false;
+    bool isResized = false;  // the terminal, during the next pause
     std::function<void()> onPause;
 
     std::vector<std::string> taken;  // the words of the requests that the daemon took
@@ -68,7 +70,7 @@ public:
     }
     bool PauseUntilResized(uint64_t ms) override {
         Pause(ms);
-        return false;
+        return std::exchange(isResized, false);
     }
     uint64_t NowMs() const override { return nowMs; }
     timeval TimeOfDay() const override { return {static_cast<time_t>(nowMs / 1000), 0}; }
