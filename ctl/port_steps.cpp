@@ -118,6 +118,11 @@ Step AsCapableStep(const Snapshot& bridge, unsigned number) {
 Step LinkDelayStep(const Snapshot& bridge, unsigned number) {
     Step step{"link delay", number, "-p"};
     const int64_t delayNs = LinkDelayNs(bridge, number);
+    const Port* port = Find(bridge, number);
+    if (delayNs != 0 && port && !port->isAvbUp) {
+        return Unknown(step, fmt::format("{} ns when the neighbour answered last", delayNs),
+                       "It is measured while the port is AS capable.", "");
+    }
     if (delayNs != 0) {
         return Holds(step,
                      fmt::format("{} ns, the neighbour's clock {}", delayNs, PpmText(bridge.clock->rateRatio[number])));

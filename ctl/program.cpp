@@ -99,6 +99,7 @@ void Viewing::ShowEverything() {
 }
 
 void Viewing::ShowExplanation() {
+    RefuseUnused(options, {.words = true, .json = true});
     const Explanation explanation = Explain(options.words, bridge);
     isSomethingMissing = explanation.FirstMissing() != nullptr;
     if (options.json) {

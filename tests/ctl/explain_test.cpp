@@ -204,6 +204,7 @@ TEST_F(AnExplanation, SaysWhereItCanBeSeenWhatTheAnswersDoNotTell) {
     } const cases[] = {
         {ofPort, "-o", "IN\n", "MT\n", "neighbour 1: holds", ""},  // it answers peer delay requests
         {ofPort, "-p", "PD1:512ns", "PD1:0ns", "link delay 1: not known", "norvadctl log ptp 1"},
+        {ofPort, "-s", "AVB status: Up,  ", "AVB status: Down,", "link delay 1: not known", ""},  // what it was before
         {ofStream, "-r", "decl:READY", "decl:ASKING_FAILED", "reservation 1: not known", "norvadctl log ioctl 1"},
         {ofStream, "-r", "decl:READY", "decl:READY_FAILED", "bandwidth 1: not known", "norvadctl log ioctl 2"},
         {ofClock, "-p", "AD:-499ns:RMS:12.5", "AD:0ns:RMS:0", "offset: not known", "norvadctl log ptp 3"},

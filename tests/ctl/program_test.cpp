@@ -108,8 +108,16 @@ TEST_F(Program, SaysWhatItDidNotUnderstandWithoutHandingItToTheTerminal) {
 
 TEST_F(Program, AsksNothingWhenTheWordsMakeNoSense) {
     const std::vector<const char*> cases[] = {
-        {"nonsense"},        {"ports", "streams"},          {"--port", "7"}, {"--port", "-1"},      {"--limit", "1x"},
-        {"--stream", "02:"}, {"streams", "--patience", ""}, {"--unknown"},   {"streams", "--port"},
+        {"nonsense"},
+        {"ports", "streams"},
+        {"--port", "7"},
+        {"--port", "-1"},
+        {"--limit", "1x"},
+        {"--stream", "02:"},
+        {"streams", "--patience", ""},
+        {"--unknown"},
+        {"streams", "--port"},
+        {"explain", "clock", "--port", "0"},
     };
     for (const auto& words : cases) EXPECT_THROW(Run(words), UsageError) << words[0];
     EXPECT_TRUE(door.taken.empty());
