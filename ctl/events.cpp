@@ -20,10 +20,8 @@ bool Selects(const Selection& selection, const Change& change) {
 }
 
 std::string Line(const Change& change, const timeval& time, bool json) {
-    if (!json) return LocalTimeText(time) + " " + Printable(change.text);
-    Json event = {{"time", LocalTimeRfc3339(time)}};
-    event.update(ChangeJson(change));
-    return Json{{"version", jsonVersion}, {"event", event}}.dump();
+    if (json) return EventJson(change, time).dump();
+    return LocalTimeText(time) + " " + Printable(change.text);
 }
 
 }  // namespace
@@ -43,13 +41,13 @@ ExitStatus ShowEvents(const Options& options, ControlClient& client, const Termi
     }
 }
 
-Json ChangeJson(const Change& change) {
-    Json json = {{"kind", Name(change.kind)}};
-    if (change.port) json["port"] = *change.port;
-    if (change.stream) json["stream"] = IdText(*change.stream);
-    if (change.vid) json["vid"] = *change.vid;
-    json["text"] = change.text;
-    return json;
+Json EventJson(const Change& change, const timeval& time) {
+    Json event = {{"time", LocalTimeRfc3339(time)}, {"kind", Name(change.kind)}};
+    if (change.port) event["port"] = *change.port;
+    if (change.stream) event["stream"] = IdText(*change.stream);
+    if (change.vid) event["vid"] = *change.vid;
+    event["text"] = change.text;
+    return {{"version", jsonVersion}, {"event", event}};
 }
 
 }  // namespace norvad::ctl

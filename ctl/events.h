@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/time.h>
+
 #include "ctl/changes.h"
 #include "ctl/json_views.h"
 #include "ctl/program.h"
@@ -10,7 +12,7 @@ namespace norvad::ctl {
 // often than once a second, and may come and go meanwhile. Throws NoAnswer when this user may not ask.
 ExitStatus ShowEvents(const Options& options, ControlClient& client, const Terminal& terminal);
 
-// With the members that the change has; schema.json describes it.
-Json ChangeJson(const Change& change);
+// One change, seen at that time, as a line for programs; schema.json describes it.
+Json EventJson(const Change& change, const timeval& time);
 
 }  // namespace norvad::ctl

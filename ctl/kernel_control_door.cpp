@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,24 +9,10 @@
 #include <cerrno>
 #include <system_error>
 
-#include "base/clock.h"
 #include "ctl/daemon_process.h"
+#include "ctl/milliseconds.h"
 
 namespace norvad::ctl {
-
-namespace {
-
-FileDescriptor TakeSignals() {
-    sigset_t taken;
-    sigemptyset(&taken);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) sigaddset(&taken, signal);
-    sigprocmask(SIG_BLOCK, &taken, nullptr);
-    FileDescriptor signals(signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (signals.Get() < 0) throw std::system_error(errno, std::generic_category(), "signalfd");
-    return signals;
-}
-
-}  // namespace
 
 KernelControlDoor::KernelControlDoor() : signals(TakeSignals()) {}
 
@@ -85,8 +69,7 @@ bool KernelControlDoor::PauseUntilResized(uint64_t ms) {
 }
 
 uint64_t KernelControlDoor::NowMs() const {
-    const timespec now = SystemClock().Monotonic();
-    return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1'000'000;
+    return MonotonicMs(SystemClock());
 }
 
 timeval KernelControlDoor::TimeOfDay() const {
@@ -107,11 +90,7 @@ void KernelControlDoor::RemoveReplyQueue() {
 KernelControlDoor::Wakening KernelControlDoor::WaitFor(int descriptor, uint64_t ms) const {
     std::array<pollfd, 2> set{{{signals.Get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
     const int ready = poll(set.data(), set.size(), static_cast<int>(std::min<uint64_t>(ms, INT32_MAX)));
-    signalfd_siginfo signal{};
-    if (ready > 0 && set[0].revents != 0 && read(signals.Get(), &signal, sizeof signal) == sizeof signal) {
-        if (signal.ssi_signo == SIGWINCH) return Wakening::RESIZED;
-        throw Interrupted{static_cast<int>(signal.ssi_signo)};
-    }
+    if (ready > 0 && set[0].revents != 0 && HeedSignal(signals)) return Wakening::RESIZED;
     return ready > 0 && set[1].revents != 0 ? Wakening::READABLE : Wakening::TIME;
 }
 

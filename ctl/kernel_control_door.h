@@ -5,13 +5,9 @@
 #include "base/file_descriptor.h"
 #include "base/message_queue.h"
 #include "ctl/control_door.h"
+#include "ctl/signals.h"
 
 namespace norvad::ctl {
-
-// A signal asked the program to end. It is thrown where the program waits, so that its reply queue is removed.
-struct Interrupted {
-    int signal;
-};
 
 // The kernel's message queues. The reply queue is named after this process and removed with this object; SIGINT,
 // SIGTERM and SIGHUP are taken from its making on, and throw Interrupted out of Receive and Pause; SIGWINCH is taken

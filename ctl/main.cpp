@@ -11,6 +11,7 @@
 #include "ctl/kernel_control_door.h"
 #include "ctl/options.h"
 #include "ctl/program.h"
+#include "ctl/serve/serve.h"
 
 namespace {
 
@@ -33,7 +34,8 @@ std::optional<ScreenSize> SizeOfOutput() {
 ExitStatus RunOnDaemon(const Options& options) {
     KernelControlDoor door;
     ControlClient client(door, options.patienceMs);
-    return Run(options, client, {std::cout, std::cerr, ColoursAreWanted(), SizeOfOutput});
+    const Terminal terminal{std::cout, std::cerr, ColoursAreWanted(), SizeOfOutput};
+    return WantsToServe(options) ? Serve(options, client, terminal) : Run(options, client, terminal);
 }
 
 ExitStatus RunProgram(int argc, char** argv) {

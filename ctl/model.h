@@ -26,6 +26,7 @@ struct Machines {
 
     // This bridge declares the value to the neighbour. The other states of the Applicant watch, or take it back.
     bool IsDeclared() const { return applicant[0] != 'L' && applicant[1] != 'O'; }
+    bool operator==(const Machines&) const = default;
 };
 
 struct Port {
@@ -34,6 +35,7 @@ struct Port {
     bool isStpUp = false;  // false when the port is down
     bool isAvbUp = false;  // AS capable; false when the port is down
     bool IsCpu() const { return number == cpuPort; }
+    bool operator==(const Port&) const = default;
 };
 
 // The 8 bytes of a StreamID, a clock's or a bridge's identity, the first one most significant.
@@ -44,6 +46,7 @@ struct TalkerFailure {
     Id bridge = 0;
     std::optional<unsigned> code;  // none: words of no code that the daemon knows
     std::string words;             // "Egress port is not AVB capable"
+    bool operator==(const TalkerFailure&) const = default;
 };
 
 struct TalkerRecord {
@@ -54,6 +57,7 @@ struct TalkerRecord {
     std::optional<TalkerFailure> failure{};
     Machines machines{};
     unsigned number = 0;  // among the talkers of all ports, or among the failed ones, from 0
+    bool operator==(const TalkerRecord&) const = default;
 };
 
 enum class Declaration { IGNORE, ASKING_FAILED, READY, READY_FAILED, UNKNOWN };
@@ -64,6 +68,7 @@ struct ListenerRecord {
     Declaration declaration = Declaration::UNKNOWN;
     Machines machines{};
     unsigned number = 0;  // among the listeners of all ports, from 0
+    bool operator==(const ListenerRecord&) const = default;
 };
 
 struct Domain {
@@ -72,12 +77,14 @@ struct Domain {
     unsigned priority = 0;
     unsigned vid = 0;
     Machines machines{};
+    bool operator==(const Domain&) const = default;
 };
 
 struct Vlan {
     unsigned port = 0;
     unsigned vid = 0;
     Machines machines{};
+    bool operator==(const Vlan&) const = default;
 };
 
 inline constexpr int64_t largestInSyncOffsetNs = 499;  // as the daemon counts it

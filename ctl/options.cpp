@@ -28,6 +28,7 @@ constexpr const char* usage =
     "  norvadctl wait port N     until the port is AS capable\n"
     "  norvadctl wait stream ID  until the stream is reserved for a listener\n"
     "  norvadctl wait clock      until the bridge is grandmaster, or follows one closely\n\n"
+    "  norvadctl serve           a status page at http://127.0.0.1:8021/, metrics and JSON\n\n"
     "  norvadctl log CATEGORY LEVEL     what the daemon logs: socket, mrp, msrp, mvrp, ptp, ioctl; 0 to 9\n"
     "  norvadctl priority N             gPTP priority1, 0 to 255\n"
     "  norvadctl window running|growing how rate ratios are measured\n"
@@ -46,6 +47,7 @@ po::options_description VisibleOptions() {
     option("count", "only how many there are");
     option("limit", po::value<std::string>(), "at most so many rows");
     option("offset", po::value<std::string>(), "leave out the first so many rows");
+    option("listen", po::value<std::string>(), "ADDRESS:PORT to serve the status page at (127.0.0.1:8021)");
     option("patience", po::value<std::string>(), "seconds to wait for each answer (5)");
     option("timeout", po::value<std::string>(), "seconds after which wait gives up (never)");
     return description;
@@ -113,6 +115,7 @@ Options ReadOptions(int argc, const char* const* argv) {
         options.help = values.count("help") > 0;
         options.json = values.count("json") > 0;
         options.count = values.count("count") > 0;
+        if (values.count("listen")) options.listen = values["listen"].as<std::string>();
         if (values.count("patience")) options.patienceMs = Number(values, "patience", longestPatienceS) * 1000;
         if (values.count("timeout")) options.timeoutMs = Number(values, "timeout", longestTimeoutS) * 1000;
         return options;

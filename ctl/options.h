@@ -21,6 +21,7 @@ struct Options {
     bool help = false;
     bool json = false;
     bool count = false;
+    std::string listen = "127.0.0.1:8021";  // where the status page is served
     uint64_t patienceMs = ControlClient::defaultPatienceMs;
     uint64_t timeoutMs = UINT64_MAX;
 };

@@ -36,6 +36,8 @@ struct Stream {
 
     // Some record of it stands on that port.
     bool IsOn(unsigned port) const;
+
+    bool operator==(const Stream&) const = default;
 };
 
 // The streams in ascending order of StreamID.

@@ -1,12 +1,23 @@
 #include <csignal>
 #include <regex>
 
+#include "tests/support/http_client.h"
 #include "tests/support/system/board_test.h"
 #include "tests/support/system/control_client.h"
+#include "tests/support/system/network.h"
 #include "tests/support/system/norvadctl.h"
 
 namespace norvad::test {
 namespace {
+
+// A connection to a norvadctl that serves, at the address that it says.
+HttpClient ClientOf(const Process& serving) {
+    SetInterfaceUp("lo", true);
+    EXPECT_TRUE(serving.WaitForOutput("/\n"));
+    const std::string url = serving.Output();
+    const auto port = static_cast<uint16_t>(std::stoi(url.substr(url.rfind(':') + 1)));
+    return HttpClient({boost::asio::ip::address_v4::loopback(), port});
+}
 
 class Norvadctl : public BoardTest {
 protected:
@@ -76,6 +87,20 @@ TEST_F(Norvadctl, UnderstandsEverythingThatTheDaemonSays) {
     EXPECT_NE(all.output.find("\n1 streams\n"), std::string::npos) << all.output;
 }
 
+TEST_F(Norvadctl, ServesWhatItShows) {
+    StartBoard();
+    Process serving({NORVADCTL, "serve", "--listen", "127.0.0.1:0"});
+    HttpClient client = ClientOf(serving);
+
+    EXPECT_NE(client.Get("/api/v1/ports").find(R"({"port":0,"up":true,"stp":true,"asCapable":false})"),
+              std::string::npos)
+        << client.Received();
+    EXPECT_NE(client.Get("/metrics").find("\nnorvad3_up 1\n"), std::string::npos) << client.Received();
+    EXPECT_NE(client.Get("/").find("<title>"), std::string::npos) << client.Received();
+    serving.Signal(SIGTERM);
+    EXPECT_EQ(serving.WaitForExit(), -SIGTERM);
+}
+
 class NorvadctlAlone : public DaemonTest {};
 
 TEST_F(NorvadctlAlone, SaysThatNoDaemonRuns) {
@@ -96,6 +121,22 @@ TEST_F(NorvadctlAlone, LeavesNoQueueBehindWhenItIsInterrupted) {
         EXPECT_EQ(waiting.WaitForExit(), -signal);
         EXPECT_FALSE(HasQueue(waiting.Id()));
     }
+}
+
+TEST_F(NorvadctlAlone, ServesAlsoWithoutADaemonAndLeavesNoQueueBehind) {
+    Process serving({NORVADCTL, "serve", "--listen", "127.0.0.1:0"});
+    HttpClient client = ClientOf(serving);
+
+    EXPECT_NE(client.Get("/api/v1/ports").find("no daemon runs"), std::string::npos) << client.Received();
+    serving.Signal(SIGINT);
+    EXPECT_EQ(serving.WaitForExit(), -SIGINT);
+    EXPECT_FALSE(HasQueue(serving.Id()));
+
+    const Shown taken = RunNorvadctl({"serve", "--listen", "192.0.2.1:1"});
+    EXPECT_EQ(taken.status, 1);
+    EXPECT_EQ(taken.errors, "norvadctl: nothing can be served at 192.0.2.1:1: Cannot assign requested address\n");
+    EXPECT_EQ(RunNorvadctl({"serve", "--listen", "localhost:1"}).status, 2);
+    EXPECT_EQ(RunNorvadctl({"serve", "more"}).status, 2);
 }
 
 TEST_F(NorvadctlAlone, IsAnsweredBesideManyOthers) {
