@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <csignal>
 
 #include "tests/support/system/board_test.h"
 #include "tests/support/system/control_client.h"
+#include "tests/support/system/pseudo_terminal.h"
 
 namespace norvad::test {
 namespace {
@@ -72,6 +74,73 @@ TEST_F(NorvadctlWithoutBoard, EndsQuietlyWhenNobodyReadsTheEvents) {
     EXPECT_EQ(pipe.WaitForExit(), 0);
     EXPECT_EQ(pipe.Errors(), "");
     EXPECT_FALSE(HasAnyQueue(events));
+}
+
+class NorvadctlWatch : public BoardTest {
+protected:
+    static constexpr const char* otherScreen = "\033[?1049h";
+    static constexpr const char* ownScreen = "\033[?25h\033[?1049l";
+    static constexpr const char* newDrawing = "\033[H";
+
+    // The terminal is as it was before, and no queue is left.
+    static void ExpectCleanEnd(PseudoTerminal& terminal, int status) {
+        EXPECT_EQ(terminal.WaitForExit(), status);
+        EXPECT_TRUE(terminal.Output().starts_with(otherScreen)) << terminal.Output();
+        EXPECT_NE(terminal.Output().rfind(ownScreen), std::string::npos) << terminal.Output();
+        EXPECT_GT(terminal.Output().rfind(ownScreen), terminal.Output().rfind(newDrawing)) << terminal.Output();
+        EXPECT_FALSE(HasAnyQueue(terminal.Id()));
+    }
+};
+
+TEST_F(NorvadctlWatch, MarksWhatChangesAndEndsAtCtrlC) {
+    StartBoard();
+    PseudoTerminal terminal({NORVADCTL, "watch"}, 120, 30);
+    ASSERT_TRUE(terminal.WaitForOutput("AS CAPABLE")) << terminal.Output();
+
+    MakeAsCapable(0);
+
+    EXPECT_TRUE(terminal.WaitForOutput("\033[32m\033[7myes\033[0m")) << terminal.Output();
+    EXPECT_TRUE(terminal.WaitForOutput("port 0: AS capable"));
+    terminal.Type("\x03");
+    ExpectCleanEnd(terminal, -SIGINT);
+}
+
+TEST_F(NorvadctlWatch, IsDrawnAgainInTheNewSizeOfTheTerminal) {
+    StartBoard();
+    PseudoTerminal terminal({NORVADCTL, "watch", "3600"}, 120, 30);
+    ASSERT_TRUE(terminal.WaitForOutput("DECLARED")) << terminal.Output();
+    const size_t drawn = terminal.Output().size();
+
+    terminal.Resize(20, 4);
+
+    ASSERT_TRUE(terminal.WaitForOutput("\033[J", drawn)) << terminal.Output();
+    const std::string drawing = terminal.Output().substr(drawn);
+    EXPECT_TRUE(drawing.starts_with(newDrawing)) << drawing;
+    EXPECT_EQ(std::count(drawing.begin(), drawing.end(), '\n'), 3) << drawing;
+    EXPECT_EQ(drawing.find("DECLARED"), std::string::npos) << drawing;
+    kill(terminal.Id(), SIGTERM);
+    ExpectCleanEnd(terminal, -SIGTERM);
+}
+
+TEST_F(NorvadctlWatch, OutlivesTheDaemon) {
+    PseudoTerminal terminal({NORVADCTL, "watch", "--patience", "1"}, 120, 30);
+    EXPECT_TRUE(terminal.WaitForOutput(": no daemon runs")) << terminal.Output();
+    StartBoard();
+    EXPECT_TRUE(terminal.WaitForOutput("the daemon is back")) << terminal.Output();
+
+    kill(daemon, SIGKILL);
+
+    EXPECT_TRUE(terminal.WaitForOutput(": the daemon does not answer")) << terminal.Output();
+    kill(terminal.Id(), SIGTERM);
+    ExpectCleanEnd(terminal, -SIGTERM);
+}
+
+TEST_F(NorvadctlWatch, SaysWhatToUseWhereThereIsNoTerminal) {
+    Process watch({NORVADCTL, "watch"});
+
+    EXPECT_EQ(watch.WaitForExit(), 2);
+    EXPECT_EQ(watch.Output(), "");
+    EXPECT_EQ(watch.Errors(), "norvadctl: watch draws on a terminal; norvadctl events prints what changes anywhere\n");
 }
 
 }  // namespace

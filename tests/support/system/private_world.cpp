@@ -54,7 +54,10 @@ void MakePrivateDevices() {
     MountEmpty(staging.c_str(), "mode=0755");
     for (const char* node : {"null", "zero", "full", "random", "urandom", "tty"})
         BindNode(std::string("/dev/") + node, staging + "/" + node);
-    for (const char* directory : {"shm", "mqueue"}) fs::create_directory(staging + "/" + directory);
+    for (const char* directory : {"shm", "mqueue", "pts"}) fs::create_directory(staging + "/" + directory);
+    const std::string terminals = staging + "/pts";
+    Require(mount("devpts", terminals.c_str(), "devpts", MS_NOSUID | MS_NOEXEC, "ptmxmode=0666") == 0, "mount devpts");
+    fs::create_symlink("pts/ptmx", staging + "/ptmx");
     fs::create_symlink("/proc/self/fd", staging + "/fd");
     Require(mount(staging.c_str(), "/dev", nullptr, MS_MOVE, nullptr) == 0, "move to /dev");
     fs::remove(staging);
