@@ -1,18 +1,18 @@
 # shellcheck shell=bash
-# The running daemon asked as an operator asks it: a second start of the same program, with options.
+# The running daemon asked as an operator asks it: by a second start of the same program, with options, or by norvadctl.
 
 # The answer's lines, with the port in front of those that stand below "Port N".
 LinesByPort() {
     awk '/^Port [0-9]+$/ { port = $2 " "; next } { print port $0 }' <<<"$answer"
 }
 
-# AnswerHas OPTIONS PATTERN...: asks once; true when each pattern finds a line. What the client has to complain of is
-# in a log.
+# AnswerHas PROGRAM WORDS PATTERN...: asks once; true when each pattern finds a line. What the client has to complain of is
+# in a log. That norvadctl finds something missing is an answer too.
 AnswerHas() {
-    local words pattern
-    read -ra words <<<"$1"
-    shift
-    answer=$(norvad3 "${words[@]}" 2>>"$logs/client") || return 1
+    local program=$1 words pattern
+    read -ra words <<<"$2"
+    shift 2
+    answer=$("$program" "${words[@]}" 2>>"$logs/client") || [ "$program" = norvadctl ] || return 1
     for pattern in "$@"; do
         LinesByPort | grep -q -E -- "$pattern" || return 1
     done
@@ -21,15 +21,24 @@ AnswerHas() {
 # Ask OPTIONS SENTENCE PATTERN...: tells and types the command and shows its answer. A client waits for 10 ms only and
 # then prints nothing, which happens on a busy machine: it is typed again.
 Ask() {
-    local options=$1 sentence=$2 deadline=$((SECONDS + 16))
-    shift 2
-    until AnswerHas "$options" "$@"; do
-        [ "$SECONDS" -lt "$deadline" ] || Unanswered "$options" "$@"
+    AskBy norvad3 "$@"
+}
+
+# Consult WORDS SENTENCE PATTERN...: the same of norvadctl.
+Consult() {
+    AskBy norvadctl "$@"
+}
+
+AskBy() {
+    local program=$1 request=$2 sentence=$3 deadline=$((SECONDS + 16))
+    shift 3
+    until AnswerHas "$program" "$request" "$@"; do
+        [ "$SECONDS" -lt "$deadline" ] || Unanswered "$program $request" "$@"
         CheckAlive
         sleep 0.1
     done
     Tell "$(Now)" operator "$sentence"
-    Indented "$ norvad3 $options" "$answer"
+    Indented "$ $program $request" "$answer"
 }
 
 # The first line stands out.
@@ -39,8 +48,8 @@ Indented() {
 }
 
 Unanswered() {
-    local options=$1
+    local command=$1
     shift
-    Indented "the last answer to norvad3 $options" "${answer:-(none)}"
-    Missing "norvad3 $options answers with lines like: $*" board
+    Indented "the last answer to $command" "${answer:-(none)}"
+    Missing "$command answers with lines like: $*" board
 }

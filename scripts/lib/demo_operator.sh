@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the client of the daemon says while the stream is reserved.
+# What the client of the daemon and norvadctl say while the stream is reserved, and why it could not be before.
 
 AskForPorts() {
     Ask -s "both ports have a link, and on both the neighbour is AS capable" \
@@ -33,6 +33,19 @@ AskForHelp() {
     Ask -h "the daemon may be asked all of this" '--msrp' '--mvrp' '--ptp' '--ports' '--debug'
 }
 
+# The grandmaster behind port 0 has gone.
+AskWhyNotAsCapable() {
+    Consult "explain port 0" "norvadctl tells why no stream may leave by port 0 now, and what to do" \
+        '^link, port 0 +holds' '^AS capable, port 0 +missing' '^missing: AS capable, port 0$'
+}
+
+ConsultOnStream() {
+    Consult "streams --stream $stream" "norvadctl has a row for each stream" \
+        "^$stream  $destination  139264 ns  port 0  port 1 ready  port 1 "
+    Consult "explain stream $stream" "and goes with it from the talker's link to the reservation" \
+        '^talker, port 0 +holds' '^reservation, port 1 +holds' '^nothing is missing$'
+}
+
 ShowOperatorsView() {
     AskForPorts
     AskForStreams
@@ -40,4 +53,5 @@ ShowOperatorsView() {
     AskForVlans
     AskForTime
     AskForHelp
+    ConsultOnStream
 }

@@ -147,4 +147,5 @@ ShowTime() {
     DrawPlot
     Ask "-d ptp 0" "the daemon is told to log no more of that" '^OK$'
     EndGrandmaster
+    AskWhyNotAsCapable
 }
