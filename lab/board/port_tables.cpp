@@ -86,6 +86,14 @@ void EgressLimits::ForgetReservations() {
     std::erase_if(limits, [](const auto& entry) { return !IsPercentage(entry.first.second, entry.second); });
 }
 
+uint64_t EgressLimits::Reserved(uint8_t port) const {
+    uint64_t bytesPerSecond = 0;
+    for (const auto& [key, limit] : limits) {
+        if (key.first == port && !IsPercentage(key.second, limit)) bytesPerSecond += static_cast<uint32_t>(limit);
+    }
+    return bytesPerSecond;
+}
+
 std::optional<int32_t> EgressLimits::Find(uint8_t port, uint32_t parameter) const {
     const auto found = limits.find({port, parameter});
     if (found == limits.end()) return {};

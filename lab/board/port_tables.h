@@ -109,6 +109,8 @@ public:
     void ForgetReservations();
 
     std::optional<int32_t> Find(uint8_t port, uint32_t parameter) const;
+    // What the reservations of all VLANs come to on a port, in bytes per second.
+    uint64_t Reserved(uint8_t port) const;
     const std::map<Key, int32_t>& Entries() const { return limits; }
 
 private:

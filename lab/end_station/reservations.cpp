@@ -96,6 +96,11 @@ void Reservations::Declare(const ListenerSettings& listener) {
     log("declares " + ListenerText(listener.id, listener.declaration));
 }
 
+void Reservations::Withdraw(const TalkerSettings& talker) {
+    participant.Withdraw(ValueOf(TALKER_ADVERTISE, FirstValueOf(talker)));
+    log("withdraws talker " + HexText(talker.id));
+}
+
 void Reservations::Withdraw(const ListenerSettings& listener) {
     participant.Withdraw(ValueOf(listener));
     log("withdraws listener " + HexText(listener.id));
@@ -111,9 +116,15 @@ bool Reservations::HasReadyListener(const StreamID& id) const {
 }
 
 std::optional<VlanTag> Reservations::TagOf(const StreamID& id) const {
-    const auto found = talkerTags.find(id);
-    if (found == talkerTags.end()) return {};
-    return found->second;
+    const auto found = talkers.find(id);
+    if (found == talkers.end()) return {};
+    return found->second.tag;
+}
+
+std::optional<uint32_t> Reservations::PromisedLatencyNs(const StreamID& id) const {
+    const auto found = talkers.find(id);
+    if (found == talkers.end()) return {};
+    return found->second.latencyNs;
 }
 
 void Reservations::Registered(const MrpValue& value) {
@@ -124,7 +135,8 @@ void Reservations::Registered(const MrpValue& value) {
     if (value.type == TALKER_FAILED) return log(FailedText(FirstValue<TalkerFailedFirstValue>(value)));
 
     const auto talker = FirstValue<TalkerFirstValue>(value);
-    talkerTags.insert_or_assign(talker.streamId, VlanTag{talker.vid, talker.DataFramePriority()});
+    const VlanTag tag{talker.vid, talker.DataFramePriority()};
+    talkers.insert_or_assign(talker.streamId, RegisteredTalker{tag, talker.accumulatedLatency});
     log(fmt::format("talker {} registered {}", HexText(talker.streamId), TalkerText(talker)));
 }
 
@@ -140,7 +152,7 @@ void Reservations::ListenerRegistered(const StreamID& id, ListenerDeclaration de
 void Reservations::Withdrawn(const MrpValue& value) {
     const auto id = FirstValue<ListenerFirstValue>(value).streamId;
     if (value.type == LISTENER_VECTOR) readyListeners.erase(id);
-    if (value.type == TALKER_ADVERTISE) talkerTags.erase(id);
+    if (value.type == TALKER_ADVERTISE) talkers.erase(id);
     log(WithdrawnText(value));
 }
 

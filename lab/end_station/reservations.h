@@ -35,6 +35,7 @@ public:
     void DeclareDomains();  // class A on priority 3 and class B on priority 2, VLAN 2
     void Declare(const TalkerSettings& talker);
     void Declare(const ListenerSettings& listener);
+    void Withdraw(const TalkerSettings& talker);
     void Withdraw(const ListenerSettings& listener);
     void WithdrawAll();
 
@@ -42,11 +43,18 @@ public:
     bool HasReadyListener(const StreamID& id) const;
     // How the registered talker of the stream tags its frames.
     std::optional<VlanTag> TagOf(const StreamID& id) const;
+    // How late its frames are to be at most, in nanoseconds, as the bridges on their way have added it up.
+    std::optional<uint32_t> PromisedLatencyNs(const StreamID& id) const;
 
     MrpParticipant& Participant() { return participant; }
     const MrpParticipant& Participant() const { return participant; }
 
 private:
+    struct RegisteredTalker {
+        VlanTag tag;
+        uint32_t latencyNs;
+    };
+
     void Registered(const MrpValue& value) override;
     void Withdrawn(const MrpValue& value) override;
     void ListenerRegistered(const StreamID& id, ListenerDeclaration declaration);
@@ -54,7 +62,7 @@ private:
     EventLog log;
     MrpParticipant participant;
     std::unordered_set<StreamID, boost::hash<StreamID>> readyListeners;
-    std::unordered_map<StreamID, VlanTag, boost::hash<StreamID>> talkerTags;
+    std::unordered_map<StreamID, RegisteredTalker, boost::hash<StreamID>> talkers;
 };
 
 }  // namespace norvad::station

@@ -28,11 +28,11 @@ Station::Station(const StationSettings& settings, const Clock& clock, FramePort&
       port(port),
       log(std::move(log)),
       reservations(
-          clock, SeedOf(port.Address()), [this](const auto& application, auto pdu) { SendPdu(application, pdu); },
-          this->log),
+          clock, SeedOf(port.Address()) ^ settings.seed,
+          [this](const auto& application, auto pdu) { SendPdu(application, pdu); }, this->log),
       vlanMember(
-          clock, ~SeedOf(port.Address()), [this](const auto& application, auto pdu) { SendPdu(application, pdu); },
-          this->log),
+          clock, ~SeedOf(port.Address()) ^ settings.seed,
+          [this](const auto& application, auto pdu) { SendPdu(application, pdu); }, this->log),
       peerDelay(settings.peerDelay, clock, port, this->log),
       receivers(clock, this->log),
       vlanTraffic(settings.vlanFrames, settings.framesPerSecond, clock, port, this->log) {
@@ -44,7 +44,7 @@ Station::Station(const StationSettings& settings, const Clock& clock, FramePort&
 
 void Station::Start() {
     reservations.DeclareDomains();
-    for (const auto& talker : settings.talkers) reservations.Declare(talker);
+    DeclareTalkers();
     vlanTraffic.Start();
     if (settings.hold) return;
     DeclareListeners();
@@ -72,7 +72,7 @@ void Station::RunDue() {
     vlanMember.Participant().RunDue();
     peerDelay.RunDue();
     for (size_t i = 0; i < senders.size() && !isEnding; ++i) {
-        senders[i].SetWanted(reservations.HasReadyListener(settings.talkers[i].id));
+        senders[i].SetWanted(talks && reservations.HasReadyListener(settings.talkers[i].id));
         senders[i].RunDue();
     }
     receivers.RunDue();
@@ -84,6 +84,17 @@ uint64_t Station::DueNs() const {
                                receivers.DueNs(), vlanTraffic.DueNs()});
     for (const auto& sender : senders) dueNs = std::min(dueNs, sender.DueNs());
     return dueNs;
+}
+
+void Station::WithdrawTalkers() {
+    talks = false;
+    for (auto& sender : senders) sender.Stop();
+    for (const auto& talker : settings.talkers) reservations.Withdraw(talker);
+}
+
+void Station::DeclareTalkers() {
+    talks = true;
+    for (const auto& talker : settings.talkers) reservations.Declare(talker);
 }
 
 void Station::WithdrawListeners() {

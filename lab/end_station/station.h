@@ -24,6 +24,7 @@ struct StationSettings {
     bool eager = false;                // send stream frames also without a ready listener
     bool hold = false;                 // listeners and VLANs are declared only when their Declare is called
     PeerDelaySettings peerDelay;
+    uint32_t seed = 0;  // of when it sends LeaveAll, besides its address
 };
 
 // An AVB end station on one port. It is handed frames and the time; whoever owns it waits for either.
@@ -39,6 +40,8 @@ public:
     void RunDue();
     uint64_t DueNs() const;  // when RunDue has something to do next, on the monotonic clock
 
+    void WithdrawTalkers();  // their frames end too
+    void DeclareTalkers();
     void WithdrawListeners();
     void DeclareListeners();
     void WithdrawVlans();
@@ -46,6 +49,8 @@ public:
     void WithdrawAll();      // ends all other frames too
     bool HasUnsent() const;  // declarations or leaves that wait for their PDU
     void LogCounts() const;
+
+    const Reservations& Streams() const { return reservations; }
 
 private:
     void ReceiveStreamFrame(const ReceivedFrame& frame);
@@ -61,6 +66,7 @@ private:
     StreamReceivers receivers;
     VlanTraffic vlanTraffic;
     uint64_t otherStreamFrames = 0;
+    bool talks = false;  // talkers are declared
     bool isEnding = false;
 };
 

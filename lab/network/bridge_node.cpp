@@ -10,6 +10,7 @@
 #include "daemon/assembly.h"
 #include "daemon/control/control_channel.h"
 #include "daemon/control/control_queues.h"
+#include "switch/driver_records.h"
 #include "switch/netlink_wire.h"
 
 namespace norvad::network {
@@ -18,6 +19,7 @@ namespace {
 
 constexpr const char* interfaceName = "eth0";
 constexpr uint64_t nsPerMs = 1'000'000;
+constexpr uint64_t gigabit = 1'000'000'000;
 
 // What the doors call their descriptors.
 constexpr int framesDescriptor = 1;
@@ -102,7 +104,12 @@ class BridgeNode::Driver final : public DriverSocket {
 public:
     explicit Driver(BridgeNode& node) : node(node) {}
     MacAddress HardwareAddress() const override { return node.config.mac; }
-    bool Request(std::span<uint8_t> record) override { return node.hardware->Request(record, node.Now()) == 0; }
+    bool Request(std::span<uint8_t> record) override {
+        const bool isDone = node.hardware->Request(record, node.Now()) == 0;
+        const auto header = Peek<CommandHeader>(record);
+        if (header && header->command == static_cast<uint32_t>(SwitchCommand::SWITCH_EGRESS_LIMIT)) node.Shape();
+        return isDone;
+    }
 
 private:
     BridgeNode& node;
@@ -173,6 +180,7 @@ void BridgeNode::KillDaemon() {
     toCpu.clear();
     linkNews.clear();
     hardware->FlushTables();
+    Shape();
 }
 
 void BridgeNode::PowerOff() {
@@ -230,7 +238,10 @@ void BridgeNode::LinkChanged(uint8_t port, bool up) {
     board::PortLink link;
     link.up = up;
     link.forwarding = up;
+    const uint64_t rate = network.RateOf(*this, port);
+    if (rate > 0 && rate < gigabit) link.speed = board::PortLink::fast;
     hardware->SetLink(port, link);
+    Shape();
     if (!bridge) return;
     linkNews.push_back(PortLinkReport(hardware->Links().Value()));
     Wake();
@@ -239,6 +250,13 @@ void BridgeNode::LinkChanged(uint8_t port, bool up) {
 // A timer may have been started from outside, which the loop learns of when it looks again.
 void BridgeNode::Refresh() {
     Wake();
+}
+
+// What the daemon has reserved is what the ports shape streams to.
+void BridgeNode::Shape() {
+    for (uint8_t port = 0; port < config.externalPorts; ++port) {
+        network.Reserve(*this, port, hardware->Limits().Reserved(port));
+    }
 }
 
 void BridgeNode::RunDaemon() {
@@ -309,8 +327,7 @@ std::unique_ptr<RequestQueue> BridgeNode::OpenRequests() {
 }
 
 bool BridgeNode::SendOnPort(uint8_t port, std::span<const uint8_t> frame) {
-    network.Send(*this, port, frame);
-    return true;
+    return network.Send(*this, port, frame);
 }
 
 // Frames keep their order, however long each would wait.

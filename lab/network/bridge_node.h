@@ -97,6 +97,7 @@ private:
     std::unique_ptr<board::Board> MakeBoard();
 
     // The daemon's stack. Both ways of waiting pause it; what arrives ends only the loop's.
+    void Shape();
     void RunDaemon();
     void EndDaemon();
     void Continue();

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "lab/network/egress_port.h"
 #include "lab/network/random.h"
 
 namespace norvad::network {
@@ -19,13 +20,13 @@ struct Cable {
     struct End {
         Node* node;
         uint8_t port;
-        uint64_t arrivedNs = 0;  // the latest frame from here, at the other end
+        uint64_t arrivedNs = 0;              // the first bit of the latest frame from here, at the other end
+        std::shared_ptr<EgressPort> egress;  // null: frames take no time
     };
 
     size_t IndexOf(const Node& node, uint8_t port) const {
         return ends[0].node == &node && ends[0].port == port ? 0 : 1;
     }
-    const End& FarFrom(size_t index) const { return ends[1 - index]; }
     uint64_t ArrivalNs(size_t from, uint64_t sentNs);
 
     std::array<End, 2> ends;
@@ -59,11 +60,25 @@ void Network::Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, uint64
 }
 
 void Network::Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, const CableSettings& settings) {
-    const std::array<Cable::End, 2> ends{{{&a, portOfA}, {&b, portOfB}}};
-    a.cables.at(portOfA) = b.cables.at(portOfB) =
-        std::make_shared<Cable>(Cable{ends, settings, Random(settings.seed, "cable")});
+    const std::array<Cable::End, 2> ends{{{&a, portOfA, 0, nullptr}, {&b, portOfB, 0, nullptr}}};
+    const auto cable = std::make_shared<Cable>(Cable{ends, settings, Random(settings.seed, "cable")});
+    if (settings.bitsPerSecond > 0) MakeQueues(cable);
+    a.cables.at(portOfA) = b.cables.at(portOfB) = cable;
     a.LinkChanged(portOfA, true);
     b.LinkChanged(portOfB, true);
+}
+
+// Frames that wait are lost with their cable.
+void Network::MakeQueues(const std::shared_ptr<Cable>& cable) {
+    for (const size_t from : {size_t{0}, size_t{1}}) {
+        const auto begin = [this, held = std::weak_ptr(cable), from](std::span<const uint8_t> frame,
+                                                                     uint64_t durationNs) {
+            const auto lives = held.lock();
+            if (lives && lives->pluggedIn) Begin(lives, from, frame, durationNs);
+        };
+        cable->ends[from].egress = std::make_shared<EgressPort>(
+            engine, EgressPort::Settings{cable->settings.bitsPerSecond, cable->settings.queueFrames}, begin);
+    }
 }
 
 void Network::Disconnect(Node& node, uint8_t port) {
@@ -73,20 +88,62 @@ void Network::Disconnect(Node& node, uint8_t port) {
     for (const Cable::End& end : cable->ends) end.node->LinkChanged(end.port, false);
 }
 
-void Network::Send(Node& from, uint8_t port, std::span<const uint8_t> frame) {
-    from.BeginsToLeave(port, frame);
+bool Network::Send(Node& from, uint8_t port, std::span<const uint8_t> frame) {
     const std::shared_ptr<Cable> cable = from.cables.at(port);
-    if (!cable || (filter && !filter(from, port, frame))) return;
+    if (!cable) {
+        from.BeginsToLeave(port, frame);
+        return true;
+    }
     const size_t index = cable->IndexOf(from, port);
-    const uint32_t lostPerMillion = cable->settings.lostPerMillion[index];
+    if (const auto& egress = cable->ends[index].egress) {
+        const bool hasRoom = egress->Send(frame);
+        crowdedOut += !hasRoom;
+        return hasRoom;
+    }
+    Begin(cable, index, frame, 0);
+    return true;
+}
+
+uint64_t Network::SendNext(Node& from, uint8_t port, std::span<const uint8_t> frame) {
+    const std::shared_ptr<Cable> cable = from.cables.at(port);
+    const auto egress = cable ? cable->ends[cable->IndexOf(from, port)].egress : nullptr;
+    if (egress) return egress->SendNext(frame);
+    Send(from, port, frame);
+    return clock.Ns();
+}
+
+// The first bit of a frame leaves one end of a cable.
+void Network::Begin(const std::shared_ptr<Cable>& cable, size_t from, std::span<const uint8_t> frame,
+                    uint64_t durationNs) {
+    const Cable::End& end = cable->ends[from];
+    end.node->BeginsToLeave(end.port, frame);
+    if (filter && !filter(*end.node, end.port, frame)) return;
+    const uint32_t lostPerMillion = cable->settings.lostPerMillion[from];
     if (lostPerMillion > 0 && cable->random.Happens(lostPerMillion)) {
         ++lostFrames;
         return;
     }
-    const uint64_t arrivalNs = cable->ArrivalNs(index, clock.Ns());
-    engine.At(arrivalNs, [cable, to = cable->FarFrom(index), arrivalNs, bytes = Bytes(frame.begin(), frame.end())] {
-        if (cable->pluggedIn) to.node->Arrive(to.port, bytes, arrivalNs);
+    const uint64_t beganNs = cable->ArrivalNs(from, clock.Ns());
+    engine.At(beganNs + durationNs, [cable, index = 1 - from, beganNs, bytes = Bytes(frame.begin(), frame.end())] {
+        const Cable::End& to = cable->ends[index];
+        if (cable->pluggedIn) to.node->Arrive(to.port, bytes, beganNs);
     });
+}
+
+const EgressPort* Network::EgressOf(const Node& node, uint8_t port) const {
+    const auto& cable = node.cables.at(port);
+    return cable ? cable->ends[cable->IndexOf(node, port)].egress.get() : nullptr;
+}
+
+void Network::Reserve(Node& node, uint8_t port, uint64_t bytesPerSecond) {
+    const auto& cable = node.cables.at(port);
+    const auto egress = cable ? cable->ends[cable->IndexOf(node, port)].egress : nullptr;
+    if (egress) egress->Reserve(bytesPerSecond);
+}
+
+uint64_t Network::RateOf(const Node& node, uint8_t port) const {
+    const auto& cable = node.cables.at(port);
+    return cable ? cable->settings.bitsPerSecond : 0;
 }
 
 void Network::RunMs(uint64_t ms) {

@@ -16,6 +16,7 @@ namespace norvad::network {
 using Bytes = std::vector<uint8_t>;
 
 struct Cable;
+class EgressPort;
 
 // Something with ports, in a network.
 class Node {
@@ -53,8 +54,10 @@ private:
 struct CableSettings {
     std::array<uint64_t, 2> delayNs{200, 200};
     std::array<uint32_t, 2> lostPerMillion{};
-    uint64_t jitterNs = 0;  // each frame is late by less than this, and none overtakes another
-    uint64_t seed = 0;      // of its randomness
+    uint64_t jitterNs = 0;       // each frame is late by less than this, and none overtakes another
+    uint64_t bitsPerSecond = 0;  // 0: frames take no time and never wait
+    size_t queueFrames = 64;     // that wait in each queue of an end, where there is a rate
+    uint64_t seed = 0;           // of its randomness
 };
 
 // Cables between the ports of nodes. Nothing moves but within Run.
@@ -76,13 +79,24 @@ public:
     // Pulls the cable out of that port; frames under way are lost.
     void Disconnect(Node& node, uint8_t port);
 
-    // A node sends a frame; it arrives at the other end of the cable, if there is one.
-    void Send(Node& from, uint8_t port, std::span<const uint8_t> frame);
+    // A node sends a frame; it arrives at the other end of the cable, if there is one. False when it found no room in
+    // the queue of the port.
+    bool Send(Node& from, uint8_t port, std::span<const uint8_t> frame);
+    // The same for a frame that goes before all that wait; when it leaves.
+    uint64_t SendNext(Node& from, uint8_t port, std::span<const uint8_t> frame);
 
-    // Frames that cables have lost so far.
+    // The queues of a port; null without a cable of some rate.
+    const EgressPort* EgressOf(const Node& node, uint8_t port) const;
+    // What the stream classes may use of a port with queues, in bytes per second; 0: all that there is.
+    void Reserve(Node& node, uint8_t port, uint64_t bytesPerSecond);
+    // Bits per second; 0: frames take no time.
+    uint64_t RateOf(const Node& node, uint8_t port) const;
+
+    // Frames that cables have lost so far, and those that found no room in a queue.
     uint64_t LostFrames() const { return lostFrames; }
+    uint64_t CrowdedOut() const { return crowdedOut; }
 
-    // Sees every frame as it is sent, and says whether it is carried; without one all are.
+    // Sees every frame as its first bit leaves, and says whether it is carried; without one all are.
     std::function<bool(const Node& from, uint8_t port, std::span<const uint8_t> frame)> filter;
 
     void RunMs(uint64_t ms);
@@ -91,9 +105,12 @@ public:
 
 private:
     void Refresh();
+    void Begin(const std::shared_ptr<Cable>& cable, size_t from, std::span<const uint8_t> frame, uint64_t durationNs);
+    void MakeQueues(const std::shared_ptr<Cable>& cable);
 
     std::vector<Node*> nodes;
     uint64_t lostFrames = 0;
+    uint64_t crowdedOut = 0;
 };
 
 }  // namespace norvad::network

@@ -11,6 +11,24 @@ namespace {
 
 constexpr size_t tagOffset = offsetof(lab::EthernetHeader, etherType);
 
+// The frame with its tag beside it.
+struct UntaggedFrame {
+    explicit UntaggedFrame(std::span<const uint8_t> frame) : bytes(frame.begin(), frame.end()) {
+        const auto bytesOfTag = Peek<lab::VlanTagBytes>(frame, tagOffset);
+        if (!bytesOfTag || bytesOfTag->etherType != lab::etherTypeVlan) return;
+        tag = lab::TagOf(bytesOfTag->control);
+        bytes.erase(bytes.begin() + tagOffset, bytes.begin() + tagOffset + sizeof(lab::VlanTagBytes));
+    }
+
+    Bytes bytes;
+    std::optional<lab::VlanTag> tag;
+};
+
+void TellStreamFrame(const std::function<void(const station::ReceivedStreamFrame&)>& observer, const Bytes& untagged) {
+    if (!observer) return;
+    if (const auto stream = station::ReadStreamFrame(untagged)) observer(*stream);
+}
+
 }  // namespace
 
 StationNode::StationNode(Network& network, const MacAddress& mac, const station::StationSettings& settings)
@@ -33,17 +51,10 @@ uint64_t StationNode::TakeStreamFrames() {
 }
 
 void StationNode::Arrive(uint8_t, std::span<const uint8_t> frame, uint64_t beganNs) {
-    Bytes untagged(frame.begin(), frame.end());
-    station::ReceivedFrame received;
-    received.receiveTimeNs = beganNs;
-    const auto tag = Peek<lab::VlanTagBytes>(frame, tagOffset);
-    if (tag && tag->etherType == lab::etherTypeVlan) {
-        ++streamFrames;
-        received.tag = lab::TagOf(tag->control);
-        untagged.erase(untagged.begin() + tagOffset, untagged.begin() + tagOffset + sizeof(lab::VlanTagBytes));
-    }
-    received.bytes = untagged;
-    station->Receive(received);
+    const UntaggedFrame untagged(frame);
+    if (untagged.tag) ++streamFrames;
+    TellStreamFrame(onReceived, untagged.bytes);
+    station->Receive({untagged.bytes, untagged.tag, beganNs});
     RunDue();
 }
 
@@ -66,12 +77,12 @@ void StationNode::Refresh() {
 }
 
 bool StationNode::Send(std::span<const uint8_t> frame) {
-    network.Send(*this, 0, frame);
-    return true;
+    if (onSent) TellStreamFrame(onSent, UntaggedFrame(frame).bytes);
+    return network.Send(*this, 0, frame);
 }
 
 station::Departure StationNode::SendStamped(std::span<const uint8_t> frame) {
-    return {Send(frame), network.clock.Ns()};
+    return {true, network.SendNext(*this, 0, frame)};
 }
 
 }  // namespace norvad::network

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "lab/end_station/station.h"
+#include "lab/end_station/stream_frame.h"
 #include "lab/network/network.h"
 
 namespace norvad::network {
@@ -15,11 +17,15 @@ public:
     StationNode(Network& network, const MacAddress& mac, const station::StationSettings& settings);
 
     station::Station& Program() { return *station; }
+    const station::Station& Program() const { return *station; }
 
     // Lines told so far that hold this text.
     size_t Told(const std::string& text) const;
     // Stream frames that arrived since this was asked last, and wait for no one.
     uint64_t TakeStreamFrames();
+    // See each stream frame as it is sent, and as it has arrived.
+    std::function<void(const station::ReceivedStreamFrame&frame)> onSent, onReceived;
+
     // The lines go, for runs that are longer than memory.
     void ForgetLines() { lines = {}; }
 

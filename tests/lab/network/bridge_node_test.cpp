@@ -170,6 +170,45 @@ TEST(BridgeInANetwork, SaysNothingWhileItIsKilled) {
     EXPECT_EQ(said, 0u);
 }
 
+// Both stamps of an exchange are of the first bit, so a slow cable is no longer than a fast one.
+TEST(BridgeInANetwork, MeasuresTheDelayOfACableAtAnyRate) {
+    for (const uint64_t rate : {uint64_t{10'000'000}, uint64_t{100'000'000}, uint64_t{1'000'000'000}}) {
+        Network world;
+        BridgeNode left(world, Numbered(1)), right(world, Numbered(2));
+        network::CableSettings settings;
+        settings.delayNs = {3'000, 3'000};
+        settings.bitsPerSecond = rate;
+        world.Connect(left, 0, right, 0, settings);
+        world.RunMs(10'000);
+
+        EXPECT_THAT(left.Ask({"--ptp"}), HasSubstr(":PD0:3000ns:")) << rate;
+    }
+}
+
+TEST(BridgeInANetwork, ShapesStreamsToWhatItsDaemonReserved) {
+    Network world;
+    BridgeNode left(world, Numbered(1)), right(world, Numbered(2));
+    network::CableSettings settings;
+    settings.bitsPerSecond = 100'000'000;
+    world.Connect(left, 0, right, 0, settings);
+    std::vector<uint64_t> beganNs;
+    world.filter = [&](const network::Node&, uint8_t, std::span<const uint8_t> frame) {
+        if (frame.size() == 226) beganNs.push_back(world.clock.Ns());
+        return true;
+    };
+    const uint64_t startNs = world.clock.Ns();
+    std::vector<uint8_t> stream(226);
+    stream[12] = 0x81;
+    stream[14] = 0x60;  // priority 3
+
+    left.Model().SetBandwidth(0, 2, 25'000'000 / 8);
+    world.Send(left, 0, stream);
+    world.Send(left, 0, stream);
+    world.RunMs(1);
+
+    EXPECT_THAT(beganNs, testing::ElementsAre(startNs, startNs + 80'000));
+}
+
 TEST(BridgeInANetwork, ComesUpWithAnotherTimeWhenItsPowerReturns) {
     Network world;
     auto config = Numbered(1);

@@ -96,5 +96,48 @@ TEST_F(TwoPosts, HearFramesLateAndInTheirOrder) {
     EXPECT_LT(right.arrived.back().ns, startNs + 200 + 1'000);
 }
 
+// 100 Mbit/s: 1,008 bytes with preamble and check sequence take 80,640 ns, and the next frame begins 12 bytes later.
+TEST_F(TwoPosts, HearAFrameWhenAllOfItIsThere) {
+    CableSettings settings;
+    settings.bitsPerSecond = 100'000'000;
+    Connect(settings);
+    const uint64_t startNs = network.clock.Ns();
+
+    network.Send(left, 0, network::Bytes(996));
+    network.Send(left, 0, network::Bytes(60));
+    network.RunMs(1);
+
+    ASSERT_THAT(right.arrived, SizeIs(2));
+    EXPECT_EQ(right.arrived[0].beganNs, startNs + 200);
+    EXPECT_EQ(right.arrived[0].ns, startNs + 200 + 80'640);
+    EXPECT_EQ(right.arrived[1].beganNs, startNs + 200 + 81'600);
+    EXPECT_EQ(right.arrived[1].ns, startNs + 200 + 81'600 + 5'760);
+    EXPECT_THAT(left.leftNs, ElementsAre(startNs, startNs + 81'600));
+}
+
+TEST_F(TwoPosts, LoseWhatWaitsInAPortThatIsUnplugged) {
+    CableSettings settings;
+    settings.bitsPerSecond = 100'000'000;
+    Connect(settings);
+    for (int n = 0; n < 3; ++n) network.Send(left, 0, network::Bytes(996));
+
+    network.Disconnect(left, 0);
+    network.RunMs(1);
+
+    EXPECT_THAT(right.arrived, SizeIs(0));
+    EXPECT_THAT(left.leftNs, SizeIs(1));
+}
+
+TEST_F(TwoPosts, CrowdFramesOutOfAFullQueue) {
+    CableSettings settings;
+    settings.bitsPerSecond = 100'000'000;
+    settings.queueFrames = 2;
+    Connect(settings);
+
+    for (int n = 0; n < 5; ++n) network.Send(left, 0, network::Bytes(996));
+
+    EXPECT_EQ(network.CrowdedOut(), 2u);
+}
+
 }  // namespace
 }  // namespace norvad::test
