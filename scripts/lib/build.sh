@@ -18,6 +18,9 @@ declare -A packages=(
     [roots]="mmdebstrap uidmap util-linux"
     [lintian]="lintian"
     [nspawn]="systemd-container"
+    [board]="binutils cpio gcc libelf1 make"
+    [board-amd64]="qemu-system-x86"
+    [board-arm]="qemu-system-arm"
 )
 
 # InstallFor WANT...

@@ -4,6 +4,7 @@
 
 declare -A processes=() # by name, those that should be running
 declare -A marks=()     # by name, the first line that steps look at
+pause=0.05               # seconds between two looks into a log
 gathering=no gathered=() # lines that are not told yet
 bold='' plain='' red=''
 if [ -t 1 ]; then
@@ -60,7 +61,7 @@ Await() {
     while [ "$SECONDS" -lt "$deadline" ]; do
         if seen=$(tail -n "+$from" "$logs/$name" | grep -m 1 -E -- "$pattern"); then return 0; fi
         CheckAlive
-        sleep 0.05
+        sleep "$pause"
     done
     return 1
 }

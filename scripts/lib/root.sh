@@ -34,6 +34,24 @@ MakeRoot() {
     echo "$words" >"$directory.words"
 }
 
+# The compilers for other machines, and the libraries for each.
+PackagesRootHolds() {
+    local architecture name
+    echo cmake debhelper g++-aarch64-linux-gnu g++-arm-linux-gnueabihf ninja-build nlohmann-json3-dev
+    for architecture in amd64 arm64 armhf; do
+        for name in libboost-{,context-,program-options-}dev libc6-dev lib{fmt,mnl,pcap,seccomp}-dev; do
+            echo "$name:$architecture"
+        done
+    done
+}
+
+# MakePackagesRoot DIRECTORY: where programs are built for each machine.
+MakePackagesRoot() {
+    local wanted
+    mapfile -t wanted < <(PackagesRootHolds | tr ' ' '\n')
+    MakeRoot "$1" amd64,arm64,armhf "${wanted[@]}"
+}
+
 # Removes a root, of which an ordinary user owns some by other numbers than his own.
 RemoveRoot() {
     [ ! -e "$1" ] || WorldOfRoots rm -rf --one-file-system "$1"
