@@ -1,12 +1,31 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 #include <string_view>
 #include <vector>
 
+#include "tests/support/bytes.h"
+
 namespace norvad::test {
+
+// A number as size bytes in the host's order, which is that of netlink.
+inline std::vector<uint8_t> HostOrder(uint64_t value, size_t size) {
+    std::vector<uint8_t> bytes = BigEndian(value, size);
+    if constexpr (std::endian::native == std::endian::little) std::ranges::reverse(bytes);
+    return bytes;
+}
+
+// The number that stands so, in size bytes from offset on; throws when bytes end before.
+inline uint64_t HostOrderAt(std::span<const uint8_t> bytes, size_t offset, size_t size) {
+    std::vector<uint8_t> number = Part(bytes, offset, size);
+    if constexpr (std::endian::native == std::endian::little) std::ranges::reverse(number);
+    return BigEndianAt(number, 0, size);
+}
 
 // Link values of one port as the switch driver reports them: up and STP up at a speed, up without STP, down.
 inline constexpr uint32_t linkGigabit = 0xE;

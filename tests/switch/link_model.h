@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/bytes.h"
+#include "tests/support/link_messages.h"
 
 namespace norvad::test {
 
@@ -20,9 +21,9 @@ public:
         if (datagram.size() > 4096) datagram.resize(4096);
         up = down = false;
         for (size_t at = 0; at + 16 <= datagram.size();) {
-            const auto length = static_cast<size_t>(Number(datagram, at, 4));
+            const auto length = static_cast<size_t>(HostOrderAt(datagram, at, 4));
             if (length < 16 || length > datagram.size() - at) return 0;
-            const uint64_t type = Number(datagram, at + 4, 2);
+            const uint64_t type = HostOrderAt(datagram, at + 4, 2);
             if (type == 3) return 0;
             if (type == 2) return -1;
             if (type == 16) ReadLink(Part(datagram, at, length));
@@ -38,11 +39,6 @@ public:
     bool down = false;
 
 private:
-    static uint64_t Number(const Bytes& bytes, size_t offset, size_t size) {
-        uint64_t value = 0;
-        for (size_t n = size; n-- > 0;) value = value << 8 | bytes.at(offset + n);  // the host is little-endian
-        return value;
-    }
     static size_t RoundedUp(size_t length) {
         while (length % 4 != 0) ++length;
         return length;
@@ -63,9 +59,9 @@ private:
         bool named = false, other = false, markedUp = false, markedDown = false;
         uint32_t newLinks = portLinks, newState = operationalState;
         for (size_t at = 32; at + 4 <= message.size();) {
-            const auto length = static_cast<size_t>(Number(message, at, 2));
+            const auto length = static_cast<size_t>(HostOrderAt(message, at, 2));
             if (length < 4 || at + length > message.size()) break;
-            const uint64_t type = Number(message, at + 2, 2);
+            const uint64_t type = HostOrderAt(message, at + 2, 2);
             const Bytes value = Part(message, at + 4, length - 4);
             if (type == 3) {
                 named = Name(value) == interfaceName;
@@ -76,7 +72,7 @@ private:
                 if (newState != operationalState) (newState == 6 ? markedUp : markedDown) = true;
             }
             if (type == 10 && bridge && value.size() >= 4) {
-                const auto links = static_cast<uint32_t>(Number(value, 0, 4));
+                const auto links = static_cast<uint32_t>(HostOrderAt(value, 0, 4));
                 if (links > newLinks) markedUp = true;
                 newLinks = links;
             }

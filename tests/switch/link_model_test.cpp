@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <cstdint>
 #include <iterator>
@@ -97,7 +98,7 @@ private:
             message[message.size() - left] = static_cast<uint8_t>(random());
     }
     static void SetLength(Bytes& message, size_t offset, uint32_t length) {
-        for (size_t n = 0; n < 4; ++n) message.at(offset + n) = static_cast<uint8_t>(length >> 8 * n);
+        std::ranges::copy(HostOrder(length, 4), message.begin() + offset);
     }
     Bytes AnyBytes(size_t size) {
         Bytes bytes(size);

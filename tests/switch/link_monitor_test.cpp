@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <vector>
@@ -16,6 +17,7 @@ namespace norvad {
 namespace {
 
 using test::FakeLinkSocket;
+using test::HostOrder;
 using test::LinkMessage;
 using test::OperStateMessage;
 using test::PortLinkMessage;
@@ -46,13 +48,10 @@ protected:
 
 TEST_F(LinkMonitorTest, StartsWithOneDumpRequestAndEveryPortDown) {
     ASSERT_EQ(socket.requests.size(), 1U);
-    const Datagram& request = socket.requests[0];
-    ASSERT_EQ(request.size(), 17U);
     // Length 17, type 18, request and dump flags, sequence 1; then the port id and the family.
-    EXPECT_EQ(test::ToHex(std::span(request).first(12)), "11 00 00 00 12 00 01 03 01 00 00 00");
-    const uint32_t id = 0x1234;
-    for (size_t byte = 0; byte < 4; ++byte) EXPECT_EQ(request[12 + byte], id >> 8 * byte & 0xFF);
-    EXPECT_EQ(request[16], 7);
+    EXPECT_EQ(
+        socket.requests[0],
+        Joined({HostOrder(17, 4), HostOrder(18, 2), HostOrder(0x301, 2), HostOrder(1, 4), HostOrder(0x1234, 4), {7}}));
     EXPECT_EQ(PortLinks(), 0U);
 }
 
@@ -200,7 +199,7 @@ TEST_F(LinkMonitorTest, TruncationAtAnyLengthAppliesOnlyWholeMessages) {
 TEST_F(LinkMonitorTest, MessageLengthBelowItsHeaderOrBeyondTheDatagramEndsTheWalk) {
     for (const uint8_t length : std::initializer_list<uint8_t>{0, 1, 15}) {
         Datagram broken = PortLinkMessage("eth0", 0x9D);
-        broken[0] = length;
+        std::ranges::copy(HostOrder(length, 4), broken.begin());
         EXPECT_EQ(Read(Joined({broken, PortLinkMessage("eth0", 0xE0)})), 0);
         EXPECT_EQ(PortLinks(), 0U) << int{length};
     }
@@ -224,12 +223,13 @@ TEST_F(LinkMonitorTest, AttributeLengthBelowItsHeaderOrBeyondTheMessageEndsTheAt
     for (const uint8_t length : std::initializer_list<uint8_t>{0, 3, 9, 255}) {  // 8 are left of the message
         Datagram message = PortLinkMessage("eth0", 0x9D);
         ASSERT_EQ(message.size(), secondAttribute + 8);
-        message[secondAttribute] = length;
+        std::ranges::copy(HostOrder(length, 2), message.begin() + secondAttribute);
         Read(message);
         EXPECT_EQ(PortLinks(), 0U) << int{length};
 
         message = PortLinkMessage("eth0", 0x9D);
-        message[firstAttribute] = length == 9 ? 21 : length;  // 20 are left from the name on
+        const unsigned ofName = length == 9 ? 21 : length;  // 20 are left from the name on
+        std::ranges::copy(HostOrder(ofName, 2), message.begin() + firstAttribute);
         Read(message);
         EXPECT_EQ(PortLinks(), 0U) << int{length};
     }
