@@ -2,6 +2,8 @@
 #include <string>
 
 #include "ctl/answers.h"
+#include "ctl/changes.h"
+#include "ctl/metrics.h"
 #include "ctl/streams.h"
 #include "ctl/table.h"
 #include "ctl/views.h"
@@ -46,5 +48,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Require((clock.clock ? 1 : 0) + clock.notUnderstood.count == lines);
     if (clock.clock)
         Require(Lines(Render(ClockTable(*clock.clock), true)) == 13 && Lines(ClockLine(*clock.clock)) == 1);
+
+    const Snapshot nothing{};
+    const Snapshot bridge{{}, grouped, vlans.vlans, domains.domains, clock.clock};
+    for (const Change& change : Changes(nothing, bridge)) Require(Lines(change.text) == 1);
+    Require(Changes(bridge, bridge).empty());
+    Require(MetricsText(&bridge, nullptr).ends_with('\n'));
     return 0;
 }
