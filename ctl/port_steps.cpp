@@ -111,7 +111,7 @@ Step AsCapableStep(const Snapshot& bridge, unsigned number) {
                                "logs 'Handle PTP_PDELAY_RESP_MESSAGE' for each response that comes and "
                                "'HandlePdelayRespFollowUpMessage N from in_port {0}' for each follow-up; what is wrong "
                                "with one is logged at level 0. A neighbour without gPTP can be taken for AS capable by "
-                               "hand: norvadctl force {0}.",
+                               "hand: norvadctl force, which names all such ports at once.",
                                number));
 }
 

@@ -154,7 +154,7 @@ const Missed missed[] = {
     {ofStream, "-s", port0IsUp, "Port  0  status: is Down\n", "link 0: missing", "AS capability goes"},
     {ofStream, "-s", port0IsUp, port0IsBlocked, "spanning tree 0: missing", "not carried"},
     {ofStream, "-s", portIsUp, portIsDown, "link 1: missing", "look at the cable"},
-    {ofStream, "-s", "AVB status: Up,  ", "AVB status: Down,", "AS capable 1: missing", "force 1"},
+    {ofStream, "-s", "AVB status: Up,  ", "AVB status: Down,", "AS capable 1: missing", "from in_port 1"},
     {ofStream, "-o", "IN\n", "MT\n", "domain 1: missing", "reserves all the same"},
     {ofStream, "-r", talkerIn, "", "talker: missing", "not been declared"},
     {ofStream, "-r", talkerIn, talker + "VO Registrar MT\n", "talker: missing", "no neighbour declares it"},
