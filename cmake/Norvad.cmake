@@ -55,10 +55,11 @@ function(norvad_library name)
     target_link_libraries(${name} PUBLIC ${arg_LINKS})
 endfunction()
 
-# norvad_test(name [TIMEOUT seconds] [SOURCES ...] [LINKS ...]): one GoogleTest program, of every source of the folder and
+# norvad_test(name [BY_HAND] [TIMEOUT seconds] [SOURCES ...] [LINKS ...]): one GoogleTest program, of every source of the folder and
 # those below it unless they are named; its cases are ctest's, each ended after 120 seconds unless more are named.
+# One that is run by hand is none of ctest's.
 function(norvad_test name)
-    cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(arg "BY_HAND" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
     endif()
@@ -69,6 +70,9 @@ function(norvad_test name)
     target_link_libraries(${name} PRIVATE norvad_test_support ${arg_LINKS} GTest::gmock GTest::gtest_main)
     target_compile_options(${name} PRIVATE -O0)  # what is under test is optimised, the tests build sooner
     target_precompile_headers(${name} REUSE_FROM norvad_test_headers)
+    if(arg_BY_HAND)
+        return()
+    endif()
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${arg_TIMEOUT})
 endfunction()
 

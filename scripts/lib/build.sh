@@ -9,6 +9,7 @@ declare -A packages=(
     [worlds]="iproute2 util-linux"
     [linuxptp]="linuxptp"
     [peers]="linuxptp lldpd tshark"
+    [browser]="chromium chromium-driver"
     [gnuplot]="gnuplot-nox"
     [clang]="clang libclang-rt-14-dev"
     [clang-tidy]="clang-tidy"

@@ -2,8 +2,20 @@
 
 #include <array>
 #include <boost/asio/write.hpp>
+#include <cctype>
 
 namespace norvad::test {
+
+namespace {
+
+// Of an answer that has one.
+size_t ContentLength(std::string header) {
+    constexpr std::string_view name = "content-length:";
+    for (char& c : header) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return std::stoul(header.substr(header.find(name) + name.size()));
+}
+
+}  // namespace
 
 HttpClient::HttpClient(const boost::asio::ip::tcp::endpoint& server) {
     socket.connect(server);
@@ -36,14 +48,17 @@ const std::string& HttpClient::ReadToEnd() {
     return received;
 }
 
-std::string HttpClient::Get(std::string_view target) {
+std::string HttpClient::Exchange(std::string_view request) {
     received.clear();
-    if (!Send(Request("GET", target)) || !ReadUntil("\r\n\r\n")) return received;
-    constexpr std::string_view name = "Content-Length: ";
-    const size_t length = std::stoul(received.substr(received.find(name) + name.size()));
+    if (!Send(request) || !ReadUntil("\r\n\r\n")) return received;
+    const size_t length = ContentLength(received);
     while (ContentOf(received).size() < length && ReadSome()) {
     }
     return received;
+}
+
+std::string HttpClient::Get(std::string_view target) {
+    return Exchange(Request("GET", target));
 }
 
 std::string Request(std::string_view method, std::string_view target, std::string_view fields) {

@@ -21,7 +21,8 @@ public:
     // All that comes until the server ends the connection.
     const std::string& ReadToEnd();
 
-    // One whole answer to GET of that target, on a connection that stays; its content by Content-Length.
+    // The whole answer to one request, on a connection that stays; its content by Content-Length.
+    std::string Exchange(std::string_view request);
     std::string Get(std::string_view target);
 
     const std::string& Received() const { return received; }
@@ -37,6 +38,7 @@ private:
 // A request with the Host that a browser on this machine would name.
 std::string Request(std::string_view method, std::string_view target, std::string_view fields = "");
 
+// What follows the header of an answer.
 std::string ContentOf(std::string_view answer);
 
 }  // namespace norvad::test

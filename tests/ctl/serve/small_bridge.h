@@ -4,11 +4,12 @@
 
 namespace norvad::ctl::test {
 
-// A daemon with a few records of each kind, whose client may pause as it likes.
+// A daemon with a few records of each kind, of as many as the test likes, whose client may pause.
 class SmallBridge : public FakeBridge {
 public:
     SmallBridge() {
         door.onPause = {};
+        door.daemon = [this](const std::string& words) { return PiecesOf(answers.at(words)); };
         ports = std::string(portAsCapable) + "Port  1  status: is Down\nCPU Port status: is Down\n";
         streams =
             "Port 0\n"
@@ -22,6 +23,18 @@ public:
         vlans = "Port 1\n[MVRP] Vlan:2 Applicant VO Registrar IN\n";
         domains = "Port 0\n[MSRP] Domain:6 Pri3 VLAN2 Applicant QA Registrar MT\n";
         clock = Status("SLAVE");
+    }
+
+private:
+    // As much as fits into a message each.
+    static std::vector<FakeControlDoor::Piece> PiecesOf(std::string_view answer) {
+        constexpr size_t longest = 2000;
+        std::vector<FakeControlDoor::Piece> pieces;
+        for (; answer.size() > longest; answer.remove_prefix(longest)) {
+            pieces.push_back({std::string(answer.substr(0, longest))});
+        }
+        pieces.push_back({std::string(answer), true});
+        return pieces;
     }
 };
 
