@@ -178,20 +178,20 @@ TEST_F(Page, SaysThatItIsCutOff) {
 
 TEST_F(Page, DrawsTheClockAndKeepsItOverAReload) {
     Open();
-    for (const int offset : {-100, 100}) {
+    for (const auto& [offset, text] : {std::pair(-100, "−100 ns"), std::pair(100, "100 ns")}) {
         bridge.clock = fmt::format(
             "ST:SLAVE:MC:0x02544efffe440005:LC:0x020000fffe000100:SR:3:PD0:400ns:PD1:512ns:AD:{}ns:RMS:12.5:"
             "RR0:1.5e-06:RR1:nan:CRR:2.5e-06:w:1\n",
             offset);
-        ASSERT_TRUE(ShowsText("#clock-values", fmt::format("{} ns", offset)));
+        ASSERT_TRUE(ShowsText("#clock-values", text));
     }
     EXPECT_THAT(browser->Text("#plot-offset .hint"), HasSubstr("offset −100 to 100 ns"));
 
     browser->Run("location.reload()");
     EXPECT_TRUE(ShowsText("#plot-offset .hint", "Last minute: offset −100 to 100 ns"));
     EXPECT_THAT(browser->Text("#plot-delay .legend"), HasSubstr("port 1 512"));
-    EXPECT_THAT(browser->Text("#plot-rate .legend"), HasSubstr("neighbour at port 0 1.500"));
-    EXPECT_THAT(browser->Text("#plot-rate .legend"), HasSubstr("neighbour at port 1 unknown"));
+    EXPECT_THAT(browser->Text("#plot-rate .legend"), HasSubstr("port 0 1.500"));
+    EXPECT_THAT(browser->Text("#plot-rate .legend"), HasSubstr("port 1 unknown"));
     const std::string path = browser->Run("return document.querySelector('#plot-offset path').getAttribute('d')");
     EXPECT_GT(std::count(path.begin(), path.end(), 'L'), 0) << path;
 }

@@ -1,6 +1,6 @@
 import {domainColumns, portColumns, streamColumns, vlanColumns} from "./columns.js";
 import {element, marked, timeText} from "./dom.js";
-import {Plot, longestMs} from "./plot.js";
+import {Plot, longestMs, numberText} from "./plot.js";
 import {Table} from "./table.js";
 
 const mostEvents = 500;
@@ -24,10 +24,10 @@ const plots = [
     new Plot(byId("plot-delay"), {title: "Link delays", unit: "ns", digits: 0,
                                   series: [0, 1].map((port) => ({name: `port ${port}`,
                                                                  value: (clock) => clock.linkDelayNs[port]}))}),
-    new Plot(byId("plot-rate"), {title: "Rate ratios less 1", unit: "ppm", digits: 3,
+    new Plot(byId("plot-rate"), {title: "Rates of grandmaster and neighbours", unit: "ppm", digits: 3,
                                  series: [{name: "grandmaster", value: (clock) => ppm(clock.cumulativeRateRatio)},
-                                          {name: "neighbour at port 0", value: (clock) => ppm(clock.rateRatio[0])},
-                                          {name: "neighbour at port 1", value: (clock) => ppm(clock.rateRatio[1])}]}),
+                                          {name: "port 0", value: (clock) => ppm(clock.rateRatio[0])},
+                                          {name: "port 1", value: (clock) => ppm(clock.rateRatio[1])}]}),
 ];
 
 let samples = [];     // {timeMs, clock}, of the last minutes
@@ -59,7 +59,7 @@ function showClock(clock) {
         ["Grandmaster", clock.grandmaster, "id"],
         ["Neighbour", clock.neighbour, "id"],
         ["Steps removed", String(clock.stepsRemoved)],
-        ["Offset, mean", `${clock.offsetNs} ns`],
+        ["Offset, mean", `${numberText(clock.offsetNs, 0)} ns`],
         ["Offset, RMS", clock.rmsNs === null ? "unknown" : `${clock.rmsNs.toFixed(1)} ns`],
         ["Rate window", clock.windowMode === 0 ? "running" : "growing"],
     ];

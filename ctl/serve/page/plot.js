@@ -6,6 +6,11 @@ const gapMs = 5_000;  // a line is not drawn across a longer silence
 const margin = {left: 62, right: 8, top: 8, bottom: 20};
 const height = 144;
 
+export function numberText(value, digits) {
+    const rounded = value.toFixed(digits);
+    return Number(rounded) === 0 ? (0).toFixed(digits) : rounded.replace("-", "−");
+}
+
 // A step of 1, 2 or 5 and zeros that divides the span into at most four.
 function tickStep(span) {
     const power = 10 ** Math.floor(Math.log10(span / 4));
@@ -64,10 +69,11 @@ export class Plot {
         const bottom = height - margin.bottom;
         const x = (timeMs) => margin.left + (timeMs - begin) / (end - begin) * (right - margin.left);
         const y = (value) => bottom - (value - low) / (high - low) * (bottom - margin.top);
+        const tickDigits = Math.max(0, -Math.floor(Math.log10(step) + 1e-9));
         const parts = [];
         for (let tick = low; tick <= high + step / 2; tick += step) {
             parts.push(svgElement("line", {class: "grid", x1: margin.left, x2: right, y1: y(tick), y2: y(tick)}));
-            parts.push(svgElement("text", {x: margin.left - 6, y: y(tick) + 4, "text-anchor": "end"}, this.text(tick)));
+            parts.push(svgElement("text", {x: margin.left - 6, y: y(tick) + 4, "text-anchor": "end"}, numberText(tick, tickDigits)));
         }
         parts.push(svgElement("text", {x: margin.left, y: height - 4}, timeText(new Date(begin))));
         parts.push(svgElement("text", {x: right, y: height - 4, "text-anchor": "end"}, timeText(new Date(end))));
@@ -83,8 +89,7 @@ export class Plot {
     }
 
     text(value) {
-        const rounded = value.toFixed(this.digits);
-        return Number(rounded) === 0 ? (0).toFixed(this.digits) : rounded.replace("-", "−");
+        return numberText(value, this.digits);
     }
 
     // The same in words, for who does not see the lines.

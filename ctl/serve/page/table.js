@@ -110,7 +110,7 @@ export class Table {
         const cells = row.cells.map((cell, index) => {
             const column = this.columns[index];
             const content = marked(cell.text, cell.kind);
-            if (index === 0) return element("th", {scope: "row", role: "rowheader"}, content);
+            if (index === 0) return element("th", {scope: "row", role: "rowheader", "data-label": column.title}, content);
             const attributes = {role: "cell", "data-label": column.title};
             if (column.isNumber) attributes.class = "number";
             return element("td", attributes, content);
