@@ -44,6 +44,59 @@ TEST_F(NorvadctlEvents, TellsOfAPortThatBecomesAsCapableAndOfWhatFollows) {
     EXPECT_EQ(events.Errors(), "");
 }
 
+class NorvadctlOnBoard : public BoardTest {
+protected:
+    // The status of norvadctl's end with those arguments, which leaves no queue and prints no error.
+    static std::optional<int> StatusOf(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), NORVADCTL);
+        Process program(arguments);
+        const auto status = program.WaitForExit();
+        EXPECT_EQ(program.Errors(), "");
+        EXPECT_FALSE(HasAnyQueue(program.Id()));
+        return status;
+    }
+};
+
+TEST_F(NorvadctlOnBoard, WaitsUntilAPortIsAsCapable) {
+    StartBoard();
+    Process once({NORVADCTL, "wait", "port", "0", "--timeout", "0"});
+    EXPECT_EQ(once.WaitForExit(), 1);
+    Process waiting({NORVADCTL, "wait", "port", "0", "--timeout", "600"});
+    ASSERT_TRUE(WaitFor([&] { return HasQueue(waiting.Id(), 1); }));
+
+    MakeAsCapable(0);
+
+    EXPECT_EQ(waiting.WaitForExit(), 0);
+    EXPECT_FALSE(HasAnyQueue(waiting.Id()));
+}
+
+TEST_F(NorvadctlOnBoard, LeavesAListenerThatANeighbourDeclares) {
+    StartBoard();
+    const auto isListening = [] {
+        const std::string streams = RunCommand({NORVADCTL, "streams"});
+        return streams.find("port 1 ready") != std::string::npos;
+    };
+    ASSERT_TRUE(WaitFor([&] {
+        SendMsrp(1, {msrpListener, mrpJoinIn, Stream().id, listenerReady});
+        return isListening();
+    })) << Log();
+
+    EXPECT_EQ(StatusOf({"leave", "listener", "0200000000a00001", "1"}), 0);
+
+    EXPECT_TRUE(WaitFor([&] { return !isListening(); }));
+}
+
+TEST_F(NorvadctlOnBoard, PrintsTheMetricsOfARunningBoard) {
+    StartBoard();
+
+    const std::string metrics = RunCommand({NORVADCTL, "metrics"});
+
+    for (const char* line : {"\nnorvad3_up 1\n", "\nnorvad3_port_up{port=\"0\"} 1\n",
+                             "\nnorvad3_port_as_capable{port=\"1\"} 0\n", "\nnorvad3_streams 0\n"}) {
+        EXPECT_NE(metrics.find(line), std::string::npos) << line << metrics;
+    }
+}
+
 class NorvadctlWithoutBoard : public DaemonTest {};
 
 TEST_F(NorvadctlWithoutBoard, TellsThatTheDaemonComesIsKilledAndComesAgain) {
