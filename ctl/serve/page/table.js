@@ -121,7 +121,8 @@ export class Table {
     drawCount(found, begin, pages) {
         const all = this.items.length;
         const which = pages > 1 ? `${begin + 1} to ${Math.min(begin + rowsOnPage, found)} of ` : "";
-        const text = found === all ? `${which}${all} ${this.noun}` : `${which}${found} found among ${all} ${this.noun}`;
+        const noun = all === 1 ? this.noun.replace(/s$/, "") : this.noun;
+        const text = found === all ? `${which}${all} ${noun}` : `${which}${found} found among ${all} ${noun}`;
         if (this.count.textContent !== text) this.count.textContent = text;
         this.pager.hidden = pages === 1;
         this.previous.disabled = this.page === 0;
