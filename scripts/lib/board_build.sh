@@ -106,6 +106,8 @@ MakeInitramfs() {
     cp "$board"/programs/bin/norvad3* "$image/build/bin"
     local program
     for program in "$image"/build/bin/*; do AddLibraries "$program"; done
+    printf 'root:x:0:0::/root:/bin/bash\n_lldpd:x:100:100::/run/lldpd:/bin/false\n' >"$image/etc/passwd"
+    printf 'root:x:0:\n_lldpd:x:100:\n' >"$image/etc/group"
     cp -r scripts/lib "$image/project/scripts"
     (cd "$image" && find . | cpio --quiet -o -H newc -R 0:0) >"$board/initramfs"
     echo "the root in memory has $(($(stat -c %s "$board/initramfs") / 1000000)) MB"
