@@ -55,11 +55,11 @@ function(norvad_library name)
     target_link_libraries(${name} PUBLIC ${arg_LINKS})
 endfunction()
 
-# norvad_test(name [BY_HAND] [TIMEOUT seconds] [SOURCES ...] [LINKS ...]): one GoogleTest program, of every source of the folder and
-# those below it unless they are named; its cases are ctest's, each ended after 120 seconds unless more are named.
-# One that is run by hand is none of ctest's.
+# norvad_test(name [APART|BY_HAND] [TIMEOUT seconds] [SOURCES ...] [LINKS ...]): one GoogleTest program, of every source of
+# the folder and those below it unless they are named; its cases are ctest's, each ended after 120 seconds unless more are
+# named. One that is run by hand is none of ctest's. The target unit_tests builds all that do not stand apart.
 function(norvad_test name)
-    cmake_parse_arguments(arg "BY_HAND" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(arg "APART;BY_HAND" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
     endif()
@@ -74,6 +74,9 @@ function(norvad_test name)
         return()
     endif()
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${arg_TIMEOUT})
+    if(NOT arg_APART)
+        add_dependencies(unit_tests ${name})
+    endif()
 endfunction()
 
 # norvad_fuzzer(name LINKS ...): the libFuzzer target of name.cpp and the sources in the folder name, if there is one; its

@@ -66,12 +66,15 @@ InRoot() {
     WorldOfRoots --net bash -euc '
         root=$1 project=$2
         shift 2
+        mount --bind "$root" "$root"
         mkdir -p "$root$project"
         mount --bind "$project" "$root$project"
         mount -t proc proc "$root/proc"
         mount --rbind /dev "$root/dev"
-        exec chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 TERM="${TERM-dumb}" \
-            bash -euc "cd \"\$0\" && exec \"\$@\"" "$project" "$@"' bash "$directory" "$project" "$@"
+        cd "$root"
+        pivot_root . . # unlike chroot, leaves it possible to make user namespaces inside
+        exec env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 TERM="${TERM-dumb}" \
+            bash -euc "umount -l /; cd \"\$0\"; exec \"\$@\"" "$project" "$@"' bash "$directory" "$project" "$@"
 }
 
 # Namespaces in which this user is root over all files of a root: WorldOfRoots [OPTION OF unshare...] COMMAND...
