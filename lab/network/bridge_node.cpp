@@ -237,11 +237,22 @@ void BridgeNode::BeginsToLeave(uint8_t port, std::span<const uint8_t> frame) {
 void BridgeNode::LinkChanged(uint8_t port, bool up) {
     board::PortLink link;
     link.up = up;
-    link.forwarding = up;
+    link.forwarding = up && !config.blocksAtFirst;
     const uint64_t rate = network.RateOf(*this, port);
     if (rate > 0 && rate < gigabit) link.speed = board::PortLink::fast;
-    hardware->SetLink(port, link);
+    SetLink(port, link);
     Shape();
+}
+
+void BridgeNode::SetForwarding(uint8_t port, bool forwards) {
+    board::PortLink link = hardware->Links()[port];
+    if (!link.up || link.forwarding == forwards) return;
+    link.forwarding = forwards;
+    SetLink(port, link);
+}
+
+void BridgeNode::SetLink(uint8_t port, const board::PortLink& link) {
+    hardware->SetLink(port, link);
     if (!bridge) return;
     linkNews.push_back(PortLinkReport(hardware->Links().Value()));
     Wake();

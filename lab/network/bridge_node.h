@@ -40,6 +40,7 @@ public:
         uint64_t clockNs = 0;
         uint32_t stampGranularityNs = 1;
         std::function<uint64_t()> handlingNs;  // how long a frame waits for the daemon; empty: not at all
+        bool blocksAtFirst = false;  // a port that comes up passes no data frames before SetForwarding lets it
         PtpSettings ptp;
         uint32_t seed = 0;  // of the daemon's randomness, besides its address
         LogOutput log;      // empty: lines go where those of the process go
@@ -75,6 +76,9 @@ public:
     // What they were told goes, for runs that are longer than memory.
     void ForgetGrandmasters() { grandmasters = {}; }
 
+    // What spanning tree would decide of a port that is up.
+    void SetForwarding(uint8_t port, bool forwards);
+
     // How far the bridge's hardware clock is ahead of another's now.
     int64_t AheadNs(BridgeNode& other);
 
@@ -97,6 +101,7 @@ private:
     std::unique_ptr<board::Board> MakeBoard();
 
     // The daemon's stack. Both ways of waiting pause it; what arrives ends only the loop's.
+    void SetLink(uint8_t port, const board::PortLink& link);
     void Shape();
     void RunDaemon();
     void EndDaemon();

@@ -13,10 +13,10 @@
 #include <string>
 
 #include "lab/board/board.h"
+#include "lab/common/capture.h"
 #include "lab/common/descriptor_watch.h"
 #include "lab/common/frame_stamps.h"
 #include "lab/common/packet_port.h"
-#include "lab/virtual_switch/capture.h"
 #include "lab/virtual_switch/cpu_interface.h"
 #include "lab/virtual_switch/daemon_process.h"
 #include "lab/virtual_switch/driver_gate.h"
@@ -79,7 +79,7 @@ private:
     CpuInterface cpuInterface;
     lab::PacketPort cpu;
     Board board;
-    std::array<std::optional<Capture>, externalPorts + 1> captures;  // the last is the CPU port's
+    std::array<std::optional<lab::Capture>, externalPorts + 1> captures;  // the last is the CPU port's
     std::optional<StatusServer> status;
     std::optional<DaemonProcess> daemon;
     DriverGate gate;

@@ -4,7 +4,7 @@
 # Debian packages by what wants them.
 declare -A packages=(
     [daemon]="cmake g++ ninja-build libboost-dev libboost-program-options-dev"
-    [lab]="libboost-context-dev libfmt-dev libmnl-dev libpcap-dev libseccomp-dev nlohmann-json3-dev"
+    [lab]="libboost-context-dev libfmt-dev libmnl-dev libpcap-dev libseccomp-dev libyaml-cpp-dev nlohmann-json3-dev"
     [tests]="libgtest-dev libgmock-dev libbenchmark-dev libvalijson-dev"
     [worlds]="iproute2 util-linux"
     [linuxptp]="linuxptp"

@@ -1,12 +1,10 @@
-#include "lab/virtual_switch/capture.h"
+#include "lab/common/capture.h"
 
 #include <pcap/pcap.h>
 
 #include "lab/common/errors.h"
 
-namespace norvad::board {
-
-using namespace lab;
+namespace norvad::lab {
 
 namespace {
 
@@ -44,4 +42,4 @@ void Capture::Close::operator()(pcap_dumper* closed) const {
     pcap_dump_close(closed);
 }
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

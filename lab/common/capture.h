@@ -8,7 +8,7 @@
 struct pcap;
 struct pcap_dumper;
 
-namespace norvad::board {
+namespace norvad::lab {
 
 // A capture file with nanosecond stamps. Throws StartError where it cannot be written.
 class Capture {
@@ -30,4 +30,4 @@ private:
     bool written = true;  // the file header
 };
 
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -1,4 +1,4 @@
-#include "lab/virtual_switch/capture.h"
+#include "lab/common/capture.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 
 #include "tests/support/bytes.h"
 
-namespace norvad::board {
+namespace norvad::lab {
 namespace {
 
 using test::Bytes;
@@ -94,4 +94,4 @@ TEST_F(CaptureFile, FrameIsInTheFileOnceFlushed) {
 }
 
 }  // namespace
-}  // namespace norvad::board
+}  // namespace norvad::lab

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <vector>
+
+#include "lab/network/program/recorder.h"
+#include "lab/network/program/scenario.h"
+#include "lab/network/program/scene.h"
+#include "lab/network/program/svg_chart.h"
+
+namespace norvad::network {
+
+// How far bridges are ahead of the grandmaster that they follow, over the run: eight of them at most, evenly chosen.
+Chart TimeChart(const Scenario& scenario, const std::vector<Sample>& samples);
+// The same by the place of the bridge, in the second half of the run: the mean, and the largest on both sides.
+Chart HopChart(const Scenario& scenario, const std::vector<Sample>& samples);
+// Streams reserved end to end, and stream frames lost, over the run.
+Chart StreamChart(const Scene& scene, const std::vector<Sample>& samples);
+// The largest latency of each stream at each listener, beside the one that was promised.
+Chart LatencyChart(const Scene& scene);
+
+}  // namespace norvad::network

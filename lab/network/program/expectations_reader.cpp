@@ -1,0 +1,94 @@
+#include <fmt/format.h>
+
+#include <string>
+
+#include "lab/network/program/readers.h"
+
+namespace norvad::network {
+
+namespace {
+
+// Fills in what is wanted by the name that value stands behind.
+using ReadWanted = void (*)(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation);
+
+uint64_t Time(const FileValue& value) {
+    return static_cast<uint64_t>(value.DurationNs(0, longestRunNs));
+}
+
+void ReadTimeError(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation) {
+    expectation.wanted = TimeErrorLimit{Time(value), names.Bridges(map.Find("of"))};
+}
+
+void ReadTimeOffset(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation) {
+    const int64_t isNs = value.DurationNs(-longestRunNs, longestRunNs);
+    const FileValue give = map.Need("give");
+    expectation.wanted = TimeOffset{isNs, static_cast<int64_t>(Time(give)), names.Bridges(map.Need("of"))};
+    expectation.text += " give " + give.Text();
+}
+
+void ReadGrandmaster(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation) {
+    expectation.wanted = OneGrandmaster{names.Bridge(value), names.Bridges(map.Find("of"))};
+}
+
+void ReadReservedWithin(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {
+    expectation.wanted = ReservedWithin{Time(value)};
+}
+
+void ReadStaysReserved(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {
+    if (!value.YesOrNo()) value.Refuse("only yes makes sense here");
+    expectation.wanted = StaysReserved{};
+}
+
+void ReadLost(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {
+    constexpr int64_t most = 1'000'000'000;
+    expectation.wanted = FramesLost{static_cast<uint64_t>(value.Number(0, most))};
+}
+
+void ReadLatency(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {
+    LatencyLimit limit;
+    if (value.Text() != "as promised") limit.mostNs = Time(value);
+    expectation.wanted = limit;
+}
+
+struct WantedName {
+    const char* name;
+    ReadWanted read;
+};
+constexpr WantedName wantedNames[] = {
+    {"time error", ReadTimeError},
+    {"time offset", ReadTimeOffset},
+    {"grandmaster", ReadGrandmaster},
+    {"reserved within", ReadReservedWithin},
+    {"stays reserved", ReadStaysReserved},
+    {"frames lost", ReadLost},
+    {"latency", ReadLatency},
+};
+
+}  // namespace
+
+Expectation ReadExpectation(const FileValue& value, const Names& names) {
+    FileMap map(value);
+    Expectation expectation;
+    for (const auto& [name, read] : wantedNames) {
+        const auto found = map.Find(name);
+        if (!found) continue;
+        if (!expectation.text.empty()) found->Refuse("an expectation is of one thing");
+        expectation.text = fmt::format("{} {}", name, found->Text());
+        read(*found, map, names, expectation);
+    }
+    const auto from = map.Find("from"), until = map.Find("until");
+    map.RefuseOthers();
+    if (expectation.text.empty()) value.Refuse("nothing is expected here");
+    if (from) {
+        expectation.fromNs = Time(*from);
+        expectation.text += " from " + from->Text();
+    }
+    if (until) {
+        expectation.untilNs = Time(*until);
+        expectation.text += " until " + until->Text();
+        if (expectation.untilNs < expectation.fromNs) until->Refuse("it ends before it begins");
+    }
+    return expectation;
+}
+
+}  // namespace norvad::network

@@ -1,0 +1,80 @@
+#include "lab/network/program/options.h"
+
+#include <boost/program_options.hpp>
+#include <sstream>
+
+#include "lab/common/errors.h"
+#include "lab/network/program/readers.h"
+#include "lab/network/program/units.h"
+
+namespace norvad::network {
+
+namespace po = boost::program_options;
+
+namespace {
+
+po::options_description Description() {
+    po::options_description description("Options", 110, 60);
+    auto add = description.add_options();
+    add("help,h", "show help");
+    add("duration", po::value<std::string>()->value_name("TIME"), "simulated time, instead of the file's, e.g. 90s");
+    add("seed", po::value<uint64_t>()->value_name("N"), "of all randomness, instead of the file's");
+    add("set", po::value<std::vector<std::string>>()->value_name("KEY=VALUE"),
+        "replace a value of the file, e.g. bridges.0.row=100; repeatable");
+    add("out", po::value<std::string>()->value_name("DIR"), "write what was seen there");
+    add("capture", po::value<std::vector<std::string>>()->value_name("BRIDGE.PORT"),
+        "write the frames on the link at this port to DIR/BRIDGE.PORT.pcap; repeatable");
+    add("check", po::bool_switch(), "end with 1 when something is not as the file expects");
+    return description;
+}
+
+uint64_t Duration(const std::string& text) {
+    const auto ns = ParseDurationNs(text);
+    if (!ns || *ns <= 0 || *ns > longestRunNs)
+        throw lab::StartError("--duration " + text + ": 1ns to 7 days, e.g. 60s");
+    return static_cast<uint64_t>(*ns);
+}
+
+}  // namespace
+
+Options ParseOptions(int argc, const char* const* argv) {
+    po::options_description all = Description();
+    all.add_options()("file", po::value<std::string>());
+    po::positional_options_description positional;
+    positional.add("file", 1);
+    po::variables_map values;
+    try {
+        po::store(po::command_line_parser(argc, argv)
+                      .options(all)
+                      .positional(positional)
+                      .style(po::command_line_style::unix_style & ~po::command_line_style::allow_guessing)
+                      .run(),
+                  values);
+        po::notify(values);
+    } catch (const po::error& error) {
+        throw lab::StartError(error.what());
+    }
+    Options options;
+    options.help = values.count("help") > 0;
+    if (options.help) return options;
+    if (values.count("file") == 0) throw lab::StartError("the file with the network is missing");
+    options.file = values["file"].as<std::string>();
+    if (values.count("duration") > 0) options.durationNs = Duration(values["duration"].as<std::string>());
+    if (values.count("seed") > 0) options.seed = values["seed"].as<uint64_t>();
+    if (values.count("set") > 0) options.settings = values["set"].as<std::vector<std::string>>();
+    if (values.count("out") > 0) options.directory = values["out"].as<std::string>();
+    if (values.count("capture") > 0) options.captures = values["capture"].as<std::vector<std::string>>();
+    if (!options.captures.empty() && options.directory.empty()) throw lab::StartError("--capture wants --out");
+    options.check = values["check"].as<bool>();
+    return options;
+}
+
+std::string HelpText() {
+    std::ostringstream text;
+    text << "norvad3-network FILE [options]\n\nRuns a network of whole bridges and end stations on a stepped clock, as "
+            "the file says.\n\n"
+         << Description();
+    return text.str();
+}
+
+}  // namespace norvad::network

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace norvad::network {
+
+// The command line of norvad3-network.
+struct Options {
+    std::string file;
+    std::optional<uint64_t> durationNs;  // these two replace what the file says
+    std::optional<uint64_t> seed;
+    std::vector<std::string> settings;
+    std::string directory;              // for what comes out; empty: only the summary, on standard output
+    std::vector<std::string> captures;  // "b1.0"
+    bool check = false;                 // fail when an expectation does
+
+    bool help = false;  // only the help text is wanted
+};
+
+// Throws StartError for anything that makes no sense.
+Options ParseOptions(int argc, const char* const* argv);
+
+std::string HelpText();
+
+}  // namespace norvad::network

@@ -1,0 +1,33 @@
+#include "lab/network/program/recorder.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace norvad::network {
+
+void Recorder::Look() {
+    Sample sample;
+    sample.ns = scene.Ns();
+    for (size_t bridge = 0; bridge < scene.Bridges(); ++bridge) sample.bridges.push_back(TimeOf(bridge));
+    for (const Subscription& each : scene.Subscriptions()) sample.reserved += scene.IsReserved(each);
+    sample.lostStreamFrames = scene.LostStreamFrames();
+    sample.mostWaiting = scene.MostWaiting();
+    sample.crowdedOut = scene.CrowdedOut();
+    sample.lostOnCables = scene.LostOnCables();
+    samples.push_back(std::move(sample));
+}
+
+Sample::BridgeTime Recorder::TimeOf(size_t bridge) {
+    const auto grandmaster = scene.GrandmasterOf(bridge);
+    if (!grandmaster) return {};
+    return {static_cast<uint32_t>(*grandmaster), scene.AheadNs(bridge, *grandmaster)};
+}
+
+uint64_t Recorder::IntervalNs(uint64_t durationNs, size_t bridges, size_t subscriptions) {
+    constexpr size_t large = 2'000;  // ports that a look at the reservations asks
+    constexpr uint64_t mostLooks = 10'000;
+    const uint64_t leastNs = bridges * subscriptions > large ? 1'000'000'000 : 100'000'000;
+    return std::max(leastNs, durationNs / mostLooks);
+}
+
+}  // namespace norvad::network

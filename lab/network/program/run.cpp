@@ -1,0 +1,115 @@
+#include "lab/network/program/run.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/common/capture.h"
+#include "lab/common/errors.h"
+#include "lab/network/program/charts.h"
+#include "lab/network/program/page.h"
+#include "lab/network/program/progress.h"
+#include "lab/network/program/recorder.h"
+#include "lab/network/program/scenario_reader.h"
+#include "lab/network/program/scene.h"
+#include "lab/network/program/series.h"
+#include "lab/network/program/summary.h"
+#include "lab/network/program/verdict.h"
+
+namespace norvad::network {
+
+namespace {
+
+std::string ReadFile(const std::string& name) {
+    std::ifstream file(name, std::ios::binary);
+    if (!file) lab::ThrowErrno("cannot read " + name);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteFile(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    file.flush();
+    if (!file) lab::ThrowErrno("cannot write " + path.string());
+}
+
+Scenario ScenarioOf(const Options& options) {
+    Scenario scenario = ReadScenario(options.file, ReadFile(options.file), options.settings, options.seed);
+    if (options.durationNs) scenario.durationNs = *options.durationNs;
+    return scenario;
+}
+
+void RunAndRecord(const Scenario& scenario, Scene& scene, Recorder& recorder) {
+    const uint64_t intervalNs =
+        Recorder::IntervalNs(scenario.durationNs, scene.Bridges(), scene.Subscriptions().size());
+    Progress progress(scenario.durationNs);
+    recorder.Look();
+    for (uint64_t ns = 0; ns < scenario.durationNs;) {
+        ns = std::min(ns + intervalNs, scenario.durationNs);
+        scene.RunUntil(ns);
+        recorder.Look();
+        progress.Tell(ns);
+    }
+}
+
+// What the links at the ports that were asked for carry.
+void Record(Scene& scene, const Options& options, std::deque<lab::Capture>& captures) {
+    for (const std::string& port : options.captures) {
+        lab::Capture& capture = captures.emplace_back(options.directory + "/" + port + ".pcap");
+        scene.Watch(port, [&capture](std::span<const uint8_t> frame, uint64_t ns) {
+            capture.Write(frame, static_cast<int64_t>(ns));
+        });
+    }
+}
+
+void WriteFiles(const std::filesystem::path& directory, const std::string& summary, const Scenario& scenario,
+                const Scene& scene, const std::vector<Sample>& samples) {
+    WriteFile(directory / "summary.txt", summary);
+    WriteFile(directory / "time.csv", TimeTable(scenario, samples));
+    WriteFile(directory / "traffic.csv", TrafficTable(scene, samples));
+    WriteFile(directory / "streams.csv", StreamTable(scenario, scene));
+    WriteFile(directory / "events.csv", EventTable(scenario));
+
+    std::vector<std::pair<std::string, Chart>> charts{{"time.svg", TimeChart(scenario, samples)},
+                                                      {"hops.svg", HopChart(scenario, samples)}};
+    if (!scene.Subscriptions().empty()) {
+        charts.emplace_back("streams.svg", StreamChart(scene, samples));
+        charts.emplace_back("latency.svg", LatencyChart(scene));
+    }
+    std::vector<std::string> pictures;
+    for (const auto& [name, chart] : charts) {
+        pictures.push_back(SvgText(chart));
+        WriteFile(directory / name, pictures.back());
+    }
+    WriteFile(directory / "index.html", PageText(scenario.title, summary, pictures));
+}
+
+}  // namespace
+
+int Run(const Options& options) {
+    const Scenario scenario = ScenarioOf(options);
+    const std::filesystem::path directory = options.directory;
+    if (!directory.empty()) std::filesystem::create_directories(directory);
+    std::deque<lab::Capture> captures;
+    Scene scene(scenario);
+    Record(scene, options, captures);
+    Recorder recorder(scene);
+    RunAndRecord(scenario, scene, recorder);
+
+    const auto& samples = recorder.Samples();
+    const auto verdicts = Judge(scenario, scene, samples);
+    const std::string summary = SummaryText(scenario, scene, samples, verdicts);
+    std::printf("%s", summary.c_str());
+    if (!directory.empty()) WriteFiles(directory, summary, scenario, scene, samples);
+    const bool holds = std::all_of(verdicts.begin(), verdicts.end(), [](const Verdict& each) { return each.holds; });
+    return options.check && !holds ? 1 : 0;
+}
+
+}  // namespace norvad::network

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "lab/network/bridge_node.h"
+#include "lab/network/network.h"
+#include "lab/network/program/scenario.h"
+#include "lab/network/program/stream_meter.h"
+#include "lab/network/random.h"
+#include "lab/network/station_node.h"
+
+namespace norvad::network {
+
+// A stream and one station that listens to it.
+struct Subscription {
+    size_t talker, listener;  // stations
+    uint16_t number;          // of the talker's streams
+    size_t meter;             // of the stream
+    size_t place;             // of the listener in the meter
+};
+
+// The network of a scenario, alive: its bridges, stations and links, and what happens to them.
+class Scene {
+public:
+    explicit Scene(const Scenario& scenario);
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    // Sees each frame on the link at that port, in both directions, as its first bit leaves its sender. Throws
+    // StartError where no link is.
+    using FrameWatcher = std::function<void(std::span<const uint8_t> frame, uint64_t ns)>;
+    void Watch(const std::string& bridgeAndPort, FrameWatcher watcher);
+
+    // Hears of each event as it happens.
+    std::function<void(const EventPlan& event)> onEvent;
+
+    uint64_t Ns() const { return network.clock.Ns() - startNs; }  // since the beginning
+    void RunUntil(uint64_t ns);
+
+    size_t Bridges() const { return bridges.size(); }
+    // The bridge that this one takes its time from in the end, which may be itself; nothing while it follows nobody.
+    std::optional<size_t> GrandmasterOf(size_t bridge) const;
+    // How far a bridge's clock is ahead of another's.
+    int64_t AheadNs(size_t bridge, size_t other) { return bridges[bridge].AheadNs(bridges[other]); }
+
+    const std::vector<Subscription>& Subscriptions() const { return subscriptions; }
+    // The stream is reserved from its talker to this listener.
+    bool IsReserved(const Subscription& subscription);
+    // What the listener was promised; nothing where it knows no talker.
+    std::optional<uint64_t> PromisedLatencyNs(const Subscription& subscription) const;
+    const StreamMeter::Arrivals& ArrivalsOf(const Subscription& subscription) const;
+    uint64_t SentFrames(const Subscription& subscription) const { return meters[subscription.meter].SentFrames(); }
+
+    uint64_t LostStreamFrames();  // of all subscriptions, so far
+    size_t MostWaiting() const;   // frames at the port of a bridge where most wait now
+    uint64_t CrowdedOut() const { return network.CrowdedOut(); }
+    uint64_t LostOnCables() const { return network.LostFrames(); }
+
+private:
+    struct Heard {
+        size_t talker;
+        size_t place;  // of the listener in the meters of the talker's streams
+    };
+    struct Neighbour {
+        size_t bridge;
+        size_t link;
+    };
+    struct LinkState {
+        bool isCut = false;
+        bool isPlugged = false;
+    };
+
+    struct Watched {
+        const Node* node;
+        uint8_t port;
+        size_t watcher;
+    };
+
+    void AddBridge(const BridgePlan& plan);
+    void AddStation(size_t index);
+    void Subscribe();
+    void WatchStations();
+    void UpdateLink(size_t index);
+    void UpdateLinks();
+    void FindTree();
+    void Happen(const EventPlan& event);
+    void HappenToBridge(const EventPlan& event);
+    void HappenToStation(const EventPlan& event);
+    void TellMeters(size_t station, bool comes);
+    bool Reaches(const Subscription& subscription);
+    void Drift();
+    Node& NodeOf(const End& end);
+    bool IsOn(const End& end) const { return end.isStation || bridges[end.index].IsOn(); }
+
+    const Scenario& scenario;
+    Network network;
+    const uint64_t startNs = network.clock.Ns();
+    std::deque<BridgeNode> bridges;
+    std::deque<StationNode> stations;
+    std::vector<LinkState> links;
+    std::vector<std::array<std::optional<Neighbour>, portCount>> neighbours;  // of the bridges, by port
+    std::vector<FrameWatcher> watchers;
+    std::vector<Watched> watched;
+    std::vector<Random> wanders;            // of the bridges
+    std::vector<int32_t> errorsPpb;         // of their oscillators, as they are now
+    std::vector<StreamMeter> meters;        // of all streams, by station
+    std::vector<size_t> firstMeters;        // of the stations
+    std::vector<std::vector<Heard>> heard;  // by station
+    std::vector<Subscription> subscriptions;
+};
+
+}  // namespace norvad::network

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "lab/network/program/recorder.h"
+#include "lab/network/program/scenario.h"
+#include "lab/network/program/scene.h"
+
+namespace norvad::network {
+
+// What was seen, as tables of comma separated values whose first line names the columns. Times are seconds since the
+// beginning.
+
+// How far each bridge is ahead of its grandmaster, in nanoseconds; empty while it follows nobody.
+std::string TimeTable(const Scenario& scenario, const std::vector<Sample>& samples);
+// Reservations, losses and queues of the whole network.
+std::string TrafficTable(const Scene& scene, const std::vector<Sample>& samples);
+// Each stream at each listener: frames, and latencies in nanoseconds.
+std::string StreamTable(const Scenario& scenario, const Scene& scene);
+std::string EventTable(const Scenario& scenario);
+
+}  // namespace norvad::network

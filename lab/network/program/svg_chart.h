@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace norvad::network {
+
+struct ChartLine {
+    std::string name;                                            // empty: not in the legend
+    std::vector<std::vector<std::pair<double, double>>> pieces;  // x and y; there is a gap between two pieces
+    bool isDashed = false;
+};
+
+struct Chart {
+    std::string title;
+    std::string xName, yName;
+    std::vector<ChartLine> lines;
+};
+
+// The chart as an SVG picture: the same text for the same chart, on every machine.
+std::string SvgText(const Chart& chart);
+
+// The text with what means something in XML escaped.
+std::string XmlText(const std::string& text);
+
+}  // namespace norvad::network

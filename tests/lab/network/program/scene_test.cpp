@@ -1,0 +1,211 @@
+#include "lab/network/program/scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/common/errors.h"
+#include "lab/network/program/recorder.h"
+#include "lab/network/program/scenario_reader.h"
+#include "lab/network/program/series.h"
+#include "lab/network/program/verdict.h"
+
+namespace norvad::test {
+namespace {
+
+using namespace network;
+using testing::AllOf;
+using testing::Each;
+using testing::Field;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr uint64_t second = 1'000'000'000;
+
+constexpr auto threeInARow = R"(
+title: Three in a row
+duration: 12s
+bridges:
+  - row: 3
+stations:
+  - {name: stage, at: b1, talk: 2}
+  - {name: hall, at: b3, listen: stage}
+)";
+
+// A network of a file, run to its end and looked at on the way.
+class Played {
+public:
+    explicit Played(const std::string& text, uint64_t seed = 1)
+        : scenario(ReadScenario("file", text, {}, seed)), scene(scenario), recorder(scene) {
+        for (uint64_t ns = 0; ns <= scenario.durationNs; ns += second / 10) {
+            scene.RunUntil(ns);
+            recorder.Look();
+        }
+    }
+
+    std::string Tables() const {
+        return TimeTable(scenario, recorder.Samples()) + TrafficTable(scene, recorder.Samples()) +
+               StreamTable(scenario, scene) + EventTable(scenario);
+    }
+    const Sample& At(uint64_t ns) const { return recorder.Samples().at(ns / (second / 10)); }
+    std::vector<Verdict> Verdicts() const { return Judge(scenario, scene, recorder.Samples()); }
+
+    const Scenario scenario;
+    Scene scene;
+    Recorder recorder;
+};
+
+TEST(AScene, IsTheSameForTheSameSeed) {
+    const std::string text = R"(
+title: All that is random
+duration: 20s
+bridges:
+  - row: 4
+    clock: {spread: 50ppm, wander: 5ppb}
+    handling: [50us, 550us]
+    link: {loss: 2%, jitter: 500ns, rate: 100M}
+stations:
+  - {name: stage, at: b1, talk: 3, link: {loss: 1%}}
+  - {name: hall, at: b4, listen: stage}
+events:
+  - {at: 10s, cut: b2-b3}
+  - {at: 12s, mend: b2-b3}
+)";
+    const std::string first = Played(text, 5).Tables();
+
+    EXPECT_EQ(Played(text, 5).Tables(), first);
+    EXPECT_NE(Played(text, 6).Tables(), first);
+}
+
+// The neighbours of a killed daemon hear nothing of it, and declare what they had declared at the next LeaveAll.
+TEST(AScene, HasReservedAStreamWhenEveryBridgeOnItsWayLetsItPass) {
+    std::string text = std::string(threeInARow) + "events:\n  - {at: 5s, kill: b2}\n  - {at: 6s, start: b2}\n";
+    text.replace(text.find("12s"), 3, "25s");
+    const Played played(text);
+
+    EXPECT_EQ(played.At(0).reserved, 0u);
+    EXPECT_EQ(played.At(49 * second / 10).reserved, 2u);
+    EXPECT_EQ(played.At(51 * second / 10).reserved, 0u);
+    EXPECT_EQ(played.At(25 * second).reserved, 2u);
+    EXPECT_GT(played.At(25 * second).lostStreamFrames, 0u);
+}
+
+TEST(AScene, TellsWhoFollowsWhom) {
+    const Played played(std::string(threeInARow) + "events:\n  - {at: 9s, power off: b3}\n");
+
+    EXPECT_THAT(played.At(8 * second).bridges, Each(Field(&Sample::BridgeTime::grandmaster, 0u)));
+    EXPECT_EQ(played.At(10 * second).bridges[2].grandmaster, std::nullopt);
+}
+
+TEST(AScene, LetsATalkerLeaveAndComeAgain) {
+    const Played played(std::string(threeInARow) + "events:\n  - {at: 6s, leave: stage}\n  - {at: 9s, come: stage}\n");
+
+    EXPECT_EQ(played.At(59 * second / 10).reserved, 2u);
+    EXPECT_EQ(played.At(85 * second / 10).reserved, 0u);
+    EXPECT_EQ(played.At(12 * second).reserved, 2u);
+    EXPECT_EQ(played.At(12 * second).lostStreamFrames, 0u);
+}
+
+TEST(AScene, ChangesAPriority) {
+    const Played played(std::string(threeInARow) + "events:\n  - {at: 6s, priority1 of: b3, to: 1}\n");
+
+    EXPECT_EQ(played.At(12 * second).bridges[0].grandmaster, 2u);
+}
+
+// Nobody follows anybody here: from 1 s to 3 s the rate of b2 grows by 1 ppm ten times a second.
+TEST(AScene, DriftsAsTheFileSays) {
+    const Scenario scenario = ReadScenario(
+        "file", "{title: t, bridges: [{name: b1}, {name: b2, clock: {ramp: 10ppm/s, ramp from: 1s, ramp until: 3s}}]}");
+    Scene scene(scenario);
+    auto gainedNs = [&, before = int64_t{0}](uint64_t untilNs) mutable {
+        scene.RunUntil(untilNs);
+        const int64_t ahead = scene.AheadNs(1, 0);
+        return ahead - std::exchange(before, ahead);
+    };
+
+    EXPECT_EQ(gainedNs(second), 0);
+    EXPECT_EQ(gainedNs(2 * second), 100 * (1 + 2 + 3 + 4 + 5 + 6 + 7 + 8 + 9 + 10));
+    (void)gainedNs(3 * second);
+    EXPECT_EQ(gainedNs(4 * second), 20'000);
+}
+
+TEST(AScene, ShowsTheFramesOfALinkInBothDirections) {
+    const Scenario scenario = ReadScenario("file", threeInARow);
+    Scene scene(scenario);
+    std::vector<uint64_t> instants;
+    std::vector<uint8_t> lastBytesOfSources;
+    scene.Watch("b2.0", [&](std::span<const uint8_t> frame, uint64_t ns) {
+        instants.push_back(ns);
+        lastBytesOfSources.push_back(frame[11]);
+    });
+    scene.RunUntil(5 * second);
+
+    EXPECT_THAT(lastBytesOfSources, AllOf(testing::Contains(0), testing::Contains(1), Not(testing::Contains(2))));
+    EXPECT_TRUE(std::is_sorted(instants.begin(), instants.end()));
+    EXPECT_LE(instants.back(), 5 * second);
+    EXPECT_THROW(scene.Watch("b9.0", {}), lab::StartError);
+}
+
+TEST(ARing, StormsNotWhereTheStandInForSpanningTreeClosesIt) {
+    const Played played(R"(
+title: ring
+duration: 12s
+spanning tree after: 1s
+bridges:
+  - {ring: 4, ports: 3}
+stations:
+  - {name: one, at: b1, vlans: 10, vlan frames: 10, rate: 10}
+  - {name: two, at: b3, vlans: 10, talk: 1, rate: 10}
+  - {name: three, at: b2, listen: two}
+events:
+  - {at: 6s, cut: b2-b3}
+)");
+
+    EXPECT_EQ(played.At(59 * second / 10).reserved, 1u);
+    EXPECT_EQ(played.At(12 * second).reserved, 1u);
+}
+
+struct Expected {
+    std::string line;
+    bool holds;
+    std::string text;
+};
+
+class WhatIsExpected : public testing::TestWithParam<Expected> {};
+
+TEST_P(WhatIsExpected, IsHeldAgainstWhatWasSeen) {
+    const Played played(std::string(threeInARow) + "events: [{at: 10s, cut: b1-b2}]\nexpect:\n  - " + GetParam().line);
+    const Verdict verdict = played.Verdicts().at(0);
+
+    EXPECT_EQ(verdict.holds, GetParam().holds) << verdict.text;
+    EXPECT_THAT(verdict.text, StartsWith(GetParam().text));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AScene, WhatIsExpected,
+    testing::Values(
+        Expected{"{time error: 100ns, from: 8s, until: 9s}", true, "time error 100ns from 8s until 9s: largest "},
+        Expected{"{time error: 100ns}", false, "time error 100ns: b1 follows nobody at 0 ns"},
+        Expected{"{time offset: 0ns, give: 20ns, of: b3, from: 8s, until: 9s}", true, "time offset 0ns give 20ns "},
+        Expected{"{time offset: 5us, give: 20ns, of: b3, from: 8s, until: 9s}", false, "time offset 5us give 20ns "},
+        Expected{"{grandmaster: b1, from: 8s, until: 9s}", true,
+                 "grandmaster b1 from 8s until 9s: 3 bridges follow b1"},
+        Expected{"{grandmaster: b2, from: 8s, until: 9s}", false,
+                 "grandmaster b2 from 8s until 9s: b1 follows b1 at 8 s"},
+        Expected{"{reserved within: 8s}", true, "reserved within 8s: 2 of 2 at "},
+        Expected{"{reserved within: 1ms}", false, "reserved within 1ms: 2 of 2 at "},
+        Expected{"{reserved within: 1s, from: 11s}", false, "reserved within 1s from 11s: 0 of 2 in the end"},
+        Expected{"{stays reserved: yes, from: 8s, until: 9s}", true, "stays reserved yes from 8s until 9s: 2 all "},
+        Expected{"{stays reserved: yes, from: 9s}", false,
+                 "stays reserved yes from 9s: 0 of 2 at 10 s, fewer than all in 21 of 31 looks"},
+        Expected{"{frames lost: 0, until: 9s}", true, "frames lost 0 until 9s: 0 frames"},
+        Expected{"{latency: as promised}", false, "latency as promised: nothing was promised for stage.0"},
+        Expected{"{latency: 1s}", true, "latency 1s: largest "}, Expected{"{latency: 10ns}", false, "latency 10ns: "},
+        Expected{"{frames lost: 0, from: 20s}", false, "frames lost 0 from 20s: the run is over before that"}));
+
+}  // namespace
+}  // namespace norvad::test
