@@ -37,8 +37,8 @@ size_t HeldBytes() {
 
 // Once all is settled.
 void MeasureRow(size_t bridges) {
-    constexpr uint64_t settledNs = 40 * second;
-    constexpr uint64_t measuredNs = 20 * second;
+    constexpr uint64_t settledNs = 30 * second;
+    constexpr uint64_t measuredNs = 10 * second;
     const Scenario scenario = Row(bridges, 100, 1, "{}");
     const size_t before = HeldBytes();
     Scene scene(scenario);

@@ -8,6 +8,14 @@ namespace norvad::network {
 
 namespace {
 
+// What of names, for the text.
+std::string Of(const std::optional<FileValue>& of) {
+    if (!of) return {};
+    std::string text;
+    for (const FileValue& each : of->List()) text += (text.empty() ? " of " : ", ") + each.Text();
+    return text;
+}
+
 // Fills in what is wanted by the name that value stands behind.
 using ReadWanted = void (*)(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation);
 
@@ -16,18 +24,22 @@ uint64_t Time(const FileValue& value) {
 }
 
 void ReadTimeError(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation) {
-    expectation.wanted = TimeErrorLimit{Time(value), names.Bridges(map.Find("of"))};
+    const auto of = map.Find("of");
+    expectation.wanted = TimeErrorLimit{Time(value), names.Bridges(of)};
+    expectation.text += Of(of);
 }
 
 void ReadTimeOffset(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation) {
     const int64_t isNs = value.DurationNs(-longestRunNs, longestRunNs);
     const FileValue give = map.Need("give");
     expectation.wanted = TimeOffset{isNs, static_cast<int64_t>(Time(give)), names.Bridges(map.Need("of"))};
-    expectation.text += " give " + give.Text();
+    expectation.text += " give " + give.Text() + Of(map.Find("of"));
 }
 
 void ReadGrandmaster(const FileValue& value, FileMap& map, const Names& names, Expectation& expectation) {
-    expectation.wanted = OneGrandmaster{names.Bridge(value), names.Bridges(map.Find("of"))};
+    const auto of = map.Find("of");
+    expectation.wanted = OneGrandmaster{names.Bridge(value), names.Bridges(of)};
+    expectation.text += Of(of);
 }
 
 void ReadReservedWithin(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {

@@ -81,6 +81,7 @@ std::vector<size_t> Names::Bridges(const std::optional<FileValue>& place) const 
     std::vector<size_t> indexes;
     if (place) {
         for (const FileValue& each : place->List()) indexes.push_back(Bridge(each));
+        if (indexes.empty()) place->Refuse("one bridge at least is wanted here");
     } else {
         indexes.resize(scenario.bridges.size());
         std::iota(indexes.begin(), indexes.end(), size_t{0});

@@ -19,6 +19,7 @@ po::options_description Description() {
     add("help,h", "show help");
     add("duration", po::value<std::string>()->value_name("TIME"), "simulated time, instead of the file's, e.g. 90s");
     add("seed", po::value<uint64_t>()->value_name("N"), "of all randomness, instead of the file's");
+    add("seeds", po::value<int64_t>()->value_name("N"), "run the seeds 1 to N, and tell the median and the worst");
     add("set", po::value<std::vector<std::string>>()->value_name("KEY=VALUE"),
         "replace a value of the file, e.g. bridges.0.row=100; repeatable");
     add("out", po::value<std::string>()->value_name("DIR"), "write what was seen there");
@@ -33,6 +34,12 @@ uint64_t Duration(const std::string& text) {
     if (!ns || *ns <= 0 || *ns > longestRunNs)
         throw lab::StartError("--duration " + text + ": 1ns to 7 days, e.g. 60s");
     return static_cast<uint64_t>(*ns);
+}
+
+uint64_t Seeds(int64_t count) {
+    constexpr int64_t most = 100'000;
+    if (count < 1 || count > most) throw lab::StartError("--seeds " + std::to_string(count) + ": 1 to 100000");
+    return static_cast<uint64_t>(count);
 }
 
 }  // namespace
@@ -61,10 +68,14 @@ Options ParseOptions(int argc, const char* const* argv) {
     options.file = values["file"].as<std::string>();
     if (values.count("duration") > 0) options.durationNs = Duration(values["duration"].as<std::string>());
     if (values.count("seed") > 0) options.seed = values["seed"].as<uint64_t>();
+    if (values.count("seeds") > 0) options.seeds = Seeds(values["seeds"].as<int64_t>());
     if (values.count("set") > 0) options.settings = values["set"].as<std::vector<std::string>>();
     if (values.count("out") > 0) options.directory = values["out"].as<std::string>();
     if (values.count("capture") > 0) options.captures = values["capture"].as<std::vector<std::string>>();
     if (!options.captures.empty() && options.directory.empty()) throw lab::StartError("--capture wants --out");
+    if (options.seeds > 0 && (options.seed || !options.captures.empty())) {
+        throw lab::StartError("--seeds goes with neither --seed nor --capture");
+    }
     options.check = values["check"].as<bool>();
     return options;
 }

@@ -12,6 +12,7 @@ struct Options {
     std::string file;
     std::optional<uint64_t> durationNs;  // these two replace what the file says
     std::optional<uint64_t> seed;
+    uint64_t seeds = 0;  // runs with the seeds from 1 on; 0: one run
     std::vector<std::string> settings;
     std::string directory;              // for what comes out; empty: only the summary, on standard output
     std::vector<std::string> captures;  // "b1.0"

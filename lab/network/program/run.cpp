@@ -5,7 +5,9 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -19,8 +21,10 @@
 #include "lab/network/program/recorder.h"
 #include "lab/network/program/scenario_reader.h"
 #include "lab/network/program/scene.h"
+#include "lab/network/program/seeds.h"
 #include "lab/network/program/series.h"
 #include "lab/network/program/summary.h"
+#include "lab/network/program/topology.h"
 #include "lab/network/program/verdict.h"
 
 namespace norvad::network {
@@ -40,22 +44,22 @@ void WriteFile(const std::filesystem::path& path, const std::string& text) {
     if (!file) lab::ThrowErrno("cannot write " + path.string());
 }
 
-Scenario ScenarioOf(const Options& options) {
-    Scenario scenario = ReadScenario(options.file, ReadFile(options.file), options.settings, options.seed);
+Scenario ScenarioOf(const Options& options, std::optional<uint64_t> seed) {
+    Scenario scenario = ReadScenario(options.file, ReadFile(options.file), options.settings, seed);
     if (options.durationNs) scenario.durationNs = *options.durationNs;
     return scenario;
 }
 
-void RunAndRecord(const Scenario& scenario, Scene& scene, Recorder& recorder) {
+void RunAndRecord(const Scenario& scenario, Scene& scene, Recorder& recorder,
+                  const std::function<void(uint64_t ns)>& progress) {
     const uint64_t intervalNs =
         Recorder::IntervalNs(scenario.durationNs, scene.Bridges(), scene.Subscriptions().size());
-    Progress progress(scenario.durationNs);
     recorder.Look();
     for (uint64_t ns = 0; ns < scenario.durationNs;) {
         ns = std::min(ns + intervalNs, scenario.durationNs);
         scene.RunUntil(ns);
         recorder.Look();
-        progress.Tell(ns);
+        progress(ns);
     }
 }
 
@@ -83,7 +87,8 @@ void WriteFiles(const std::filesystem::path& directory, const std::string& summa
         charts.emplace_back("streams.svg", StreamChart(scene, samples));
         charts.emplace_back("latency.svg", LatencyChart(scene));
     }
-    std::vector<std::string> pictures;
+    std::vector<std::string> pictures{TopologySvg(scenario)};
+    WriteFile(directory / "topology.svg", pictures.front());
     for (const auto& [name, chart] : charts) {
         pictures.push_back(SvgText(chart));
         WriteFile(directory / name, pictures.back());
@@ -91,25 +96,55 @@ void WriteFiles(const std::filesystem::path& directory, const std::string& summa
     WriteFile(directory / "index.html", PageText(scenario.title, summary, pictures));
 }
 
-}  // namespace
+// Ends with 0 unless something that was to be checked failed.
+int Tell(const Options& options, const std::string& summary, bool holds) {
+    std::printf("%s", summary.c_str());
+    return options.check && !holds ? 1 : 0;
+}
 
-int Run(const Options& options) {
-    const Scenario scenario = ScenarioOf(options);
+int RunOnce(const Options& options) {
+    const Scenario scenario = ScenarioOf(options, options.seed);
     const std::filesystem::path directory = options.directory;
-    if (!directory.empty()) std::filesystem::create_directories(directory);
     std::deque<lab::Capture> captures;
     Scene scene(scenario);
     Record(scene, options, captures);
     Recorder recorder(scene);
-    RunAndRecord(scenario, scene, recorder);
+    {
+        Progress progress(scenario.durationNs);
+        RunAndRecord(scenario, scene, recorder, [&](uint64_t ns) { progress.Tell(ns); });
+    }
+    const auto verdicts = Judge(scenario, scene, recorder.Samples());
+    const std::string summary = SummaryText(scenario, scene, recorder.Samples(), verdicts);
+    if (!directory.empty()) WriteFiles(directory, summary, scenario, scene, recorder.Samples());
+    return Tell(options, summary,
+                std::all_of(verdicts.begin(), verdicts.end(), [](const Verdict& each) { return each.holds; }));
+}
 
-    const auto& samples = recorder.Samples();
-    const auto verdicts = Judge(scenario, scene, samples);
-    const std::string summary = SummaryText(scenario, scene, samples, verdicts);
-    std::printf("%s", summary.c_str());
-    if (!directory.empty()) WriteFiles(directory, summary, scenario, scene, samples);
-    const bool holds = std::all_of(verdicts.begin(), verdicts.end(), [](const Verdict& each) { return each.holds; });
-    return options.check && !holds ? 1 : 0;
+int RunMany(const Options& options) {
+    const auto outcomes = RunSeeds(options.seeds, [&](uint64_t seed) {
+        const Scenario scenario = ScenarioOf(options, seed);
+        Scene scene(scenario);
+        Recorder recorder(scene);
+        RunAndRecord(scenario, scene, recorder, [](uint64_t) {});
+        const auto verdicts = Judge(scenario, scene, recorder.Samples());
+        return OutcomeOf(scenario, recorder.Samples(), verdicts, scene.Subscriptions().size());
+    });
+    const std::filesystem::path directory = options.directory;
+    const std::string summary = OutcomesText(ScenarioOf(options, {}), outcomes);
+    if (!directory.empty()) {
+        WriteFile(directory / "summary.txt", summary);
+        WriteFile(directory / "runs.csv", OutcomesTable(outcomes));
+    }
+    return Tell(options, summary,
+                std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& each) { return each.failed == 0; }));
+}
+
+}  // namespace
+
+int Run(const Options& options) {
+    (void)ScenarioOf(options, options.seed);  // says what is wrong in the file before anything else happens
+    if (!options.directory.empty()) std::filesystem::create_directories(options.directory);
+    return options.seeds > 0 ? RunMany(options) : RunOnce(options);
 }
 
 }  // namespace norvad::network

@@ -41,7 +41,9 @@ Scenario ReadScenario(const std::string& name, const std::string& text, const st
 
     if (seed) scenario.seed = *seed;
 
-    for (const FileValue& value : file.Need("bridges").List()) ReadBridges(value, scenario.seed, names);
+    const FileValue bridges = file.Need("bridges");
+    for (const FileValue& value : bridges.List()) ReadBridges(value, scenario.seed, names);
+    if (scenario.bridges.empty()) bridges.Refuse("one bridge at least is wanted here");
     for (const FileValue& value : ItemsOf(file, "links")) ReadLink(value, names);
     for (const FileValue& value : ItemsOf(file, "stations")) ReadStation(value, names);
     for (const FileValue& value : ItemsOf(file, "events")) scenario.events.push_back(ReadEvent(value, names));

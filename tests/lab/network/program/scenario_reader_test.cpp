@@ -137,7 +137,7 @@ TEST(ScenarioFile, TellsWhatIsExpected) {
 
     ASSERT_EQ(scenario.expectations.size(), 8u);
     const Expectation& first = scenario.expectations[0];
-    EXPECT_EQ(first.text, "time error 1us from 20s until 30s");
+    EXPECT_EQ(first.text, "time error 1us of r1, r2 from 20s until 30s");
     EXPECT_EQ(first.fromNs, 20'000'000'000u);
     EXPECT_EQ(first.untilNs, 30'000'000'000u);
     EXPECT_THAT(std::get<TimeErrorLimit>(first.wanted).bridges, ElementsAre(0u, 1u));
@@ -208,6 +208,9 @@ INSTANTIATE_TEST_SUITE_P(
     ScenarioFile, ScenarioComplaints,
     testing::Values(
         Complaint{"", "file:1:1: names and values are wanted here, such as {name: value}"},
+        Complaint{"title: t\nbridges: []", "file:2:10: one bridge at least is wanted here"},
+        Complaint{std::string(row) + "expect:\n  - {time error: 1us, of: []}",
+                  "file:5:27: one bridge at least is wanted here"},
         Complaint{"title: [", "file:1:1: end of sequence flow not found"},
         Complaint{"title: t", "file:1:1: 'bridges' is missing"},
         Complaint{"title: t\ntitle: u", "file:2:1: 'title' stands here twice"},

@@ -190,8 +190,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Expected{"{time error: 100ns, from: 8s, until: 9s}", true, "time error 100ns from 8s until 9s: largest "},
         Expected{"{time error: 100ns}", false, "time error 100ns: b1 follows nobody at 0 ns"},
-        Expected{"{time offset: 0ns, give: 20ns, of: b3, from: 8s, until: 9s}", true, "time offset 0ns give 20ns "},
-        Expected{"{time offset: 5us, give: 20ns, of: b3, from: 8s, until: 9s}", false, "time offset 5us give 20ns "},
+        Expected{"{time offset: 0ns, give: 20ns, of: b3, from: 8s, until: 9s}", true,
+                 "time offset 0ns give 20ns of b3 from 8s "},
+        Expected{"{time offset: 5us, give: 20ns, of: b3, from: 8s, until: 9s}", false,
+                 "time offset 5us give 20ns of b3 "},
         Expected{"{grandmaster: b1, from: 8s, until: 9s}", true,
                  "grandmaster b1 from 8s until 9s: 3 bridges follow b1"},
         Expected{"{grandmaster: b2, from: 8s, until: 9s}", false,
