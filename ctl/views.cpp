@@ -19,6 +19,11 @@ Cell YesCell(bool yes) {
     return yes ? Cell{"yes", Mark::GOOD} : Cell{"no", Mark::BAD};
 }
 
+// A switch whose own host neither talks nor listens has the port to it down, and nothing is wrong.
+Cell LinkCell(const Port& port) {
+    return !port.isUp && port.IsCpu() ? Cell{"down", Mark::FAINT} : UpCell(port.isUp);
+}
+
 // What is known of a port only while it is up.
 Cell WhileUp(const Port& port, const Cell& cell) {
     return port.isUp ? cell : none;
@@ -112,7 +117,7 @@ Table PortTable(const std::vector<Port>& ports) {
     Table table{{"PORT", "LINK", "STP", "AS CAPABLE"}, {}};
     for (const Port& port : ports) {
         table.rows.push_back({{port.IsCpu() ? "CPU" : std::to_string(port.number)},
-                              UpCell(port.isUp),
+                              LinkCell(port),
                               WhileUp(port, UpCell(port.isStpUp)),
                               WhileUp(port, YesCell(port.isAvbUp))});
     }

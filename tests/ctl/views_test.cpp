@@ -45,6 +45,12 @@ TEST(PortView, IsColouredWhereColoursAreWanted) {
     EXPECT_EQ(Render(PortTable(ports), false).find('\033'), std::string::npos);
 }
 
+TEST(PortView, TakesThePortToTheCpuThatIsDownForNothingBad) {
+    const auto ports = ReadPorts("CPU Port status: is Down\n").ports;
+
+    EXPECT_EQ(Render(PortTable(ports), true).find("\033[31m"), std::string::npos);
+}
+
 TEST(StreamView, ShowsAReservationWhereAReadyListenerIsCarriedToTheTalker) {
     EXPECT_EQ(Streams("Port 0\n" + Talker("VO Registrar IN") + Listener("READY", "QA Registrar MT") + "Port 1\n" +
                       Talker("QA Registrar MT") + Listener("READY", "VO Registrar IN")),

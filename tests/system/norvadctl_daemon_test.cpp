@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <memory>
+#include <sstream>
 
 #include "tests/support/system/board_test.h"
 #include "tests/support/system/control_client.h"
@@ -170,6 +171,19 @@ TEST_F(NorvadctlAndStreams, AsksAnewWhenTheDaemonThatDiedHalfWayIsStartedAgain) 
 }
 
 // norvad3 itself asks through one queue for all its clients.
+// Class, priority and VLAN of each domain: the rest of a row changes while many ask, one after the other.
+std::vector<std::string> DomainsIn(const std::string& table) {
+    std::vector<std::string> domains;
+    std::istringstream lines(table);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string srClass, priority, vid;
+        words >> srClass >> priority >> vid;
+        domains.push_back(srClass + " " + priority + " " + vid);
+    }
+    return domains;
+}
+
 TEST_F(NorvadctlAndStreams, AnswersManyBesideAClientOfTheDaemon) {
     StartBoard();
     RecordDaemon(daemon);
@@ -186,9 +200,8 @@ TEST_F(NorvadctlAndStreams, AnswersManyBesideAClientOfTheDaemon) {
         for (const auto& one : crowd) {
             const Shown domains = EndOf(*one);
             EXPECT_EQ(domains.status, 0) << domains.errors;
-            EXPECT_EQ(domains.output, crowd[0]->Output());
+            EXPECT_EQ(DomainsIn(domains.output), (std::vector<std::string>{"CLASS PRIORITY VLAN", "B 2 2", "A 3 2"}));
         }
-        EXPECT_TRUE(crowd[0]->Output().starts_with("CLASS  PRIORITY  VLAN")) << crowd[0]->Output();
         EXPECT_FALSE(PeerQueue::Exists(replyQueue));
     }
 }

@@ -6,6 +6,11 @@ function upOrDown(up) {
     return up ? {text: "up", kind: "good"} : {text: "down", kind: "bad"};
 }
 
+// A switch whose own host neither talks nor listens has the port to it down, and nothing is wrong.
+function linkCell(port) {
+    return !port.up && port.port === 6 ? {text: "down", kind: "faint"} : upOrDown(port.up);
+}
+
 function yesOrNo(yes) {
     return yes ? {text: "yes", kind: "good"} : {text: "no", kind: "bad"};
 }
@@ -65,7 +70,7 @@ const latencyOf = (stream) => talkerOf(stream)?.latencyNs ?? -1;
 
 export const portColumns = [
     {title: "Port", cell: (port) => ({text: portName(port.port)}), key: (port) => port.port},
-    {title: "Link", cell: (port) => upOrDown(port.up)},
+    {title: "Link", cell: linkCell},
     {title: "Spanning tree", cell: (port) => (port.up ? upOrDown(port.stp) : none)},
     {title: "AS capable", cell: (port) => (port.up ? yesOrNo(port.asCapable) : none)},
 ];
