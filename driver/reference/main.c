@@ -23,8 +23,8 @@ static int clock_error;
 module_param(clock_error, int, 0444);
 MODULE_PARM_DESC(clock_error, "by how much the clock is too fast, in parts per billion (0)");
 
-static long clock_offset;
-module_param(clock_offset, long, 0444);
+static unsigned long long clock_offset;
+module_param(clock_offset, ullong, 0444);
 MODULE_PARM_DESC(clock_offset, "by how much the clock begins ahead of the system's, in ns (0)");
 
 struct port sw_ports[PORTS];
