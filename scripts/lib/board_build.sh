@@ -39,7 +39,8 @@ BuildPrograms() {
     [ "$architecture" = amd64 ] || toolchain=("-DCMAKE_TOOLCHAIN_FILE=cmake/$triplet.cmake")
     Quietly "$programs.log" Within cmake -S . -B "$programs" -G Ninja -DCMAKE_BUILD_TYPE=Release -DNORVAD_TESTS=OFF \
         -DNORVAD_LAB=ON "${toolchain[@]}"
-    Quietly "$programs.log" Within ninja -C "$programs" norvad3 norvad3-end-station norvad3-grandmaster-reader
+    Quietly "$programs.log" Within ninja -C "$programs" norvad3 norvad3-end-station \
+        norvad3-grandmaster-reader norvadctl
 }
 
 # Adds a file of the packages to the image, where it stands there.
@@ -103,7 +104,7 @@ MakeInitramfs() {
     ln -s kmod "$image/bin/rmmod"
     Add /usr/libexec/coreutils/libstdbuf.so
     AddModules
-    cp "$board"/programs/bin/norvad3* "$image/build/bin"
+    cp "$board"/programs/bin/norvad* "$image/build/bin"
     local program
     for program in "$image"/build/bin/*; do AddLibraries "$program"; done
     printf 'root:x:0:0::/root:/bin/bash\n_lldpd:x:100:100::/run/lldpd:/bin/false\n' >"$image/etc/passwd"

@@ -41,7 +41,7 @@ WatchClock() {
 
 StartDaemon() {
     ip link set eth0 up
-    Start daemon "$programs/norvad3" -n -i eth0
+    Start daemon norvad3 -n -i eth0
     until [ -e "$queues/norvad.mq" ]; do
         CheckAlive
         sleep 0.1
@@ -69,8 +69,7 @@ StartBoard() {
 Station() {
     local name=$1 network=$2
     shift 2
-    Start "$name" nsenter --net="$networks/$network" \
-        "$programs/norvad3-end-station" --interface eth0 --name "$name" "$@"
+    Start "$name" nsenter --net="$networks/$network" norvad3-end-station --interface eth0 --name "$name" "$@"
 }
 
 # Ends NAME without a word.

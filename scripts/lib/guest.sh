@@ -1,9 +1,9 @@
 # shellcheck shell=bash
 # What the first process of the guest begins and ends with.
 
-export PATH=/bin:/sbin LC_ALL=C
+export PATH=/bin:/sbin:/build/bin LC_ALL=C
 # shellcheck disable=SC2034  # for the parts
-project=/project build=/build captures='' programs=/build/bin
+here=/project/scripts/lib captures='' plots=/tmp
 state=/tmp/norvad3-board
 logs=$state/log
 networks=$state/net
