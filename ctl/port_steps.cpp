@@ -83,10 +83,8 @@ Step NeighbourStep(const Snapshot& bridge, unsigned number) {
 const std::string asCapableRule =
     "A port becomes AS capable with the first peer delay request, one a second, that its neighbour answers whole: a "
     "response and its follow-up. It stays so until the fourth request in a row without such an answer, or until the "
-    "link "
-    "goes; how long the delay is does not matter. Until then no time leaves by the port, and talkers are declared "
-    "there "
-    "as failed with code 8, Egress port is not AVB capable.";
+    "link goes; how long the delay is does not matter. Until then no time leaves by the port, and talkers are declared "
+    "there as failed with code 8, Egress port is not AVB capable.";
 
 std::string AsCapableEvidence(const Snapshot& bridge, unsigned number) {
     const int64_t delayNs = LinkDelayNs(bridge, number);

@@ -89,7 +89,7 @@ void Viewing::ShowEverything() {
     Show(PortTable(Filter(options.selection, ports)));
     const auto selected = Filter(first, streams);
     const auto shown = Page(first, selected);
-    terminal.output << "\n" << selected.size() << " streams\n";
+    terminal.output << "\n" << StreamCountText(selected.size()) << "\n";
     if (!shown.empty()) Show(StreamTable(shown));
     if (shown.size() < selected.size()) {
         terminal.output << "... and " << selected.size() - shown.size() << " more: norvadctl streams\n";

@@ -68,6 +68,10 @@ std::string ClassText(unsigned srClass) {
     return std::to_string(srClass);
 }
 
+std::string StreamCountText(size_t count) {
+    return fmt::format("{} stream{}", count, count == 1 ? "" : "s");
+}
+
 std::string PpmText(double ratio) {
     return fmt::format("{:+.3f} ppm", ratio * 1e6);
 }

@@ -16,6 +16,7 @@ std::string Name(Registrar registrar);               // "IN"
 std::string MachinesText(const Machines& machines);  // "QA/IN"
 std::string ClassText(unsigned srClass);             // "A", "B", or the number of a class without a name
 std::string PpmText(double ratio);                   // "+1.500 ppm", of a ratio less 1
+std::string StreamCountText(size_t count);           // "1 stream", "2 streams"
 
 // A StreamID as a user may write it: 16 digits, colons and hyphens between them as he likes.
 std::optional<Id> ReadId(std::string_view text);

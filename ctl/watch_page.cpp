@@ -93,7 +93,7 @@ Lines Comparing::Streams(size_t rows) const {
     Selection page = selection;
     page.limit = std::min(selection.limit, rows);
     const auto shown = Page(page, selected);
-    Lines lines = {fmt::format("{} streams", selected.size())};
+    Lines lines = {StreamCountText(selected.size())};
     if (shown.size() < selected.size()) {
         lines[0] += fmt::format(", of which {} from {} on are shown (--offset)", shown.size(), selection.offset);
     }

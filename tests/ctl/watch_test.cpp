@@ -89,7 +89,7 @@ TEST_F(Watched, IsTheBridgeOnOneScreen) {
               "PORT  LINK  STP  AS CAPABLE\n"
               "0     up    up   no\n"
               "\n"
-              "1 streams\n"
+              "1 stream\n"
               "STREAM                   DESTINATION        LATENCY  TALKER  LISTENERS  RESERVED  STATES    FAILURE\n"
               "02:00:00:00:00:a0:00:00  91:e0:f0:00:01:00  42 ns    port 0  -          -         T0 VO/IN  -\n"
               "\n"
@@ -155,7 +155,7 @@ TEST_F(Watched, ShowsTheSelectedOnly) {
 
     EXPECT_TRUE(Contains(drawing, "\n1000 streams, of which 2 from 500 on are shown (--offset)\n")) << drawing;
     EXPECT_TRUE(Contains(drawing, "a0:01:f4 ")) << drawing;
-    EXPECT_TRUE(Contains(Drawings({}, {"--stream", "0200000000a00002"})[0], "\n1 streams\n"));
+    EXPECT_TRUE(Contains(Drawings({}, {"--stream", "0200000000a00002"})[0], "\n1 stream\n"));
 }
 
 TEST_F(Watched, IsCutToTheTerminal) {

@@ -134,7 +134,9 @@ TEST_F(NorvadctlAndStreams, ShowsAllHoweverManyThereAre) {
 
         const Shown all = RunNorvadctl({});
         EXPECT_EQ(all.status, 0) << all.errors;
-        EXPECT_NE(all.output.find("\n" + std::to_string(count) + " streams\n"), std::string::npos) << all.output;
+        EXPECT_NE(all.output.find("\n" + std::to_string(count) + (count == 1 ? " stream\n" : " streams\n")),
+                  std::string::npos)
+            << all.output;
         if (count == 0) continue;
         char last[32];
         snprintf(last, sizeof last, "02:00:00:00:00:a0:%02x:%02x", count >> 8, count & 0xFF);

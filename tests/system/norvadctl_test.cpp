@@ -84,7 +84,7 @@ TEST_F(Norvadctl, UnderstandsEverythingThatTheDaemonSays) {
     const Shown all = RunNorvadctl({});
     EXPECT_EQ(all.status, 0);
     EXPECT_EQ(all.errors, "");
-    EXPECT_NE(all.output.find("\n1 streams\n"), std::string::npos) << all.output;
+    EXPECT_NE(all.output.find("\n1 stream\n"), std::string::npos) << all.output;
 }
 
 TEST_F(Norvadctl, ServesWhatItShows) {
