@@ -39,7 +39,7 @@ PackagesRootHolds() {
     local architecture name
     echo cmake debhelper g++-aarch64-linux-gnu g++-arm-linux-gnueabihf ninja-build nlohmann-json3-dev
     for architecture in amd64 arm64 armhf; do
-        for name in libboost-{,context-,program-options-}dev libc6-dev lib{fmt,mnl,pcap,seccomp}-dev; do
+        for name in libboost-{,context-,program-options-}dev libc6-dev lib{fmt,mnl,pcap,seccomp,yaml-cpp}-dev; do
             echo "$name:$architecture"
         done
     done

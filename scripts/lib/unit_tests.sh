@@ -3,7 +3,7 @@
 
 # LibrariesFor ARCHITECTURE
 LibrariesFor() {
-    printf "%s-dev:$1\n" libboost{,-context,-program-options} lib{fmt,gmock,gtest,mnl,pcap,seccomp}
+    printf "%s-dev:$1\n" libboost{,-context,-program-options} lib{fmt,gmock,gtest,mnl,pcap,seccomp,yaml-cpp}
 }
 
 # On another processor, which has the bytes the other way round.
