@@ -75,7 +75,7 @@ int main() {
     using namespace norvad::bench;
     setvbuf(stdout, nullptr, _IOLBF, 0);
     std::printf("rows with 100 streams of 1 frame/s and time\n");
-    for (const size_t bridges : {size_t{10}, size_t{100}, size_t{400}, size_t{1'000}}) MeasureRow(bridges);
+    for (const size_t bridges : {size_t{10}, size_t{100}, size_t{400}}) MeasureRow(bridges);
     std::printf("stream frames through 20 bridges\n");
     MeasureFrames("cables without a rate", "{}");
     MeasureFrames("1 Gbit/s, queues and shaping", "{rate: 1G}");
