@@ -8,7 +8,7 @@ Within() {
         "$@"
         return
     fi
-    InRoot build/roots/packages "$@"
+    InRoot "$packages_root" "$@"
 }
 
 # Quietly COMMAND...: shows the end of the log if it fails.

@@ -34,22 +34,20 @@ MakeRoot() {
     echo "$words" >"$directory.words"
 }
 
-# The compilers for other machines, and the libraries for each.
+# PackagesRootHolds ARCHITECTURE: the compilers for all machines, for each of them what the daemon wants, and for one what
+# the lab wants; some of that is there for one at a time only.
 PackagesRootHolds() {
-    local architecture name
-    echo cmake debhelper g++-aarch64-linux-gnu g++-arm-linux-gnueabihf ninja-build nlohmann-json3-dev
-    for architecture in amd64 arm64 armhf; do
-        for name in libboost-{,context-,program-options-}dev libc6-dev lib{fmt,mnl,pcap,seccomp,yaml-cpp}-dev; do
-            echo "$name:$architecture"
-        done
-    done
+    printf '%s\n' cmake debhelper g++-aarch64-linux-gnu g++-arm-linux-gnueabihf ninja-build nlohmann-json3-dev
+    printf '%s\n' {libboost-{,program-options-},libc6-}dev:{amd64,arm64,armhf}
+    printf "%s-dev:$1\n" libboost-context lib{fmt,mnl,pcap,seccomp,yaml-cpp}
 }
 
-# MakePackagesRoot DIRECTORY: where programs are built for each machine.
+# MakePackagesRoot ARCHITECTURE: where packages for that machine and static daemons for all are built; sets $packages_root.
 MakePackagesRoot() {
     local wanted
-    mapfile -t wanted < <(PackagesRootHolds | tr ' ' '\n')
-    MakeRoot "$1" amd64,arm64,armhf "${wanted[@]}"
+    packages_root=build/roots/packages-$1
+    mapfile -t wanted < <(PackagesRootHolds "$1")
+    MakeRoot "$packages_root" amd64,arm64,armhf "${wanted[@]}"
 }
 
 # Removes a root, of which an ordinary user owns some by other numbers than his own.
