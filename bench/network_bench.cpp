@@ -24,7 +24,8 @@ constexpr uint64_t second = 1'000'000'000;
 
 Scenario Row(size_t bridges, int streams, int framesPerSecond, const std::string& cable) {
     const std::string last = std::to_string(bridges);
-    return ReadScenario("row", "{title: row, bridges: [{row: " + last + ", clock: {spread: 100ppm}, link: " + cable +
+    return ReadScenario("row", "{title: row, bridges: [{row: " + last +
+                                   ", clock: {spread: 100ppm}, handling: [50us, 550us], link: " + cable +
                                    "}], stations: [{name: stage, at: b1, talk: " + std::to_string(streams) +
                                    ", rate: " + std::to_string(framesPerSecond) + ", link: " + cable +
                                    "}, {name: hall, at: b" + last + ", listen: stage, link: " + cable + "}]}");
@@ -75,7 +76,7 @@ int main() {
     using namespace norvad::bench;
     setvbuf(stdout, nullptr, _IOLBF, 0);
     std::printf("rows with 100 streams of 1 frame/s and time\n");
-    for (const size_t bridges : {size_t{10}, size_t{100}, size_t{400}}) MeasureRow(bridges);
+    for (const size_t bridges : {size_t{10}, size_t{100}, size_t{400}, size_t{1'000}}) MeasureRow(bridges);
     std::printf("stream frames through 20 bridges\n");
     MeasureFrames("cables without a rate", "{}");
     MeasureFrames("1 Gbit/s, queues and shaping", "{rate: 1G}");
