@@ -37,7 +37,7 @@ MakeRoot() {
 # PackagesRootHolds ARCHITECTURE: the compilers for all machines, for each of them what the daemon wants, and for one what
 # the lab wants; some of that is there for one at a time only.
 PackagesRootHolds() {
-    printf '%s\n' cmake debhelper g++-aarch64-linux-gnu g++-arm-linux-gnueabihf ninja-build nlohmann-json3-dev
+    printf '%s\n' cmake debhelper dh-dkms g++-aarch64-linux-gnu g++-arm-linux-gnueabihf ninja-build nlohmann-json3-dev
     printf '%s\n' {libboost-{,program-options-},libc6-}dev:{amd64,arm64,armhf}
     printf "%s-dev:$1\n" libboost-context lib{fmt,mnl,pcap,seccomp,yaml-cpp}
 }
