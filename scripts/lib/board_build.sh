@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# The module, the programs and the root in memory of the board. Whoever sources this has $project, $board, $architecture
-# and $triplet.
+# The module, the programs and the root in memory of the board. Whoever sources this has $project, $board, $architecture,
+# $triplet and $initramfs.
 
 # What is for other machines is built in the Debian root of scripts/package, which has their compilers.
 Within() {
@@ -110,6 +110,6 @@ MakeInitramfs() {
     printf 'root:x:0:0::/root:/bin/bash\n_lldpd:x:100:100::/run/lldpd:/bin/false\n' >"$image/etc/passwd"
     printf 'root:x:0:\n_lldpd:x:100:\n' >"$image/etc/group"
     cp -r scripts/lib "$image/project/scripts"
-    (cd "$image" && find . | cpio --quiet -o -H newc -R 0:0) >"$board/initramfs"
-    echo "the root in memory has $(($(stat -c %s "$board/initramfs") / 1000000)) MB"
+    (cd "$image" && find . | cpio --quiet -o -H newc -R 0:0) >"$initramfs"
+    echo "the root in memory has $(($(stat -c %s "$initramfs") / 1000000)) MB"
 }
