@@ -13,6 +13,17 @@
 
 namespace norvad::ctl::test {
 
+// What -r answers of a stream that is reserved on port 1, and of one whose talker arrives there as failed.
+inline const std::string twoStreams =
+    "Port 0\n"
+    "[MSRP] Talker: 02:00:00:00:00:a0:00:01: MAC: 91:e0:f0:00:01:00: AccLatency = 0x2a (42ns) "
+    "Applicant VO Registrar IN\n"
+    "[MSRP] Listener:0200000000a0:0001 decl:READY Applicant QA Registrar MT\n"
+    "Port 1\n"
+    "[MSRP] TalkerFailed: 02:00:00:00:00:a0:00:02: MAC: 91:e0:f0:00:01:01: AccLatency = 0x2a (42ns)"
+    "\tBridge ID 80:00:02:54:4e:44:00:01:\tError code:  Unknown Applicant VO Registrar IN\n"
+    "[MSRP] Listener:0200000000a0:0001 decl:READY Applicant VO Registrar IN\n";
+
 // norvadctl before a daemon whose answers the test changes while the program runs.
 class FakeBridge {
 public:

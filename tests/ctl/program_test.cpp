@@ -7,22 +7,14 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "tests/ctl/fake_control_door.h"
+#include "tests/ctl/fake_bridge.h"
 #include "tests/ctl/json_schema.h"
 
 namespace norvad::ctl::test {
 namespace {
 
 const std::string streamsAnswer =
-    "Port 0\n"
-    "[MSRP] Talker: 02:00:00:00:00:a0:00:01: MAC: 91:e0:f0:00:01:00: AccLatency = 0x2a (42ns) "
-    "Applicant VO Registrar IN\n"
-    "[MSRP] Listener:0200000000a0:0001 decl:READY Applicant QA Registrar MT\n"
-    "Port 1\n"
-    "[MSRP] TalkerFailed: 02:00:00:00:00:a0:00:02: MAC: 91:e0:f0:00:01:01: AccLatency = 0x2a (42ns)"
-    "\tBridge ID 80:00:02:54:4e:44:00:01:\tError code:  Unknown Applicant VO Registrar IN\n"
-    "[MSRP] Listener:0200000000a0:0001 decl:READY Applicant VO Registrar IN\n"
-    "[MSRP] Listener:0200000000a0:0003 decl:READY_FAILED Applicant VO Registrar IN\n";
+    twoStreams + "[MSRP] Listener:0200000000a0:0003 decl:READY_FAILED Applicant VO Registrar IN\n";
 
 class Program : public testing::Test {
 protected:
