@@ -197,4 +197,12 @@ std::vector<Change> Changes(const Snapshot& before, const Snapshot& after) {
     return comparison.TakeChanges();
 }
 
+Change DaemonIsGone(const std::string& why) {
+    return {.kind = ChangeKind::DAEMON_GONE, .text = "the daemon is gone (" + why + ")"};
+}
+
+Change DaemonIsBack() {
+    return {.kind = ChangeKind::DAEMON_BACK, .text = "the daemon is back"};
+}
+
 }  // namespace norvad::ctl

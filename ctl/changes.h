@@ -74,4 +74,7 @@ struct Change {
 // A clock that one of the two lacks is taken for unchanged. The time grows linearly with the streams.
 std::vector<Change> Changes(const Snapshot& before, const Snapshot& after);
 
+Change DaemonIsGone(const std::string& why);
+Change DaemonIsBack();
+
 }  // namespace norvad::ctl

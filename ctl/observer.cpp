@@ -9,16 +9,12 @@ std::vector<Change> Observer::Look() {
     try {
         Snapshot now = bridge.All();
         if (last) changes = Changes(*last, now);
-        if (!IsAnswered())
-            changes.insert(changes.begin(), {.kind = ChangeKind::DAEMON_BACK, .text = "the daemon is back"});
+        if (!IsAnswered()) changes.insert(changes.begin(), DaemonIsBack());
         last = std::move(now);
         silence.clear();
     } catch (const NoAnswer& none) {
         if (none.reason == NoAnswer::Reason::DENIED) throw;
-        if (IsAnswered()) {
-            changes.push_back(
-                {.kind = ChangeKind::DAEMON_GONE, .text = std::string("the daemon is gone (") + none.what() + ")"});
-        }
+        if (IsAnswered()) changes.push_back(DaemonIsGone(none.what()));
         silence = none.what();
     }
     return changes;

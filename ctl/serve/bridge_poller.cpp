@@ -57,13 +57,8 @@ void BridgePoller::Read(BridgeState& state) const {
 // That the daemon went and came back is a change; what it says then is compared with what it said at last.
 void BridgePoller::Compare(BridgeState& state) const {
     if (!before) return;
-    if (before->IsAnswered() && !state.IsAnswered()) {
-        state.changes.push_back(
-            {.kind = ChangeKind::DAEMON_GONE, .text = "the daemon is gone (" + state.problem + ")"});
-    }
-    if (!before->IsAnswered() && state.IsAnswered()) {
-        state.changes.push_back({.kind = ChangeKind::DAEMON_BACK, .text = "the daemon is back"});
-    }
+    if (before->IsAnswered() && !state.IsAnswered()) state.changes.push_back(DaemonIsGone(state.problem));
+    if (!before->IsAnswered() && state.IsAnswered()) state.changes.push_back(DaemonIsBack());
     if (state.IsAnswered() && answeredBefore) {
         for (Change& change : Changes(answeredBefore->snapshot, state.snapshot)) {
             state.changes.push_back(std::move(change));
