@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -195,6 +196,10 @@ struct Complaint {
     std::string text;
     std::string wanted;
 };
+
+void PrintTo(const Complaint& complaint, std::ostream* out) {
+    *out << complaint.wanted;
+}
 
 class ScenarioComplaints : public testing::TestWithParam<Complaint> {};
 
