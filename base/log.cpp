@@ -1,5 +1,7 @@
 #include "base/log.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <utility>
@@ -13,6 +15,17 @@ namespace {
 LogSink* currentSink = nullptr;
 
 }  // namespace
+
+std::optional<LogCategory> LogCategoryOf(std::string_view name) {
+    const auto isLetter = [](char typed, char capital) {
+        return std::toupper(static_cast<unsigned char>(typed)) == capital;
+    };
+    const auto found = std::find_if(logCategoryNames.begin(), logCategoryNames.end(), [&](std::string_view each) {
+        return std::equal(name.begin(), name.end(), each.begin(), each.end(), isLetter);
+    });
+    if (found == logCategoryNames.end()) return {};
+    return static_cast<LogCategory>(found - logCategoryNames.begin());
+}
 
 LogSink* SetLogSink(LogSink* sink) {
     return std::exchange(currentSink, sink);

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string_view>
 
 namespace norvad {
 
@@ -10,6 +12,12 @@ namespace norvad {
 enum class LogCategory : uint8_t { SOCKET, MRP, MSRP, MVRP, PTP, IOCTL };
 
 inline constexpr uint32_t logCategoryCount = 6;
+
+inline constexpr std::array<const char*, logCategoryCount> logCategoryNames{"SOCKET", "MRP", "MSRP",
+                                                                            "MVRP",   "PTP", "IOCTL"};
+
+// By its name, in capitals or not.
+std::optional<LogCategory> LogCategoryOf(std::string_view name);
 
 // The levels by category, all 0 at start. Beside the sink of the lines the only global of the daemon.
 extern std::array<int32_t, logCategoryCount> debugLevels;

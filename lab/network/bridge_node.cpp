@@ -136,6 +136,29 @@ private:
     BridgeNode& node;
 };
 
+// While it lives, lines are the bridge's own, and so are the levels.
+class BridgeNode::OwnLog {
+public:
+    explicit OwnLog(BridgeNode& node) {
+        if (!node.config.log) return;
+        before = {SetLogSink(&node), std::exchange(debugLevels, node.config.log->levels)};
+    }
+    OwnLog(const OwnLog&) = delete;
+    OwnLog& operator=(const OwnLog&) = delete;
+    ~OwnLog() {
+        if (!before) return;
+        SetLogSink(before->sink);
+        debugLevels = before->levels;
+    }
+
+private:
+    struct Before {
+        LogSink* sink;
+        std::array<int32_t, logCategoryCount> levels;
+    };
+    std::optional<Before> before;
+};
+
 BridgeNode::BridgeNode(Network& network, const Config& config)
     : NetworkClock(network.engine), network(network), config(config), hardware(MakeBoard()) {
     network.Add(*this);
@@ -154,6 +177,7 @@ std::unique_ptr<board::Board> BridgeNode::MakeBoard() {
 
 void BridgeNode::StartDaemon() {
     if (bridge || !isOn) return;
+    const OwnLog own(*this);
     Clock& ownClock = *this;
     SwitchDoors& doors = *this;
     bridge = std::make_unique<Switch>(interfaceName, ownClock, doors);
@@ -208,6 +232,7 @@ int32_t BridgeNode::EgressLimit(uint8_t port, uint32_t parameter) const {
 
 std::string BridgeNode::Ask(const std::vector<std::string>& options) {
     namespace po = boost::program_options;
+    const OwnLog own(*this);
     po::options_description description;
     bridge->Dispatcher().AddControlOptions(description);
     po::variables_map values;
@@ -276,11 +301,9 @@ void BridgeNode::RunDaemon() {
     EventLoop(bridge->Timers(), *this, -1, SourcesOf(*bridge, control)).Run();
 }
 
-// While the daemon runs, lines are its own.
 void BridgeNode::Continue() {
-    LogSink* const others = config.log ? SetLogSink(this) : nullptr;
+    const OwnLog own(*this);
     daemon->Resume();
-    if (config.log) SetLogSink(others);
 }
 
 void BridgeNode::PauseUntil(uint64_t ns) {
@@ -351,7 +374,7 @@ bool BridgeNode::SendToCpu(std::span<const uint8_t> frame) {
 }
 
 void BridgeNode::Write(LogCategory, int32_t, const char* message) {
-    config.log(Ns(), message);
+    if (!isEnding) config.log->write(Ns(), message);
 }
 
 }  // namespace norvad::network

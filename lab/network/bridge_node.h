@@ -1,9 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -30,8 +32,11 @@ class BridgeNode final : public Node,
                          private board::BoardObserver,
                          private LogSink {
 public:
-    // Takes the lines that the daemon logs, with the time at which it did.
-    using LogOutput = std::function<void(uint64_t ns, const char* message)>;
+    // Takes the lines that the daemon logs, with the time at which it did, as far as its levels let them.
+    struct Log {
+        std::function<void(uint64_t ns, const char* message)> write;
+        std::array<int32_t, logCategoryCount> levels{};
+    };
 
     struct Config {
         MacAddress mac{0x02, 0, 0, 0, 0x10, 0};
@@ -42,8 +47,8 @@ public:
         std::function<uint64_t()> handlingNs;  // how long a frame waits for the daemon; empty: not at all
         bool blocksAtFirst = false;  // a port that comes up passes no data frames before SetForwarding lets it
         PtpSettings ptp;
-        uint32_t seed = 0;  // of the daemon's randomness, besides its address
-        LogOutput log;      // empty: lines go where those of the process go
+        uint32_t seed = 0;       // of the daemon's randomness, besides its address
+        std::optional<Log> log;  // nothing: lines go where those of the process go
     };
 
     BridgeNode(Network& network, const Config& config);
@@ -92,6 +97,7 @@ private:
     class Frames;
     class Driver;
     class Links;
+    class OwnLog;
 
     struct TrappedFrame {
         uint64_t readableNs;

@@ -83,7 +83,7 @@ BridgeNode::Config BridgeSettings(uint8_t number, uint8_t priority1, int32_t clo
     config.clockErrorPpb = clockErrorPpb;
     config.clockNs = 1'000'000'000 * uint64_t{number};
     config.ptp.ptpPriority1 = priority1;
-    config.log = [&logLines](uint64_t, const char*) { ++logLines; };
+    config.log = {[&logLines](uint64_t, const char*) { ++logLines; }, {}};
     return config;
 }
 

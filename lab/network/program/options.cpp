@@ -1,7 +1,9 @@
 #include "lab/network/program/options.h"
 
+#include <algorithm>
 #include <boost/program_options.hpp>
 #include <sstream>
+#include <string_view>
 
 #include "lab/common/errors.h"
 #include "lab/network/program/readers.h"
@@ -25,6 +27,8 @@ po::options_description Description() {
     add("out", po::value<std::string>()->value_name("DIR"), "write what was seen there");
     add("capture", po::value<std::vector<std::string>>()->value_name("BRIDGE.PORT"),
         "write the frames on the link at this port to DIR/BRIDGE.PORT.pcap; repeatable");
+    add("log", po::value<std::vector<std::string>>()->value_name("BRIDGE:CATEGORY=LEVEL"),
+        "write what this bridge's daemon logs to DIR/BRIDGE.log, as with -d of norvad3, e.g. b4:PTP=2; repeatable");
     add("check", po::bool_switch(), "end with 1 when something is not as the file expects");
     return description;
 }
@@ -40,6 +44,20 @@ uint64_t Seeds(int64_t count) {
     constexpr int64_t most = 100'000;
     if (count < 1 || count > most) throw lab::StartError("--seeds " + std::to_string(count) + ": 1 to 100000");
     return static_cast<uint64_t>(count);
+}
+
+LogRequest ReadLogRequest(const std::string& text) {
+    constexpr int32_t highestLevel = 9;  // of the lines that there are, 6
+    const size_t colon = text.find(':');
+    const size_t equals = text.find('=', std::min(colon, text.size()));
+    if (equals == std::string::npos)
+        throw lab::StartError("--log " + text + ": it reads bridge:category=level, e.g. b4:PTP=2");
+    const auto category = LogCategoryOf(std::string_view(text).substr(colon + 1, equals - colon - 1));
+    if (!category) throw lab::StartError("--log " + text + ": the category is SOCKET, MRP, MSRP, MVRP, PTP or IOCTL");
+    const std::string level = text.substr(equals + 1);
+    if (level.size() != 1 || level[0] < '0' || level[0] > '0' + highestLevel)
+        throw lab::StartError("--log " + text + ": the level is 0 to 9");
+    return {text, text.substr(0, colon), *category, level[0] - '0'};
 }
 
 }  // namespace
@@ -72,9 +90,14 @@ Options ParseOptions(int argc, const char* const* argv) {
     if (values.count("set") > 0) options.settings = values["set"].as<std::vector<std::string>>();
     if (values.count("out") > 0) options.directory = values["out"].as<std::string>();
     if (values.count("capture") > 0) options.captures = values["capture"].as<std::vector<std::string>>();
+    if (values.count("log") > 0) {
+        for (const auto& text : values["log"].as<std::vector<std::string>>())
+            options.logs.push_back(ReadLogRequest(text));
+    }
     if (!options.captures.empty() && options.directory.empty()) throw lab::StartError("--capture wants --out");
-    if (options.seeds > 0 && (options.seed || !options.captures.empty())) {
-        throw lab::StartError("--seeds goes with neither --seed nor --capture");
+    if (!options.logs.empty() && options.directory.empty()) throw lab::StartError("--log wants --out");
+    if (options.seeds > 0 && (options.seed || !options.captures.empty() || !options.logs.empty())) {
+        throw lab::StartError("--seeds goes with none of --seed, --capture and --log");
     }
     options.check = values["check"].as<bool>();
     return options;

@@ -5,7 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "base/log.h"
+
 namespace norvad::network {
+
+// What a bridge is to log, "b4:PTP=2".
+struct LogRequest {
+    std::string text;
+    std::string bridge;
+    LogCategory category;
+    int32_t level;
+};
 
 // The command line of norvad3-network.
 struct Options {
@@ -16,7 +26,8 @@ struct Options {
     std::vector<std::string> settings;
     std::string directory;              // for what comes out; empty: only the summary, on standard output
     std::vector<std::string> captures;  // "b1.0"
-    bool check = false;                 // fail when an expectation does
+    std::vector<LogRequest> logs;
+    bool check = false;  // fail when an expectation does
 
     bool help = false;  // only the help text is wanted
 };

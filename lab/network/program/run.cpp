@@ -15,6 +15,7 @@
 
 #include "lab/common/capture.h"
 #include "lab/common/errors.h"
+#include "lab/network/program/bridge_logs.h"
 #include "lab/network/program/charts.h"
 #include "lab/network/program/page.h"
 #include "lab/network/program/progress.h"
@@ -106,13 +107,15 @@ int RunOnce(const Options& options) {
     const Scenario scenario = ScenarioOf(options, options.seed);
     const std::filesystem::path directory = options.directory;
     std::deque<lab::Capture> captures;
-    Scene scene(scenario);
+    BridgeLogs logs(options.logs, scenario, options.directory);
+    Scene scene(scenario, logs.Logs());
     Record(scene, options, captures);
     Recorder recorder(scene);
     {
         Progress progress(scenario.durationNs);
         RunAndRecord(scenario, scene, recorder, [&](uint64_t ns) { progress.Tell(ns); });
     }
+    logs.Finish();
     const auto verdicts = Judge(scenario, scene, recorder.Samples());
     const std::string summary = SummaryText(scenario, scene, recorder.Samples(), verdicts);
     if (!directory.empty()) WriteFiles(directory, summary, scenario, scene, recorder.Samples());

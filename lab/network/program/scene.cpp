@@ -29,9 +29,9 @@ bool Drifts(const BridgePlan& plan) {
 
 }  // namespace
 
-Scene::Scene(const Scenario& scenario)
+Scene::Scene(const Scenario& scenario, const Logs& logs)
     : scenario(scenario), links(scenario.links.size()), neighbours(scenario.bridges.size()) {
-    for (const BridgePlan& plan : scenario.bridges) AddBridge(plan);
+    for (const BridgePlan& plan : scenario.bridges) AddBridge(plan, logs);
     Subscribe();
     for (size_t index = 0; index < scenario.stations.size(); ++index) AddStation(index);
     WatchStations();
@@ -51,7 +51,7 @@ Scene::Scene(const Scenario& scenario)
     network.RunMs(0);
 }
 
-void Scene::AddBridge(const BridgePlan& plan) {
+void Scene::AddBridge(const BridgePlan& plan, const Logs& logs) {
     BridgeNode::Config config;
     config.mac = plan.mac;
     config.externalPorts = plan.ports;
@@ -62,6 +62,12 @@ void Scene::AddBridge(const BridgePlan& plan) {
     config.blocksAtFirst = scenario.spanningTreeNs.has_value();
     config.ptp = plan.ptp;
     config.seed = static_cast<uint32_t>(Random(scenario.seed, plan.name + " daemon").Next());
+    if (const auto log = logs.find(bridges.size()); log != logs.end()) {
+        const auto write = [this, write = log->second.write](uint64_t ns, const char* message) {
+            write(ns - startNs, message);
+        };
+        config.log = {write, log->second.levels};
+    }
     bridges.emplace_back(network, config);
     errorsPpb.push_back(plan.oscillator.errorPpb);
     wanders.emplace_back(scenario.seed, plan.name + " wander");

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -29,7 +30,9 @@ struct Subscription {
 // The network of a scenario, alive: its bridges, stations and links, and what happens to them.
 class Scene {
 public:
-    explicit Scene(const Scenario& scenario);
+    // Logs of bridges, by their places; times are since the beginning.
+    using Logs = std::map<size_t, BridgeNode::Log>;
+    explicit Scene(const Scenario& scenario, const Logs& logs = {});
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
@@ -83,7 +86,7 @@ private:
         size_t watcher;
     };
 
-    void AddBridge(const BridgePlan& plan);
+    void AddBridge(const BridgePlan& plan, const Logs& logs);
     void AddStation(size_t index);
     void Subscribe();
     void WatchStations();

@@ -76,7 +76,7 @@ TEST(BridgeInANetwork, LogsUnderItsNameAtItsOwnTime) {
     std::vector<Line> lines;
     auto named = [&](const std::string& name, uint8_t number) {
         auto config = Numbered(number);
-        config.log = [&lines, name](uint64_t ns, const char* message) { lines.push_back({name, ns, message}); };
+        config.log = {[&lines, name](uint64_t ns, const char* message) { lines.push_back({name, ns, message}); }, {}};
         return config;
     };
     BridgeNode left(world, named("left", 1)), right(world, named("right", 2));
@@ -87,6 +87,31 @@ TEST(BridgeInANetwork, LogsUnderItsNameAtItsOwnTime) {
     EXPECT_THAT(lines, Contains(AllOf(Field(&Line::bridge, "left"), Field(&Line::text, HasSubstr("Port 0 IS AVB")))));
     EXPECT_THAT(lines, Contains(AllOf(Field(&Line::bridge, "right"), Field(&Line::text, HasSubstr("Port 1 IS AVB")))));
     EXPECT_THAT(lines, Each(Field(&Line::ns, AllOf(Gt(startNs), Le(world.clock.Ns())))));
+}
+
+// One that says nothing of its log stays at the levels of the process, and at its sink.
+TEST(BridgeInANetwork, LogsAtLevelsOfItsOwn) {
+    Network world;
+    std::string lines;
+    const auto logged = [&](int32_t mrpLevel) {
+        auto config = Numbered(1);
+        config.log = {[&](uint64_t, const char* message) { lines += message; }, {}};
+        config.log->levels[static_cast<size_t>(LogCategory::MRP)] = mrpLevel;
+        lines.clear();
+        BridgeNode left(world, config), right(world, Numbered(2));
+        world.Connect(left, 0, right, 1);
+        world.RunMs(5'000);
+        world.Disconnect(left, 0);
+        left.KillDaemon();
+        right.KillDaemon();
+        return lines;
+    };
+
+    const std::string few = logged(0), many = logged(2);
+    EXPECT_THAT(few, AllOf(HasSubstr("Port 0 IS AVB"), testing::Not(HasSubstr("Applicant state"))));
+    EXPECT_THAT(many, AllOf(HasSubstr("Port 0 IS AVB"), HasSubstr("Applicant state")));
+    EXPECT_THAT(many, testing::Not(HasSubstr("Port 1")));
+    EXPECT_FALSE(IsLogged(LogCategory::MRP, 1));
 }
 
 // The same world twice gives the same frames at the same instants.
