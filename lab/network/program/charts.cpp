@@ -11,10 +11,6 @@ double Seconds(const Sample& sample) {
     return static_cast<double>(sample.ns) / 1e9;
 }
 
-double Microseconds(uint64_t ns) {
-    return static_cast<double>(ns) / 1e3;
-}
-
 // Of one bridge; there is a gap where it follows nobody.
 ChartLine ErrorLine(const Scenario& scenario, const std::vector<Sample>& samples, size_t bridge) {
     ChartLine line{scenario.bridges[bridge].name, {}};
@@ -30,27 +26,21 @@ ChartLine ErrorLine(const Scenario& scenario, const std::vector<Sample>& samples
 
 }  // namespace
 
-// A clock that has not settled yet is off by whole seconds, beside which nothing else would be seen: the chart begins
-// with the second half of the run.
+// A clock that has not settled yet may be off by whole seconds, beside which nothing else would be seen.
 Chart TimeChart(const Scenario& scenario, const std::vector<Sample>& samples) {
     constexpr size_t mostLines = 8;
-    Chart chart{"Time error in the second half of the run", "seconds", "ns", {}};
-    const std::vector<Sample> settled(samples.begin() + static_cast<ptrdiff_t>(samples.size() / 2), samples.end());
+    Chart chart{"Time error", "seconds", "ahead of grandmaster", {}, true, true};
     const size_t bridges = scenario.bridges.size();
     const size_t lines = std::min(bridges, mostLines);
     for (size_t n = 1; n <= lines; ++n) {
-        chart.lines.push_back(ErrorLine(scenario, settled, n * bridges / lines - 1));
-        for (auto& piece : chart.lines.back().pieces) {
-            for (auto& point : piece) point.first -= Seconds(settled.front());
-        }
+        chart.lines.push_back(ErrorLine(scenario, samples, n * bridges / lines - 1));
     }
-    chart.xName = "seconds since the middle of the run";
     return chart;
 }
 
 Chart HopChart(const Scenario& scenario, const std::vector<Sample>& samples) {
-    Chart chart{"Time error by bridge, in the second half of the run", "bridge", "ns", {}};
-    ChartLine mean{"mean", {{}}}, least{"least", {{}}, true}, most{"most", {{}}, true};
+    Chart chart{"Time error by bridge, in the second half of the run", "bridge", "ahead of grandmaster", {}, true};
+    ChartLine median{"median", {{}}}, low{"2.5 %", {{}}, true}, high{"97.5 %", {{}}, true};
     for (size_t bridge = 0; bridge < scenario.bridges.size(); ++bridge) {
         std::vector<int64_t> errors;
         for (size_t n = samples.size() / 2; n < samples.size(); ++n) {
@@ -58,15 +48,15 @@ Chart HopChart(const Scenario& scenario, const std::vector<Sample>& samples) {
             if (time.grandmaster) errors.push_back(time.errorNs);
         }
         if (errors.empty()) continue;
-        int64_t sum = 0;
-        for (const int64_t error : errors) sum += error;
-        const auto [lowest, highest] = std::minmax_element(errors.begin(), errors.end());
+        std::sort(errors.begin(), errors.end());
         const auto place = static_cast<double>(bridge + 1);
-        mean.pieces[0].emplace_back(place, static_cast<double>(sum) / static_cast<double>(errors.size()));
-        least.pieces[0].emplace_back(place, static_cast<double>(*lowest));
-        most.pieces[0].emplace_back(place, static_cast<double>(*highest));
+        const size_t last = errors.size() - 1;
+        const auto at = [&](size_t thousandths) { return static_cast<double>(errors[last * thousandths / 1'000]); };
+        median.pieces[0].emplace_back(place, at(500));
+        low.pieces[0].emplace_back(place, at(25));
+        high.pieces[0].emplace_back(place, at(975));
     }
-    chart.lines = {mean, least, most};
+    chart.lines = {median, low, high};
     return chart;
 }
 
@@ -83,13 +73,13 @@ Chart StreamChart(const Scene& scene, const std::vector<Sample>& samples) {
 }
 
 Chart LatencyChart(const Scene& scene) {
-    Chart chart{"Largest latency of each stream", "stream", "us", {}};
+    Chart chart{"Largest latency of each stream", "stream", "latency", {}, true};
     ChartLine seen{"seen", {{}}}, promised{"promised by MSRP", {{}}, true};
     double place = 0;
     for (const Subscription& each : scene.Subscriptions()) {
         place += 1;
-        seen.pieces[0].emplace_back(place, Microseconds(scene.ArrivalsOf(each).mostLatencyNs));
-        promised.pieces[0].emplace_back(place, Microseconds(scene.PromisedLatencyNs(each).value_or(0)));
+        seen.pieces[0].emplace_back(place, static_cast<double>(scene.ArrivalsOf(each).mostLatencyNs));
+        promised.pieces[0].emplace_back(place, static_cast<double>(scene.PromisedLatencyNs(each).value_or(0)));
     }
     chart.lines = {seen, promised};
     return chart;

@@ -10,8 +10,9 @@
 namespace norvad::network {
 
 // How far bridges are ahead of the grandmaster that they follow, over the run: eight of them at most, evenly chosen.
+// What lies far from where a clock mostly is has no place in it.
 Chart TimeChart(const Scenario& scenario, const std::vector<Sample>& samples);
-// The same by the place of the bridge, in the second half of the run: the mean, and the largest on both sides.
+// The same by the place of the bridge, in the second half of the run: the median, and between what 95 % of all lie.
 Chart HopChart(const Scenario& scenario, const std::vector<Sample>& samples);
 // Streams reserved end to end, and stream frames lost, over the run.
 Chart StreamChart(const Scene& scene, const std::vector<Sample>& samples);

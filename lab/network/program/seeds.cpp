@@ -13,6 +13,7 @@
 
 #include "base/file_descriptor.h"
 #include "lab/common/errors.h"
+#include "lab/network/program/units.h"
 
 namespace norvad::network {
 

@@ -7,6 +7,8 @@
 #include <map>
 #include <optional>
 
+#include "lab/network/program/units.h"
+
 namespace norvad::network {
 
 namespace {

@@ -6,13 +6,16 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <utility>
+
+#include "lab/network/program/units.h"
 
 namespace norvad::network {
 
 namespace {
 
-constexpr double width = 760, height = 300;
-constexpr double left = 70, right = 90, top = 34, bottom = 46;  // around the plot
+constexpr double width = 810, height = 300;
+constexpr double left = 80, right = 150, top = 34, bottom = 46;  // around the plot
 constexpr std::array<const char*, 8> colours{"#1f77b4", "#d62728", "#2ca02c", "#9467bd",
                                              "#ff7f0e", "#17becf", "#8c564b", "#7f7f7f"};
 
@@ -43,17 +46,20 @@ struct Axis {
     double Share(double value) const { return (value - least) / (most - least); }
 };
 
+// The middle four fifths of a line's values, sorted: what has lasted, without a beginning or an instant far away.
+std::pair<double, double> MostOf(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const size_t tenth = (values.size() - 1) / 10;
+    return {values[tenth], values[values.size() - 1 - tenth]};
+}
+
 class Drawing {
 public:
     explicit Drawing(const Chart& chart) : chart(chart) {
-        for (const ChartLine& line : chart.lines) {
-            for (const auto& piece : line.pieces) {
-                for (const auto& [pointX, pointY] : piece) {
-                    x.Include(pointX);
-                    y.Include(pointY);
-                }
-            }
-        }
+        for (const ChartLine& line : chart.lines) Include(line);
+        const double height = y.most - y.least;
+        const bool leavesOut = chart.leavesFarOut && height > 0 && all.most - all.least > farOut * height;
+        y = leavesOut ? Axis{y.least - height / 2, y.most + height / 2} : all;
         x.Round();
         y.Round();
     }
@@ -66,12 +72,33 @@ public:
         text += Label(width / 2, 18, "middle", chart.title, 14);
         text += Label((left + width - right) / 2, height - 8, "middle", chart.xName);
         text += Label(8, 24, "start", chart.yName);
-        return text + Grid() + Lines() + Legend() + "</svg>\n";
+        return text + Grid() + Clipped(Lines()) + Outside() + Legend() + "</svg>\n";
     }
 
 private:
+    // Frames that are so much smaller than all that there is leave the rest out.
+    static constexpr double farOut = 4;
+
+    void Include(const ChartLine& line) {
+        std::vector<double> values;
+        for (const auto& piece : line.pieces) {
+            for (const auto& [pointX, pointY] : piece) {
+                x.Include(pointX);
+                all.Include(pointY);
+                values.push_back(pointY);
+            }
+        }
+        if (values.empty()) return;
+        const auto [low, high] = MostOf(std::move(values));
+        y.Include(low);
+        y.Include(high);
+    }
+
     double X(double value) const { return left + x.Share(value) * (width - left - right); }
-    double Y(double value) const { return height - bottom - y.Share(value) * (height - top - bottom); }
+    // What is far away is not drawn in its place, where the numbers would be too large for some programs.
+    double Y(double value) const {
+        return height - bottom - std::clamp(y.Share(value), -1.0, 2.0) * (height - top - bottom);
+    }
 
     static std::string Label(double atX, double atY, const char* anchor, const std::string& text, int size = 12) {
         return fmt::format("<text x=\"{:.1f}\" y=\"{:.1f}\" text-anchor=\"{}\" font-size=\"{}\">{}</text>\n", atX, atY,
@@ -91,9 +118,39 @@ private:
         for (int n = 0; n <= std::lround((y.most - y.least) / y.step); ++n) {
             const double value = y.least + n * y.step;
             text += GridLine(left, Y(value), width - right, Y(value));
-            text += Label(left - 6, Y(value) + 4, "end", fmt::format("{:.6g}", value));
+            text += Label(left - 6, Y(value) + 4, "end", YText(value));
         }
         return text;
+    }
+
+    std::string YText(double value) const {
+        return chart.isOfTimes ? TimeText(std::llround(value)) : fmt::format("{:.6g}", value);
+    }
+
+    // A picture within the picture shows nothing outside its frame.
+    static std::string Clipped(const std::string& lines) {
+        constexpr double edge = 1;  // half a line
+        return fmt::format(
+            "<svg x=\"{0}\" y=\"{1}\" width=\"{2}\" height=\"{3}\" viewBox=\"{0} {1} {2} {3}\">\n{4}</svg>\n",
+            left - edge, top - edge, width - left - right + 2 * edge, height - top - bottom + 2 * edge, lines);
+    }
+
+    std::string Outside() const {
+        size_t points = 0, outside = 0;
+        double farthest = 0;
+        for (const ChartLine& line : chart.lines) {
+            for (const auto& piece : line.pieces) {
+                points += piece.size();
+                for (const auto& [pointX, pointY] : piece) {
+                    if (pointY >= y.least && pointY <= y.most) continue;
+                    ++outside;
+                    if (std::abs(pointY) > std::abs(farthest)) farthest = pointY;
+                }
+            }
+        }
+        if (outside == 0) return {};
+        return Label(width - 8, height - 8, "end",
+                     fmt::format("{} of {} points outside, up to {}", outside, points, YText(farthest)));
     }
 
     std::string Lines() const {
@@ -126,7 +183,7 @@ private:
     }
 
     const Chart& chart;
-    Axis x, y;
+    Axis x, y, all;  // all: y with every point
 };
 
 }  // namespace

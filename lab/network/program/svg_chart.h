@@ -16,6 +16,8 @@ struct Chart {
     std::string title;
     std::string xName, yName;
     std::vector<ChartLine> lines;
+    bool isOfTimes = false;     // y is in nanoseconds; the axis shows the unit
+    bool leavesFarOut = false;  // y reaches as far as most points of each line do, and the picture tells of the others
 };
 
 // The chart as an SVG picture: the same text for the same chart, on every machine.

@@ -1,8 +1,11 @@
 #include "lab/network/program/units.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdlib>
 #include <limits>
 #include <span>
 
@@ -92,6 +95,14 @@ std::optional<int64_t> ParseRampPpb(std::string_view text) {
 
 std::optional<int64_t> ParseSharePerMillion(std::string_view text) {
     return Parse(text, shares);
+}
+
+std::string TimeText(int64_t ns) {
+    for (const auto& [name, size] : {durations[3], durations[2], durations[1]}) {
+        if (std::llabs(ns) < size) continue;
+        return fmt::format("{:.4g} {}", static_cast<double>(ns) / static_cast<double>(size), name);
+    }
+    return fmt::format("{} ns", ns);
 }
 
 }  // namespace norvad::network

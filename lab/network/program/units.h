@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace norvad::network {
@@ -14,5 +15,8 @@ std::optional<int64_t> ParseBitsPerSecond(std::string_view text);    // "64k", "
 std::optional<int64_t> ParseFrequencyPpb(std::string_view text);     // "-50ppm", "20ppb"
 std::optional<int64_t> ParseRampPpb(std::string_view text);          // by the second: "1ppm/s"
 std::optional<int64_t> ParseSharePerMillion(std::string_view text);  // "0.1%"
+
+// "120 ns", "1.204 us", "3.5 s": at most four digits.
+std::string TimeText(int64_t ns);
 
 }  // namespace norvad::network

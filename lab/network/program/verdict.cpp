@@ -8,6 +8,8 @@
 #include <optional>
 #include <utility>
 
+#include "lab/network/program/units.h"
+
 namespace norvad::network {
 
 namespace {
@@ -147,19 +149,6 @@ std::vector<Verdict> Judge(const Scenario& scenario, const Scene& scene, const s
         verdicts.push_back({seen.holds, expectation.text + ": " + seen.text});
     }
     return verdicts;
-}
-
-std::string TimeText(int64_t ns) {
-    struct Unit {
-        const char* name;
-        double ns;
-    };
-    constexpr Unit units[] = {{"s", 1e9}, {"ms", 1e6}, {"us", 1e3}};
-    for (const auto& [name, size] : units) {
-        if (std::llabs(ns) >= static_cast<int64_t>(size))
-            return fmt::format("{:.4g} {}", static_cast<double>(ns) / size, name);
-    }
-    return fmt::format("{} ns", ns);
 }
 
 }  // namespace norvad::network

@@ -18,7 +18,4 @@ struct Verdict {
 // Holds what was recorded in a run against what its file expects, in the order of the file.
 std::vector<Verdict> Judge(const Scenario& scenario, const Scene& scene, const std::vector<Sample>& samples);
 
-// "120 ns", "1.204 us", "3.5 s": at most four digits.
-std::string TimeText(int64_t ns);
-
 }  // namespace norvad::network

@@ -48,5 +48,13 @@ TEST(Units, RefuseWhatSixtyFourBitsDoNotHold) {
     EXPECT_EQ(ParseDurationNs("99999999999999999999ns"), std::nullopt);
 }
 
+TEST(Units, OfTimesHaveFourDigits) {
+    EXPECT_EQ(TimeText(0), "0 ns");
+    EXPECT_EQ(TimeText(-999), "-999 ns");
+    EXPECT_EQ(TimeText(1'000), "1 us");
+    EXPECT_EQ(TimeText(-1'234'567), "-1.235 ms");
+    EXPECT_EQ(TimeText(70'002'099'866), "70 s");
+}
+
 }  // namespace
 }  // namespace norvad::test
