@@ -28,18 +28,19 @@ size_t Padded(size_t length) {
 
 }  // namespace
 
-EgressPort::EgressPort(Engine& engine, const Settings& settings, Begin begin)
-    : engine(engine), settings(settings), begin(std::move(begin)), shaper(settings.bitsPerSecond) {}
+EgressPort::EgressPort(Engine& engine, const Settings& settings, Begin begin, PortTally& tally)
+    : engine(engine), settings(settings), begin(std::move(begin)), shaper(settings.bitsPerSecond), tally(tally) {}
 
 bool EgressPort::Send(std::span<const uint8_t> frame) {
-    Queue& queue = queues[QueueOf(frame)];
-    if (queue.frames.size() >= settings.queueFrames) {
-        ++queue.lost;
+    const size_t index = QueueOf(frame);
+    auto& queue = queues[index];
+    if (queue.size() >= settings.queueFrames) {
+        ++tally.Of(ClassOf(index)).lost;
         return false;
     }
     shaper.Advance(engine.NowNs(), StreamsWait());
-    queue.frames.emplace_back(frame.begin(), frame.end());
-    queue.deepest = std::max(queue.deepest, queue.frames.size());
+    queue.emplace_back(frame.begin(), frame.end());
+    CountDepth(index);
     Proceed();
     return true;
 }
@@ -62,13 +63,24 @@ void EgressPort::Reserve(uint64_t bytesPerSecond) {
 
 size_t EgressPort::Waiting() const {
     size_t frames = 0;
-    for (const Queue& queue : queues) frames += queue.frames.size();
+    for (const auto& queue : queues) frames += queue.size();
     return frames;
+}
+
+void EgressPort::CountDepths() {
+    for (size_t index = 0; index < queueCount; ++index) CountDepth(index);
+}
+
+void EgressPort::CountDepth(size_t queue) {
+    PortTally::Queue& counts = tally.Of(ClassOf(queue));
+    const auto waiting = static_cast<uint32_t>(queues[queue].size());
+    counts.deepest = std::max(counts.deepest, waiting);
+    counts.deepestLately = std::max(counts.deepestLately, waiting);
 }
 
 bool EgressPort::StreamsWait() const {
     return std::any_of(queues.begin() + firstStreamQueue, queues.end(),
-                       [](const Queue& queue) { return !queue.frames.empty(); });
+                       [](const auto& queue) { return !queue.empty(); });
 }
 
 void EgressPort::Proceed() {
@@ -79,11 +91,10 @@ void EgressPort::Proceed() {
     const uint64_t streamsNs = shaper.MayBeginNs();
     for (size_t index = queueCount; index-- > 0;) {
         const bool isShaped = index >= firstStreamQueue;
-        auto& [frames, sent, lost, deepest] = queues[index];
+        auto& frames = queues[index];
         if (frames.empty() || (isShaped && streamsNs > nowNs)) continue;
         std::vector<uint8_t> frame = std::move(frames.front());
         frames.pop_front();
-        ++sent;
         BeginFrame(std::move(frame), isShaped);
         return Waiting() > 0 ? ProceedAt(freeNs) : void();
     }
@@ -114,6 +125,13 @@ size_t EgressPort::QueueOf(std::span<const uint8_t> frame) {
     const auto tag = Peek<lab::VlanTagBytes>(frame, offsetof(lab::EthernetHeader, etherType));
     if (tag && tag->etherType == lab::etherTypeVlan) return queueOfPriority[lab::TagOf(tag->control).priority];
     return queueOfPriority[lab::IsControlAddress(header->destination) ? controlPriority : 0];
+}
+
+TrafficClass EgressPort::ClassOf(size_t queue) {
+    using enum TrafficClass;
+    constexpr std::array<TrafficClass, queueCount> classes{BEST_EFFORT, BEST_EFFORT, BEST_EFFORT, BEST_EFFORT,
+                                                           BEST_EFFORT, CONTROL,     STREAMS_B,   STREAMS_A};
+    return classes.at(queue);
 }
 
 uint64_t EgressPort::FrameNs(size_t length, uint64_t bitsPerSecond) {

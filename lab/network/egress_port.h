@@ -10,6 +10,7 @@
 
 #include "lab/network/credit_based_shaper.h"
 #include "lab/network/engine.h"
+#include "lab/network/port_tally.h"
 
 namespace norvad::network {
 
@@ -24,17 +25,12 @@ public:
         uint64_t bitsPerSecond;
         size_t queueFrames = 64;  // that find room in each queue
     };
-    struct Queue {
-        std::deque<std::vector<uint8_t>> frames;
-        uint64_t sent = 0;
-        uint64_t lost = 0;  // found no room
-        size_t deepest = 0;
-    };
 
     // A frame's first bit leaves now, and its last one so much later.
     using Begin = std::function<void(std::span<const uint8_t> frame, uint64_t durationNs)>;
 
-    EgressPort(Engine& engine, const Settings& settings, Begin begin);
+    // Counts in tally, which outlives all that engine does.
+    EgressPort(Engine& engine, const Settings& settings, Begin begin, PortTally& tally);
 
     // False when the frame found no room.
     bool Send(std::span<const uint8_t> frame);
@@ -46,11 +42,13 @@ public:
     void Reserve(uint64_t bytesPerSecond);
 
     size_t Waiting() const;
-    const std::array<Queue, queueCount>& Queues() const { return queues; }
+    // Counts what waits now, for whoever has begun to count anew.
+    void CountDepths();
 
     // The queue of a frame: by the priority in its tag as where both stream classes are used (IEEE 802.1Q, table 34-1),
     // untagged ones to the addresses that bridges keep to themselves like priority 7.
     static size_t QueueOf(std::span<const uint8_t> frame);
+    static TrafficClass ClassOf(size_t queue);
 
     // How long a frame, without its check sequence, is on the wire: preamble and check sequence, and the gap behind it
     // for the port.
@@ -58,6 +56,7 @@ public:
     static uint64_t BusyNs(size_t length, uint64_t bitsPerSecond);
 
 private:
+    void CountDepth(size_t queue);
     bool StreamsWait() const;
     void Proceed();
     void ProceedAt(uint64_t ns);
@@ -67,7 +66,8 @@ private:
     const Settings settings;
     Begin begin;
     CreditBasedShaper shaper;
-    std::array<Queue, queueCount> queues;
+    PortTally& tally;
+    std::array<std::deque<std::vector<uint8_t>>, queueCount> queues;
     uint64_t freeNs = 0;              // when the frame under way is out, and the gap behind it
     uint64_t plannedNs = UINT64_MAX;  // when Proceed comes next
 };

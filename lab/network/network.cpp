@@ -20,6 +20,7 @@ struct Cable {
     struct End {
         Node* node;
         uint8_t port;
+        PortTally* tally;
         uint64_t arrivedNs = 0;              // the first bit of the latest frame from here, at the other end
         std::shared_ptr<EgressPort> egress;  // null: frames take no time
     };
@@ -60,7 +61,8 @@ void Network::Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, uint64
 }
 
 void Network::Connect(Node& a, uint8_t portOfA, Node& b, uint8_t portOfB, const CableSettings& settings) {
-    const std::array<Cable::End, 2> ends{{{&a, portOfA, 0, nullptr}, {&b, portOfB, 0, nullptr}}};
+    const std::array<Cable::End, 2> ends{
+        {{&a, portOfA, &a.tallies.at(portOfA), 0, nullptr}, {&b, portOfB, &b.tallies.at(portOfB), 0, nullptr}}};
     const auto cable = std::make_shared<Cable>(Cable{ends, settings, Random(settings.seed, "cable")});
     if (settings.bitsPerSecond > 0) MakeQueues(cable);
     a.cables.at(portOfA) = b.cables.at(portOfB) = cable;
@@ -77,14 +79,18 @@ void Network::MakeQueues(const std::shared_ptr<Cable>& cable) {
             if (lives && lives->pluggedIn) Begin(lives, from, frame, durationNs);
         };
         cable->ends[from].egress = std::make_shared<EgressPort>(
-            engine, EgressPort::Settings{cable->settings.bitsPerSecond, cable->settings.queueFrames}, begin);
+            engine, EgressPort::Settings{cable->settings.bitsPerSecond, cable->settings.queueFrames}, begin,
+            *cable->ends[from].tally);
     }
 }
 
 void Network::Disconnect(Node& node, uint8_t port) {
     const std::shared_ptr<Cable> cable = node.cables.at(port);
     cable->pluggedIn = false;
-    for (const Cable::End& end : cable->ends) end.node->cables[end.port] = nullptr;
+    for (const Cable::End& end : cable->ends) {
+        end.node->cables[end.port] = nullptr;
+        if (end.egress) end.tally->cutOff += end.egress->Waiting();
+    }
     for (const Cable::End& end : cable->ends) end.node->LinkChanged(end.port, false);
 }
 
@@ -95,11 +101,7 @@ bool Network::Send(Node& from, uint8_t port, std::span<const uint8_t> frame) {
         return true;
     }
     const size_t index = cable->IndexOf(from, port);
-    if (const auto& egress = cable->ends[index].egress) {
-        const bool hasRoom = egress->Send(frame);
-        crowdedOut += !hasRoom;
-        return hasRoom;
-    }
+    if (const auto& egress = cable->ends[index].egress) return egress->Send(frame);
     Begin(cable, index, frame, 0);
     return true;
 }
@@ -116,23 +118,31 @@ uint64_t Network::SendNext(Node& from, uint8_t port, std::span<const uint8_t> fr
 void Network::Begin(const std::shared_ptr<Cable>& cable, size_t from, std::span<const uint8_t> frame,
                     uint64_t durationNs) {
     const Cable::End& end = cable->ends[from];
+    ++end.tally->sent;
     end.node->BeginsToLeave(end.port, frame);
     if (filter && !filter(*end.node, end.port, frame)) return;
     const uint32_t lostPerMillion = cable->settings.lostPerMillion[from];
     if (lostPerMillion > 0 && cable->random.Happens(lostPerMillion)) {
-        ++lostFrames;
+        ++end.tally->lostOnCable;
         return;
     }
     const uint64_t beganNs = cable->ArrivalNs(from, clock.Ns());
-    engine.At(beganNs + durationNs, [cable, index = 1 - from, beganNs, bytes = Bytes(frame.begin(), frame.end())] {
-        const Cable::End& to = cable->ends[index];
-        if (cable->pluggedIn) to.node->Arrive(to.port, bytes, beganNs);
+    engine.At(beganNs + durationNs, [cable, from, beganNs, bytes = Bytes(frame.begin(), frame.end())] {
+        const Cable::End& to = cable->ends[1 - from];
+        if (cable->pluggedIn) return to.node->Arrive(to.port, bytes, beganNs);
+        ++cable->ends[from].tally->cutOff;
     });
 }
 
-const EgressPort* Network::EgressOf(const Node& node, uint8_t port) const {
+std::array<uint32_t, trafficClassCount> Network::TakeDeepest(Node& node, uint8_t port) {
+    std::array<uint32_t, trafficClassCount> deepest{};
+    for (size_t index = 0; index < trafficClassCount; ++index) {
+        deepest[index] = std::exchange(node.tallies.at(port).queues[index].deepestLately, 0);
+    }
     const auto& cable = node.cables.at(port);
-    return cable ? cable->ends[cable->IndexOf(node, port)].egress.get() : nullptr;
+    const auto egress = cable ? cable->ends[cable->IndexOf(node, port)].egress : nullptr;
+    if (egress) egress->CountDepths();
+    return deepest;
 }
 
 void Network::Reserve(Node& node, uint8_t port, uint64_t bytesPerSecond) {

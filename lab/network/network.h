@@ -9,6 +9,7 @@
 
 #include "base/clock.h"
 #include "lab/network/engine.h"
+#include "lab/network/port_tally.h"
 #include "switch/ports.h"
 
 namespace norvad::network {
@@ -16,7 +17,6 @@ namespace norvad::network {
 using Bytes = std::vector<uint8_t>;
 
 struct Cable;
-class EgressPort;
 
 // Something with ports, in a network.
 class Node {
@@ -34,6 +34,7 @@ public:
 private:
     friend class Network;
     std::array<std::shared_ptr<Cable>, portCount> cables;  // null: nothing is plugged in
+    std::array<PortTally, portCount> tallies;
 };
 
 // The time of a network as its nodes see it.
@@ -85,16 +86,14 @@ public:
     // The same for a frame that goes before all that wait; when it leaves.
     uint64_t SendNext(Node& from, uint8_t port, std::span<const uint8_t> frame);
 
-    // The queues of a port; null without a cable of some rate.
-    const EgressPort* EgressOf(const Node& node, uint8_t port) const;
+    // What became of the frames that a port was to send.
+    static const PortTally& TallyOf(const Node& node, uint8_t port) { return node.tallies.at(port); }
+    // The most frames of each class that waited in a queue of the port at once since this was asked last.
+    static std::array<uint32_t, trafficClassCount> TakeDeepest(Node& node, uint8_t port);
     // What the stream classes may use of a port with queues, in bytes per second; 0: all that there is.
     void Reserve(Node& node, uint8_t port, uint64_t bytesPerSecond);
     // Bits per second; 0: frames take no time.
     uint64_t RateOf(const Node& node, uint8_t port) const;
-
-    // Frames that cables have lost so far, and those that found no room in a queue.
-    uint64_t LostFrames() const { return lostFrames; }
-    uint64_t CrowdedOut() const { return crowdedOut; }
 
     // Sees every frame as its first bit leaves, and says whether it is carried; without one all are.
     std::function<bool(const Node& from, uint8_t port, std::span<const uint8_t> frame)> filter;
@@ -109,8 +108,6 @@ private:
     void MakeQueues(const std::shared_ptr<Cable>& cable);
 
     std::vector<Node*> nodes;
-    uint64_t lostFrames = 0;
-    uint64_t crowdedOut = 0;
 };
 
 }  // namespace norvad::network

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 namespace norvad::network {
 
@@ -22,6 +23,41 @@ ChartLine ErrorLine(const Scenario& scenario, const std::vector<Sample>& samples
         if (follows) line.pieces.back().emplace_back(Seconds(sample), static_cast<double>(time.errorNs));
     }
     return line;
+}
+
+// There is a gap where no frame came for longer than the slowest stream pauses.
+ChartLine SeenLine(const std::string& name, const std::vector<Sample>& samples, size_t route) {
+    constexpr double longestPause = 2;
+    ChartLine line{name, {}};
+    for (const Sample& sample : samples) {
+        if (sample.latencies[route].mostNs == 0) continue;
+        const bool isGap = line.pieces.empty() || Seconds(sample) - line.pieces.back().back().first > longestPause;
+        if (isGap) line.pieces.emplace_back();
+        line.pieces.back().emplace_back(Seconds(sample), static_cast<double>(sample.latencies[route].mostNs));
+    }
+    return line;
+}
+
+ChartLine PromisedLine(const std::vector<Sample>& samples, size_t route) {
+    ChartLine line{"", {}, true};
+    bool isPromised = false;
+    for (const Sample& sample : samples) {
+        const uint64_t ns = sample.latencies[route].promisedNs;
+        if (ns > 0 && !isPromised) line.pieces.emplace_back();
+        isPromised = ns > 0;
+        if (isPromised) line.pieces.back().emplace_back(Seconds(sample), static_cast<double>(ns));
+    }
+    return line;
+}
+
+// The largest part of its promise that a route has used.
+double MostUsed(const std::vector<Sample>& samples, size_t route) {
+    double most = 0;
+    for (const Sample& sample : samples) {
+        const auto& [mostNs, promisedNs] = sample.latencies[route];
+        if (promisedNs > 0) most = std::max(most, static_cast<double>(mostNs) / static_cast<double>(promisedNs));
+    }
+    return most;
 }
 
 }  // namespace
@@ -72,7 +108,7 @@ Chart StreamChart(const Scene& scene, const std::vector<Sample>& samples) {
     return chart;
 }
 
-Chart LatencyChart(const Scene& scene) {
+Chart StreamLatencyChart(const Scene& scene) {
     Chart chart{"Largest latency of each stream", "stream", "latency", {}, true};
     ChartLine seen{"seen", {{}}}, promised{"promised by MSRP", {{}}, true};
     double place = 0;
@@ -82,6 +118,37 @@ Chart LatencyChart(const Scene& scene) {
         promised.pieces[0].emplace_back(place, static_cast<double>(scene.PromisedLatencyNs(each).value_or(0)));
     }
     chart.lines = {seen, promised};
+    return chart;
+}
+
+Chart LatencyChart(const Scenario& scenario, const Scene& scene, const std::vector<Sample>& samples) {
+    constexpr size_t mostRoutes = 4;
+    Chart chart{"Largest latency, and what MSRP promised (dashed)", "seconds", "latency", {}, true};
+    std::vector<std::pair<double, size_t>> routes;  // by how much is left of the promise, then by place
+    for (size_t route = 0; route < scene.Routes().size(); ++route)
+        routes.emplace_back(-MostUsed(samples, route), route);
+    std::sort(routes.begin(), routes.end());
+    routes.resize(std::min(routes.size(), mostRoutes));
+    for (const auto& [left, route] : routes) {
+        const auto& [talker, listener] = scene.Routes()[route];
+        const std::string name = scenario.stations[talker].name + " to " + scenario.stations[listener].name;
+        chart.lines.push_back(SeenLine(name, samples, route));
+        chart.lines.push_back(PromisedLine(samples, route));
+    }
+    return chart;
+}
+
+Chart QueueChart(const std::vector<Sample>& samples) {
+    Chart chart{"Most frames waiting in one queue", "seconds", "frames", {}};
+    for (size_t each = 0; each < trafficClassCount; ++each) {
+        ChartLine line{trafficClassNames[each], {{}}};
+        uint32_t most = 0;
+        for (const Sample& sample : samples) {
+            most = std::max(most, sample.waiting[each]);
+            line.pieces[0].emplace_back(Seconds(sample), static_cast<double>(sample.waiting[each]));
+        }
+        if (most > 0) chart.lines.push_back(std::move(line));
+    }
     return chart;
 }
 

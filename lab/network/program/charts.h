@@ -14,9 +14,14 @@ namespace norvad::network {
 Chart TimeChart(const Scenario& scenario, const std::vector<Sample>& samples);
 // The same by the place of the bridge, in the second half of the run: the median, and between what 95 % of all lie.
 Chart HopChart(const Scenario& scenario, const std::vector<Sample>& samples);
-// Streams reserved end to end, and stream frames lost, over the run.
+// Streams reserved end to end, over the run.
 Chart StreamChart(const Scene& scene, const std::vector<Sample>& samples);
 // The largest latency of each stream at each listener, beside the one that was promised.
-Chart LatencyChart(const Scene& scene);
+Chart StreamLatencyChart(const Scene& scene);
+// The largest latency over the run beside the one that was promised, on the few routes that use most of their promise.
+Chart LatencyChart(const Scenario& scenario, const Scene& scene, const std::vector<Sample>& samples);
+// The most frames that waited in one queue of a bridge, over the run, for each class of which any waited; no lines
+// where none did.
+Chart QueueChart(const std::vector<Sample>& samples);
 
 }  // namespace norvad::network

@@ -11,10 +11,21 @@ void Recorder::Look() {
     for (size_t bridge = 0; bridge < scene.Bridges(); ++bridge) sample.bridges.push_back(TimeOf(bridge));
     for (const Subscription& each : scene.Subscriptions()) sample.reserved += scene.IsReserved(each);
     sample.lostStreamFrames = scene.LostStreamFrames();
-    sample.mostWaiting = scene.MostWaiting();
-    sample.crowdedOut = scene.CrowdedOut();
-    sample.lostOnCables = scene.LostOnCables();
+    sample.lost = scene.LostFrames();
+    sample.waiting = scene.TakeDeepest();
+    sample.latencies = Latencies();
     samples.push_back(std::move(sample));
+}
+
+std::vector<Sample::Latency> Recorder::Latencies() {
+    std::vector<Sample::Latency> latencies(scene.Routes().size());
+    for (const Subscription& each : scene.Subscriptions()) {
+        auto& [mostNs, promisedNs] = latencies[each.route];
+        mostNs = std::max(mostNs, scene.TakeMostLatencyNs(each));
+        const uint64_t ns = scene.PromisedLatencyNs(each).value_or(0);
+        if (promisedNs == 0 || (ns > 0 && ns < promisedNs)) promisedNs = ns;
+    }
+    return latencies;
 }
 
 Sample::BridgeTime Recorder::TimeOf(size_t bridge) {

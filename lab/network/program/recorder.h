@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -15,13 +16,20 @@ struct Sample {
         int64_t errorNs = 0;                  // ahead of it
     };
 
+    struct Latency {
+        uint64_t mostNs = 0;
+        uint64_t promisedNs = 0;
+    };
+
     uint64_t ns = 0;  // since the beginning
     std::vector<BridgeTime> bridges;
     uint32_t reserved = 0;          // subscriptions
     uint64_t lostStreamFrames = 0;  // of all subscriptions, so far
-    size_t mostWaiting = 0;         // frames at one port of a bridge
-    uint64_t crowdedOut = 0;        // of queues that were full, so far
-    uint64_t lostOnCables = 0;      // so far
+    Losses lost;                    // of all frames, so far
+    // Since the look before: the most that waited in a queue of a bridge, and the largest latency on each route, beside
+    // the least that MSRP promises now to a stream on it; 0 where no frame came, or nothing is promised.
+    std::array<uint32_t, trafficClassCount> waiting{};
+    std::vector<Latency> latencies;
 };
 
 // Looks at a scene at even intervals.
@@ -38,6 +46,7 @@ public:
     static uint64_t IntervalNs(uint64_t durationNs, size_t bridges, size_t subscriptions);
 
 private:
+    std::vector<Sample::Latency> Latencies();
     Sample::BridgeTime TimeOf(size_t bridge);
 
     Scene& scene;

@@ -80,14 +80,19 @@ void WriteFiles(const std::filesystem::path& directory, const std::string& summa
     WriteFile(directory / "time.csv", TimeTable(scenario, samples));
     WriteFile(directory / "traffic.csv", TrafficTable(scene, samples));
     WriteFile(directory / "streams.csv", StreamTable(scenario, scene));
+    WriteFile(directory / "latency.csv", LatencyTable(scenario, scene, samples));
+    WriteFile(directory / "queues.csv", QueueTable(samples));
+    WriteFile(directory / "ports.csv", PortTable(scenario, scene));
     WriteFile(directory / "events.csv", EventTable(scenario));
 
     std::vector<std::pair<std::string, Chart>> charts{{"time.svg", TimeChart(scenario, samples)},
                                                       {"hops.svg", HopChart(scenario, samples)}};
     if (!scene.Subscriptions().empty()) {
         charts.emplace_back("streams.svg", StreamChart(scene, samples));
-        charts.emplace_back("latency.svg", LatencyChart(scene));
+        charts.emplace_back("latency.svg", LatencyChart(scenario, scene, samples));
+        charts.emplace_back("latency_by_stream.svg", StreamLatencyChart(scene));
     }
+    if (const Chart queues = QueueChart(samples); !queues.lines.empty()) charts.emplace_back("queues.svg", queues);
     std::vector<std::string> pictures{TopologySvg(scenario)};
     WriteFile(directory / "topology.svg", pictures.front());
     for (const auto& [name, chart] : charts) {

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "lab/common/errors.h"
-#include "lab/network/egress_port.h"
 #include "lab/network/program/stream_names.h"
 #include "lab/network/spanning_tree.h"
 
@@ -108,9 +107,11 @@ void Scene::Subscribe() {
             listeners.push_back(other);
         }
         firstMeters.push_back(meters.size());
+        const size_t firstRoute = routes.size();
+        for (const size_t listener : listeners) routes.push_back({talker, listener});
         for (uint16_t number = 0; number < scenario.stations[talker].streams; ++number) {
             for (size_t place = 0; place < listeners.size(); ++place) {
-                subscriptions.push_back({talker, listeners[place], number, meters.size(), place});
+                subscriptions.push_back({talker, listeners[place], number, meters.size(), firstRoute + place, place});
             }
             meters.emplace_back(listeners.size());
         }
@@ -186,6 +187,10 @@ const StreamMeter::Arrivals& Scene::ArrivalsOf(const Subscription& subscription)
     return meters[subscription.meter].Of(subscription.place);
 }
 
+uint64_t Scene::TakeMostLatencyNs(const Subscription& subscription) {
+    return meters[subscription.meter].TakeMostLatencyNs(subscription.place);
+}
+
 uint64_t Scene::LostStreamFrames() {
     uint64_t lost = 0;
     for (StreamMeter& meter : meters) lost += meter.Lost();
@@ -251,14 +256,33 @@ void Scene::Watch(const std::string& bridgeAndPort, FrameWatcher watcher) {
     throw lab::StartError("no link is at " + bridgeAndPort);
 }
 
-size_t Scene::MostWaiting() const {
-    size_t most = 0;
-    for (const BridgeNode& bridge : bridges) {
-        for (uint8_t port = 0; port < portCount; ++port) {
-            if (const EgressPort* egress = network.EgressOf(bridge, port)) most = std::max(most, egress->Waiting());
+std::array<uint32_t, trafficClassCount> Scene::TakeDeepest() {
+    std::array<uint32_t, trafficClassCount> most{};
+    for (size_t bridge = 0; bridge < bridges.size(); ++bridge) {
+        for (uint8_t port = 0; port < scenario.bridges[bridge].ports; ++port) {
+            const auto deepest = Network::TakeDeepest(bridges[bridge], port);
+            for (size_t each = 0; each < trafficClassCount; ++each) most[each] = std::max(most[each], deepest[each]);
         }
     }
     return most;
+}
+
+const PortTally& Scene::TallyOf(const End& end) const {
+    if (end.isStation) return Network::TallyOf(stations[end.index], end.port);
+    return Network::TallyOf(bridges[end.index], end.port);
+}
+
+Losses Scene::LostFrames() const {
+    Losses losses;
+    for (const LinkPlan& link : scenario.links) {
+        for (const End& end : {link.a, link.b}) {
+            const PortTally& tally = TallyOf(end);
+            losses.atFullQueues += tally.CrowdedOut();
+            losses.onCables += tally.lostOnCable;
+            losses.cutOff += tally.cutOff;
+        }
+    }
+    return losses;
 }
 
 void Scene::Happen(const EventPlan& event) {

@@ -24,7 +24,20 @@ struct Subscription {
     size_t talker, listener;  // stations
     uint16_t number;          // of the talker's streams
     size_t meter;             // of the stream
+    size_t route;             // the place of both in the list of these
     size_t place;             // of the listener in the meter
+};
+
+// From a station to another that listens to it.
+struct Route {
+    size_t talker, listener;
+};
+
+// Frames that were lost so far, whatever they were.
+struct Losses {
+    uint64_t atFullQueues = 0;
+    uint64_t onCables = 0;  // by chance
+    uint64_t cutOff = 0;    // waited or were under way as their cable was pulled out
 };
 
 // The network of a scenario, alive: its bridges, stations and links, and what happens to them.
@@ -54,6 +67,7 @@ public:
     int64_t AheadNs(size_t bridge, size_t other) { return bridges[bridge].AheadNs(bridges[other]); }
 
     const std::vector<Subscription>& Subscriptions() const { return subscriptions; }
+    const std::vector<Route>& Routes() const { return routes; }
     // The stream is reserved from its talker to this listener.
     bool IsReserved(const Subscription& subscription);
     // What the listener was promised; nothing where it knows no talker.
@@ -62,9 +76,14 @@ public:
     uint64_t SentFrames(const Subscription& subscription) const { return meters[subscription.meter].SentFrames(); }
 
     uint64_t LostStreamFrames();  // of all subscriptions, so far
-    size_t MostWaiting() const;   // frames at the port of a bridge where most wait now
-    uint64_t CrowdedOut() const { return network.CrowdedOut(); }
-    uint64_t LostOnCables() const { return network.LostFrames(); }
+    // The largest latency of a stream's frames that came since this was asked last; 0: none came.
+    uint64_t TakeMostLatencyNs(const Subscription& subscription);
+
+    // The most frames of each class that waited in one queue at once, at any port of a bridge, since this was asked
+    // last.
+    std::array<uint32_t, trafficClassCount> TakeDeepest();
+    const PortTally& TallyOf(const End& end) const;
+    Losses LostFrames() const;
 
 private:
     struct Heard {
@@ -117,6 +136,7 @@ private:
     std::vector<size_t> firstMeters;        // of the stations
     std::vector<std::vector<Heard>> heard;  // by station
     std::vector<Subscription> subscriptions;
+    std::vector<Route> routes;
 };
 
 }  // namespace norvad::network

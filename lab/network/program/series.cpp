@@ -12,6 +12,16 @@ std::string Seconds(uint64_t ns) {
     return fmt::format("{}.{:03}", ns / lab::nsPerSecond, ns % lab::nsPerSecond / lab::nsPerMs);
 }
 
+std::string NumberOrNothing(uint64_t number) {
+    return number > 0 ? std::to_string(number) : "";
+}
+
+// "b1.0", or "stage".
+std::string EndName(const Scenario& scenario, const End& end) {
+    if (end.isStation) return scenario.stations[end.index].name;
+    return fmt::format("{}.{}", scenario.bridges[end.index].name, end.port);
+}
+
 }  // namespace
 
 std::string TimeTable(const Scenario& scenario, const std::vector<Sample>& samples) {
@@ -27,10 +37,11 @@ std::string TimeTable(const Scenario& scenario, const std::vector<Sample>& sampl
 }
 
 std::string TrafficTable(const Scene& scene, const std::vector<Sample>& samples) {
-    std::string text = "seconds,reserved,wanted,stream frames lost,frames waiting,lost at full queues,lost on cables\n";
+    std::string text = "seconds,reserved,wanted,stream frames lost,lost at full queues,lost on cables,cut off\n";
     for (const Sample& sample : samples) {
-        text += fmt::format("{},{},{},{},{},{},{}\n", Seconds(sample.ns), sample.reserved, scene.Subscriptions().size(),
-                            sample.lostStreamFrames, sample.mostWaiting, sample.crowdedOut, sample.lostOnCables);
+        text +=
+            fmt::format("{},{},{},{},{},{},{}\n", Seconds(sample.ns), sample.reserved, scene.Subscriptions().size(),
+                        sample.lostStreamFrames, sample.lost.atFullQueues, sample.lost.onCables, sample.lost.cutOff);
     }
     return text;
 }
@@ -44,6 +55,51 @@ std::string StreamTable(const Scenario& scenario, const Scene& scene) {
                             scenario.stations[each.listener].name, scene.SentFrames(each), arrivals.received,
                             arrivals.received == 0 ? 0 : arrivals.leastLatencyNs, arrivals.MeanLatencyNs(),
                             arrivals.mostLatencyNs, scene.PromisedLatencyNs(each).value_or(0));
+    }
+    return text;
+}
+
+std::string LatencyTable(const Scenario& scenario, const Scene& scene, const std::vector<Sample>& samples) {
+    std::string text = "seconds,talker,listener,most latency,promised latency\n";
+    for (const Sample& sample : samples) {
+        for (size_t route = 0; route < sample.latencies.size(); ++route) {
+            const auto& [talker, listener] = scene.Routes()[route];
+            const auto& [mostNs, promisedNs] = sample.latencies[route];
+            text += fmt::format("{},{},{},{},{}\n", Seconds(sample.ns), scenario.stations[talker].name,
+                                scenario.stations[listener].name, NumberOrNothing(mostNs), NumberOrNothing(promisedNs));
+        }
+    }
+    return text;
+}
+
+std::string QueueTable(const std::vector<Sample>& samples) {
+    std::string text = "seconds";
+    for (const char* name : trafficClassNames) text += fmt::format(",{}", name);
+    text += '\n';
+    for (const Sample& sample : samples) {
+        text += Seconds(sample.ns);
+        for (const uint32_t frames : sample.waiting) text += fmt::format(",{}", frames);
+        text += '\n';
+    }
+    return text;
+}
+
+std::string PortTable(const Scenario& scenario, const Scene& scene) {
+    std::string text = "port,to,sent,lost on cable,cut off";
+    for (const char* name : trafficClassNames) text += fmt::format(",{} lost at full queue", name);
+    for (const char* name : trafficClassNames) text += fmt::format(",{} most waiting", name);
+    text += '\n';
+    const auto add = [&](const End& end, const End& other) {
+        const PortTally& tally = scene.TallyOf(end);
+        text += fmt::format("{},{},{},{},{}", EndName(scenario, end), EndName(scenario, other), tally.sent,
+                            tally.lostOnCable, tally.cutOff);
+        for (const auto& queue : tally.queues) text += fmt::format(",{}", queue.lost);
+        for (const auto& queue : tally.queues) text += fmt::format(",{}", queue.deepest);
+        text += '\n';
+    };
+    for (const LinkPlan& link : scenario.links) {
+        add(link.a, link.b);
+        add(link.b, link.a);
     }
     return text;
 }

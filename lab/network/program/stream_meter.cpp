@@ -17,6 +17,7 @@ void StreamMeter::Received(size_t index, uint32_t counter, uint64_t ns) {
     listener.told.latencySumNs += latencyNs;
     listener.told.leastLatencyNs = std::min(listener.told.leastLatencyNs, latencyNs);
     listener.told.mostLatencyNs = std::max(listener.told.mostLatencyNs, latencyNs);
+    listener.mostLatelyNs = std::max(listener.mostLatelyNs, latencyNs);
     if (listener.isAway || (listener.next && counter < *listener.next)) return;  // a late one was lost before
     if (listener.next) listener.lost += counter - *listener.next;
     listener.next = uint64_t{counter} + 1;
@@ -29,6 +30,10 @@ void StreamMeter::Leave(size_t listener) {
 
 void StreamMeter::Come(size_t listener) {
     arrivals[listener].isAway = false;
+}
+
+uint64_t StreamMeter::TakeMostLatencyNs(size_t listener) {
+    return std::exchange(arrivals[listener].mostLatelyNs, 0);
 }
 
 uint64_t StreamMeter::Lost() {

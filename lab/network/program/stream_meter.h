@@ -33,12 +33,16 @@ public:
     // last. Ask at intervals that are longer than a frame is under way.
     uint64_t Lost();
 
+    // The largest latency that was seen since this was asked last; 0 when nothing came.
+    uint64_t TakeMostLatencyNs(size_t listener);
+
     uint64_t SentFrames() const { return sent; }
     const Arrivals& Of(size_t listener) const { return arrivals[listener].told; }
 
 private:
     struct Listener {
         Arrivals told;
+        uint64_t mostLatelyNs = 0;  // of latencies since somebody asked
         bool isAway = false;
         std::optional<uint64_t> next;  // the frame that should come next; nothing: none is waited for
         uint64_t lost = 0;

@@ -28,10 +28,10 @@ struct Axis {
         most = std::max(most, value);
     }
 
-    // Whole steps of 1, 2 or 5 times a power of ten, six at most.
+    // Steps of 1, 2 or 5 times a power of ten, six at most, and whole ones where there is room for two.
     void Round() {
         constexpr double steps = 6;
-        if (most <= least) most = least + 1;
+        if (most <= least) most = least + 2;
         double power = 1;
         while (power * 10 <= most - least) power *= 10;
         while (power > most - least) power /= 10;
@@ -39,6 +39,7 @@ struct Axis {
             step = factor * power;
             if ((most - least) / step <= steps) break;
         }
+        if (most - least >= 2) step = std::max(step, 1.0);
         least = std::floor(least / step) * step;
         most = std::ceil(most / step) * step;
     }
@@ -153,6 +154,12 @@ private:
                      fmt::format("{} of {} points outside, up to {}", outside, points, YText(farthest)));
     }
 
+    const char* ColourOf(size_t line) const {
+        size_t colour = 0;
+        for (size_t n = 1; n <= line; ++n) colour += !(chart.lines[n].isDashed && chart.lines[n].name.empty());
+        return colours[colour % colours.size()];
+    }
+
     std::string Lines() const {
         std::string text;
         for (size_t n = 0; n < chart.lines.size(); ++n) {
@@ -164,7 +171,7 @@ private:
                     command = 'L';
                 }
             }
-            text += fmt::format("<path d=\"{}\" fill=\"none\" stroke=\"{}\"{}/>\n", path, colours[n % colours.size()],
+            text += fmt::format("<path d=\"{}\" fill=\"none\" stroke=\"{}\"{}/>\n", path, ColourOf(n),
                                 chart.lines[n].isDashed ? " stroke-dasharray=\"6 4\"" : "");
         }
         return text;
@@ -175,7 +182,7 @@ private:
         double atY = top + 14;
         for (size_t n = 0; n < chart.lines.size(); ++n) {
             if (chart.lines[n].name.empty()) continue;
-            text += fmt::format("<g fill=\"{}\">{}</g>\n", colours[n % colours.size()],
+            text += fmt::format("<g fill=\"{}\">{}</g>\n", ColourOf(n),
                                 Label(width - right + 8, atY, "start", chart.lines[n].name));
             atY += 15;
         }

@@ -7,7 +7,8 @@
 namespace norvad::network {
 
 struct ChartLine {
-    std::string name;                                            // empty: not in the legend
+    // Empty: it is not in the legend, and if it is dashed it has the colour of the line before, to which it belongs.
+    std::string name;
     std::vector<std::vector<std::pair<double, double>>> pieces;  // x and y; there is a gap between two pieces
     bool isDashed = false;
 };

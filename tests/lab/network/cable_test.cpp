@@ -75,8 +75,10 @@ TEST_F(TwoPosts, LoseAsManyFramesAsTheCableLoses) {
     Connect(settings);
 
     SendAndWait(left, 2'000);
-    EXPECT_NEAR(static_cast<double>(network.LostFrames()), 200, 60);
-    EXPECT_EQ(right.arrived.size() + network.LostFrames(), 2'000u);
+    const network::PortTally& tally = network::Network::TallyOf(left, 0);
+    EXPECT_NEAR(static_cast<double>(tally.lostOnCable), 200, 60);
+    EXPECT_EQ(right.arrived.size() + tally.lostOnCable, 2'000u);
+    EXPECT_EQ(tally.sent, 2'000u);
     SendAndWait(right, 2'000);
     EXPECT_EQ(left.arrived.size(), 2'000u);
 }
@@ -126,6 +128,8 @@ TEST_F(TwoPosts, LoseWhatWaitsInAPortThatIsUnplugged) {
 
     EXPECT_THAT(right.arrived, SizeIs(0));
     EXPECT_THAT(left.leftNs, SizeIs(1));
+    EXPECT_EQ(network::Network::TallyOf(left, 0).cutOff, 3u);  // one was under way
+    EXPECT_EQ(network::Network::TallyOf(right, 0).cutOff, 0u);
 }
 
 TEST_F(TwoPosts, CrowdFramesOutOfAFullQueue) {
@@ -136,7 +140,25 @@ TEST_F(TwoPosts, CrowdFramesOutOfAFullQueue) {
 
     for (int n = 0; n < 5; ++n) network.Send(left, 0, network::Bytes(996));
 
-    EXPECT_EQ(network.CrowdedOut(), 2u);
+    EXPECT_EQ(network::Network::TallyOf(left, 0).CrowdedOut(), 2u);
+}
+
+TEST_F(TwoPosts, TellHowManyFramesHaveWaitedSinceTheyWereAsked) {
+    using network::Network;
+    CableSettings settings;
+    settings.bitsPerSecond = 100'000'000;
+    Connect(settings);
+    constexpr size_t bestEffort = 3;
+
+    SendAndWait(left, 1);
+    EXPECT_EQ(Network::TakeDeepest(left, 0)[bestEffort], 1u);
+    EXPECT_EQ(Network::TakeDeepest(left, 0)[bestEffort], 0u);
+    for (int n = 0; n < 5; ++n) network.Send(left, 0, network::Bytes(996));
+    EXPECT_EQ(Network::TakeDeepest(left, 0)[bestEffort], 4u);
+    EXPECT_EQ(Network::TakeDeepest(left, 0)[bestEffort], 4u);  // they wait still
+    network.Disconnect(left, 0);
+    EXPECT_EQ(Network::TakeDeepest(left, 0)[bestEffort], 4u);
+    EXPECT_EQ(Network::TakeDeepest(left, 0)[bestEffort], 0u);
 }
 
 }  // namespace

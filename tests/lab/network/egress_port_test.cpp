@@ -15,6 +15,8 @@ namespace {
 
 using network::EgressPort;
 using network::Engine;
+using network::PortTally;
+using network::TrafficClass;
 using testing::ElementsAre;
 using testing::Pair;
 
@@ -33,10 +35,11 @@ protected:
     explicit AFastPort(size_t queueFrames = 64)
         : port(std::make_shared<EgressPort>(
               engine, EgressPort::Settings{fast, queueFrames},
-              [this](std::span<const uint8_t> frame, uint64_t) { began.emplace_back(frame.size(), engine.NowNs()); })) {
-    }
+              [this](std::span<const uint8_t> frame, uint64_t) { began.emplace_back(frame.size(), engine.NowNs()); },
+              tally)) {}
 
     Engine engine{0};
+    PortTally tally;
     std::vector<std::pair<size_t, uint64_t>> began;  // length and instant
     std::shared_ptr<EgressPort> port;
 };
@@ -148,10 +151,31 @@ TEST_F(ACrowdedPort, LosesWhatFindsNoRoomInItsQueue) {
     engine.RunUntil(1'000 * us);
 
     EXPECT_EQ(began.size(), 4u);
-    const auto& queue = port->Queues()[EgressPort::QueueOf(Tagged(0, 100))];
-    EXPECT_EQ(queue.lost, 1u);
-    EXPECT_EQ(queue.sent, 3u);
-    EXPECT_EQ(queue.deepest, 2u);
+    EXPECT_EQ(tally.Of(TrafficClass::BEST_EFFORT).lost, 1u);
+    EXPECT_EQ(tally.Of(TrafficClass::BEST_EFFORT).deepest, 2u);
+    EXPECT_EQ(tally.CrowdedOut(), 1u);
+}
+
+// Of 16 frames the first is under way at once.
+TEST_F(AFastPort, CountsWhatWaitsByClass) {
+    port->Send(Tagged(0, 996));
+    const std::vector<uint8_t> priorities{0, 1, 1, 2, 2, 2, 3, 3, 3, 3, 7, 7, 7, 7, 7};
+    for (const uint8_t priority : priorities) port->Send(Tagged(priority, 100));
+
+    EXPECT_EQ(tally.Of(TrafficClass::STREAMS_A).deepest, 4u);
+    EXPECT_EQ(tally.Of(TrafficClass::STREAMS_B).deepest, 3u);
+    EXPECT_EQ(tally.Of(TrafficClass::CONTROL).deepest, 5u);
+    EXPECT_EQ(tally.Of(TrafficClass::BEST_EFFORT).deepest, 2u);  // in the fullest of its queues
+}
+
+TEST_F(AFastPort, CountsWhatStillWaitsAgain) {
+    for (int n = 0; n < 4; ++n) port->Send(Tagged(3, 996));
+    engine.RunUntil(100 * us);
+    tally.Of(TrafficClass::STREAMS_A).deepestLately = 0;
+    port->CountDepths();
+
+    EXPECT_EQ(tally.Of(TrafficClass::STREAMS_A).deepestLately, 2u);
+    EXPECT_EQ(tally.Of(TrafficClass::STREAMS_A).deepest, 3u);
 }
 
 }  // namespace

@@ -49,7 +49,8 @@ public:
 
     std::string Tables() const {
         return TimeTable(scenario, recorder.Samples()) + TrafficTable(scene, recorder.Samples()) +
-               StreamTable(scenario, scene) + EventTable(scenario);
+               StreamTable(scenario, scene) + LatencyTable(scenario, scene, recorder.Samples()) +
+               QueueTable(recorder.Samples()) + PortTable(scenario, scene) + EventTable(scenario);
     }
     const Sample& At(uint64_t ns) const { return recorder.Samples().at(ns / (second / 10)); }
     std::vector<Verdict> Verdicts() const { return Judge(scenario, scene, recorder.Samples()); }
@@ -108,6 +109,66 @@ TEST(AScene, LetsATalkerLeaveAndComeAgain) {
     EXPECT_EQ(played.At(85 * second / 10).reserved, 0u);
     EXPECT_EQ(played.At(12 * second).reserved, 2u);
     EXPECT_EQ(played.At(12 * second).lostStreamFrames, 0u);
+}
+
+// A frame of 100 bytes and its tag takes 12 us on each of three cables; a class A stream is promised what frames before
+// it may take. Both talkers have one listener, and the first another one.
+TEST(AScene, TellsOfLatenciesByRoute) {
+    const Played played(R"(
+title: routes
+duration: 6s
+bridges:
+  - {row: 2, ports: 5, link: {rate: 100M}}
+stations:
+  - {name: near, at: b2, talk: 2, link: {rate: 100M}}
+  - {name: far, at: b1, talk: 2, link: {rate: 100M}}
+  - {name: hall, at: b2, listen: [near, far], link: {rate: 100M}}
+  - {name: lobby, at: b2, listen: far, link: {rate: 100M}}
+)");
+    const auto& routes = played.scene.Routes();
+    ASSERT_EQ(routes.size(), 3u);
+    EXPECT_EQ(std::make_pair(routes[0].talker, routes[0].listener), std::make_pair(size_t{0}, size_t{2}));
+    EXPECT_EQ(std::make_pair(routes[2].talker, routes[2].listener), std::make_pair(size_t{1}, size_t{3}));
+
+    const auto& latencies = played.At(5 * second).latencies;
+    ASSERT_EQ(latencies.size(), 3u);
+    EXPECT_GT(latencies[0].mostNs, 20'000u);
+    EXPECT_LT(latencies[0].mostNs, latencies[1].mostNs);
+    EXPECT_EQ(latencies[1].mostNs, latencies[2].mostNs);
+    EXPECT_GT(latencies[0].promisedNs, latencies[0].mostNs);
+    EXPECT_GT(latencies[1].promisedNs, latencies[0].promisedNs);
+    EXPECT_EQ(played.At(0).latencies[0].promisedNs, 0u);
+}
+
+TEST(AScene, TellsWhereFramesWereLost) {
+    const Played played(R"(
+title: losses
+duration: 6s
+bridges:
+  - {row: 2, ports: 3, link: {rate: 1M, queue: 3, delay: 1ms}}
+stations:
+  - {name: stage, at: b1, vlan frames: 20, rate: 2000}
+  - {name: hall, at: b2, vlans: 20, link: {loss: 50%}}
+events:
+  - {at: 5s, cut: b1-b2}
+)");
+    const PortTally& narrow = played.scene.TallyOf({false, 0, 1});
+    const PortTally& lossy = played.scene.TallyOf({false, 1, 1});
+
+    EXPECT_GT(narrow.queues[3].lost, 100u);
+    EXPECT_EQ(narrow.queues[3].deepest, 3u);
+    EXPECT_GE(narrow.cutOff, 1u + 3u);
+    EXPECT_EQ(narrow.lostOnCable, 0u);
+    EXPECT_GT(lossy.lostOnCable, 100u);
+    EXPECT_EQ(played.At(4 * second).waiting[3], 3u);
+    const Losses& lost = played.At(6 * second).lost;
+    EXPECT_EQ(lost.atFullQueues, narrow.CrowdedOut());
+    EXPECT_EQ(lost.onCables, lossy.lostOnCable + played.scene.TallyOf({true, 1, 0}).lostOnCable);
+    EXPECT_EQ(lost.cutOff, narrow.cutOff + played.scene.TallyOf({false, 1, 0}).cutOff);
+    EXPECT_THAT(
+        PortTable(played.scenario, played.scene),
+        testing::HasSubstr("\nb1.1,b2.0," + std::to_string(narrow.sent) + ",0," + std::to_string(narrow.cutOff) +
+                           ",0,0,0," + std::to_string(narrow.CrowdedOut()) + ",0,0,"));
 }
 
 TEST(AScene, ChangesAPriority) {

@@ -23,6 +23,20 @@ TEST(AStreamMeter, KnowsHowLateFramesAre) {
     EXPECT_EQ(meter.Of(1).mostLatencyNs, 900u);
 }
 
+TEST(AStreamMeter, KnowsTheLargestLatencySinceItWasAsked) {
+    StreamMeter meter(2);
+    for (uint32_t n = 0; n < 3; ++n) meter.Sent(n, 1'000 * n);
+    meter.Received(0, 0, 700);
+    meter.Received(0, 1, 1'300);
+
+    EXPECT_EQ(meter.TakeMostLatencyNs(0), 700u);
+    EXPECT_EQ(meter.TakeMostLatencyNs(0), 0u);
+    EXPECT_EQ(meter.TakeMostLatencyNs(1), 0u);
+    meter.Received(0, 2, 2'200);
+    EXPECT_EQ(meter.TakeMostLatencyNs(0), 200u);
+    EXPECT_EQ(meter.Of(0).mostLatencyNs, 700u);
+}
+
 TEST(AStreamMeter, MissesFramesThatLaterOnesHaveOvertaken) {
     StreamMeter meter(1);
     for (uint32_t n = 0; n < 5; ++n) meter.Sent(n, n);

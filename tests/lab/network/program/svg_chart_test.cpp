@@ -69,6 +69,26 @@ TEST(AChart, ShowsAllWhereMostPointsAreZero) {
     EXPECT_THAT(SvgText(chart), AllOf(HasSubstr(">5 us</text>"), Not(HasSubstr("outside"))));
 }
 
+TEST(AChart, CountsInWholeSteps) {
+    const std::string svg = SvgText({"", "", "", {{"", {{{1, 0}, {2, 0}}}}}, true});
+
+    EXPECT_THAT(svg, AllOf(HasSubstr(">1 ns</text>"), HasSubstr(">2 ns</text>"), HasSubstr(">1</text>")));
+    EXPECT_THAT(svg, Not(HasSubstr(">0.5</text>")));
+}
+
+TEST(AChart, DrawsWhatBelongsToALineInItsColour) {
+    const ChartLine line{"", {{{0, 0}, {1, 1}}}}, limit{"", {{{0, 2}, {1, 2}}}, true};
+    const std::string svg = SvgText({"", "", "", {line, limit, line}});
+
+    const auto count = [&](const std::string& colour) {
+        size_t found = 0;
+        for (size_t at = svg.find(colour); at != std::string::npos; at = svg.find(colour, at + 1)) ++found;
+        return found;
+    };
+    EXPECT_EQ(count("stroke=\"#1f77b4\""), 2u);
+    EXPECT_EQ(count("stroke=\"#d62728\""), 1u);
+}
+
 TEST(APage, HoldsSummaryAndPictures) {
     const std::string page = PageText("a < b", "1 > 0\n", {"<svg/>\n"});
 
