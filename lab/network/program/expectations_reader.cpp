@@ -51,9 +51,14 @@ void ReadStaysReserved(const FileValue& value, FileMap&, const Names&, Expectati
     expectation.wanted = StaysReserved{};
 }
 
+constexpr int64_t mostLost = 1'000'000'000;
+
 void ReadLost(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {
-    constexpr int64_t most = 1'000'000'000;
-    expectation.wanted = FramesLost{static_cast<uint64_t>(value.Number(0, most))};
+    expectation.wanted = FramesLost{0, static_cast<uint64_t>(value.Number(0, mostLost))};
+}
+
+void ReadLostAtLeast(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {
+    expectation.wanted = FramesLost{static_cast<uint64_t>(value.Number(1, mostLost)), noEnd};
 }
 
 void ReadLatency(const FileValue& value, FileMap&, const Names&, Expectation& expectation) {
@@ -73,6 +78,7 @@ constexpr WantedName wantedNames[] = {
     {"reserved within", ReadReservedWithin},
     {"stays reserved", ReadStaysReserved},
     {"frames lost", ReadLost},
+    {"frames lost at least", ReadLostAtLeast},
     {"latency", ReadLatency},
 };
 

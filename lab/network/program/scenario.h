@@ -104,7 +104,7 @@ struct ReservedWithin {
 };
 struct StaysReserved {};
 struct FramesLost {
-    uint64_t most;
+    uint64_t least, most;
 };
 struct LatencyLimit {
     std::optional<uint64_t> mostNs;  // none: what MSRP promised

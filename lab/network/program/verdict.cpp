@@ -106,7 +106,7 @@ public:
 
     Seen operator()(const FramesLost& wanted) const {
         const uint64_t lost = window.back()->lostStreamFrames - (before == nullptr ? 0 : before->lostStreamFrames);
-        return {lost <= wanted.most, fmt::format("{} frames", lost)};
+        return {lost >= wanted.least && lost <= wanted.most, fmt::format("{} frames", lost)};
     }
 
     Seen operator()(const LatencyLimit& limit) const {

@@ -65,6 +65,7 @@ expect:
   - {reserved within: 5s, from: 20s}
   - {stays reserved: yes}
   - {frames lost: 3}
+  - {frames lost at least: 20}
   - {latency: as promised}
   - {latency: 2ms}
 )";
@@ -136,7 +137,7 @@ TEST(ScenarioFile, TellsOfEventsInTheOrderOfTime) {
 TEST(ScenarioFile, TellsWhatIsExpected) {
     const Scenario scenario = Read(whole);
 
-    ASSERT_EQ(scenario.expectations.size(), 8u);
+    ASSERT_EQ(scenario.expectations.size(), 9u);
     const Expectation& first = scenario.expectations[0];
     EXPECT_EQ(first.text, "time error 1us of r1, r2 from 20s until 30s");
     EXPECT_EQ(first.fromNs, 20'000'000'000u);
@@ -144,8 +145,10 @@ TEST(ScenarioFile, TellsWhatIsExpected) {
     EXPECT_THAT(std::get<TimeErrorLimit>(first.wanted).bridges, ElementsAre(0u, 1u));
     EXPECT_EQ(std::get<TimeOffset>(scenario.expectations[1].wanted).isNs, -40);
     EXPECT_THAT(std::get<OneGrandmaster>(scenario.expectations[2].wanted).followers, ElementsAre(0u, 1u, 2u));
-    EXPECT_EQ(std::get<LatencyLimit>(scenario.expectations[6].wanted).mostNs, std::nullopt);
-    EXPECT_EQ(std::get<LatencyLimit>(scenario.expectations[7].wanted).mostNs, 2'000'000u);
+    EXPECT_EQ(std::get<FramesLost>(scenario.expectations[5].wanted).most, 3u);
+    EXPECT_EQ(std::get<FramesLost>(scenario.expectations[6].wanted).least, 20u);
+    EXPECT_EQ(std::get<LatencyLimit>(scenario.expectations[7].wanted).mostNs, std::nullopt);
+    EXPECT_EQ(std::get<LatencyLimit>(scenario.expectations[8].wanted).mostNs, 2'000'000u);
 }
 
 std::vector<std::string> LinksOf(const std::string& shape) {
@@ -260,6 +263,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "file:5:39: it ends before it begins"},
         Complaint{std::string(row) + "expect:\n  - {time offset: 1us, give: 1ns}", "file:5:5: 'of' is missing"},
         Complaint{std::string(row) + "expect:\n  - {stays reserved: no}", "file:5:22: only yes makes sense here"},
+        Complaint{std::string(row) + "expect:\n  - {frames lost at least: 0}",
+                  "file:5:28: '0' is no whole number from 1 to 1000000000"},
         Complaint{std::string(row) + "expect:\n  - {frames lost: [1]}",
                   "file:5:19: one value is wanted here, no list and no map"}));
 

@@ -266,6 +266,9 @@ INSTANTIATE_TEST_SUITE_P(
         Expected{"{stays reserved: yes, from: 9s}", false,
                  "stays reserved yes from 9s: 0 of 2 at 10 s, fewer than all in 21 of 31 looks"},
         Expected{"{frames lost: 0, until: 9s}", true, "frames lost 0 until 9s: 0 frames"},
+        Expected{"{frames lost: 100}", false, "frames lost 100: 2"},
+        Expected{"{frames lost at least: 100}", true, "frames lost at least 100: 2"},
+        Expected{"{frames lost at least: 1, until: 9s}", false, "frames lost at least 1 until 9s: 0 frames"},
         Expected{"{latency: as promised}", false, "latency as promised: nothing was promised for stage.0"},
         Expected{"{latency: 1s}", true, "latency 1s: largest "}, Expected{"{latency: 10ns}", false, "latency 10ns: "},
         Expected{"{frames lost: 0, from: 20s}", false, "frames lost 0 from 20s: the run is over before that"}));
