@@ -125,7 +125,10 @@ private:
     }
 
     std::string YText(double value) const {
-        return chart.isOfTimes ? TimeText(std::llround(value)) : fmt::format("{:.6g}", value);
+        constexpr double second = 1e9;
+        if (!chart.isOfTimes) return fmt::format("{:.6g}", value);
+        if (std::abs(value) >= second) return fmt::format("{:.4g} s", value / second);  // of any size
+        return TimeText(std::llround(value));
     }
 
     // A picture within the picture shows nothing outside its frame.

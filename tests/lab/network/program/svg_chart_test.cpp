@@ -69,6 +69,12 @@ TEST(AChart, ShowsAllWhereMostPointsAreZero) {
     EXPECT_THAT(SvgText(chart), AllOf(HasSubstr(">5 us</text>"), Not(HasSubstr("outside"))));
 }
 
+TEST(AChart, HasAnAxisForCenturies) {
+    const std::string svg = SvgText({"", "", "", {{"", {{{1, -5.8e18}, {2, 8.9e18}}}}}, true});
+
+    EXPECT_THAT(svg, AllOf(HasSubstr(">1e+10 s</text>"), HasSubstr(">-1e+10 s</text>"), HasSubstr(">0 ns</text>")));
+}
+
 TEST(AChart, CountsInWholeSteps) {
     const std::string svg = SvgText({"", "", "", {{"", {{{1, 0}, {2, 0}}}}}, true});
 
