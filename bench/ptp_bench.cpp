@@ -1,12 +1,8 @@
 // How long a Sync stays in the bridge and how long a peer delay response takes, from wire to wire, of the daemon on the
 // virtual switch and, in turns with it, of ptp4l as a transparent clock on plain interfaces.
 
-#include <sys/syscall.h>
-
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,6 +10,7 @@
 #include "base/ethertypes.h"
 #include "base/wire.h"
 #include "bench/samples.h"
+#include "bench/transparent_clock.h"
 #include "bench/whole_bridge.h"
 #include "ptp/message_builder.h"
 #include "tests/support/system/gptp_peer.h"
@@ -30,27 +27,6 @@ using std::chrono::milliseconds;
 
 constexpr uint8_t syncMessage = 0x10;  // first byte
 constexpr auto syncInterval = milliseconds(125);
-
-// As in the gPTP profile, except that software stamps make the link delay long.
-constexpr const char* transparentClock = R"([global]
-clock_type P2P_TC
-network_transport L2
-delay_mechanism P2P
-time_stamping software
-free_running 1
-transportSpecific 0x1
-ptp_dst_mac 01:80:C2:00:00:0E
-follow_up_info 1
-path_trace_enabled 1
-assume_two_step 1
-logAnnounceInterval 0
-logSyncInterval -3
-neighborPropDelayThresh 20000000
-min_neighbor_prop_delay -20000000
-tx_timestamp_timeout 1000
-use_syslog 0
-verbose 1
-)";
 
 // The frame that a builder made for the switch, as it looks on a wire.
 template <WireRecord Frame>
@@ -150,22 +126,6 @@ private:
     uint16_t request = 0;
 };
 
-// ptp4l between the interfaces tc0 and tc1, whose far ends are far0 and far1. The calls that could touch the system
-// clock are refused to it.
-class TransparentClock {
-public:
-    TransparentClock() {
-        std::ofstream("/tmp/transparent.cfg") << transparentClock;
-        program.emplace(std::vector<std::string>{"ptp4l", "-f", "/tmp/transparent.cfg", "-i", "tc0", "-i", "tc1"},
-                        std::vector<AnsweredCall>{{SYS_clock_settime, EPERM},
-                                                  {SYS_clock_adjtime, EPERM},
-                                                  {SYS_settimeofday, EPERM},
-                                                  {SYS_adjtimex, EPERM}});
-    }
-
-    std::optional<Process> program;
-};
-
 void AwaitFirstSync(Relay& relay, const std::function<std::string()>& log) {
     for (int tries = 0; tries < 240; ++tries) {
         if (tries % 8 == 0) relay.Announce();
@@ -184,11 +144,11 @@ void MeasureAll(int rounds, int restSeconds) {
     for (const char* n : {"0", "1"}) LayCable(std::string("tc") + n, std::string("far") + n);
     const Port far0("far0"), far1("far1");
     const GptpPeer peer0("far0", stations[0]), peer1("far1", stations[1]);
-    TransparentClock ptp4l;
+    const TransparentClock ptp4l("tc0", "tc1");
 
     std::this_thread::sleep_for(std::chrono::seconds(5));
     const Usage daemonUsage("daemon, grandmaster of two ports", bridge.daemon),
-        ptp4lUsage("ptp4l, no Sync to relay", ptp4l.program->Id());
+        ptp4lUsage("ptp4l, no Sync to relay", ptp4l.program.Id());
     std::this_thread::sleep_for(std::chrono::seconds(restSeconds));
     for (const Usage* usage : {&daemonUsage, &ptp4lUsage}) {
         usage->PrintProcessor();
@@ -197,7 +157,7 @@ void MeasureAll(int rounds, int restSeconds) {
 
     Relay relays[] = {{"daemon", *bridge.ports[0], *bridge.ports[1]}, {"ptp4l", far0, far1}};
     for (Relay& relay : relays) {
-        AwaitFirstSync(relay, [&] { return ptp4l.program->Output() + ptp4l.program->Errors(); });
+        AwaitFirstSync(relay, [&] { return ptp4l.program.Output() + ptp4l.program.Errors(); });
         relay.Forget();
     }
     for (int round = 0; round < rounds; ++round) {
