@@ -98,7 +98,7 @@ MakeInitramfs() {
     ln -s ../bin ../sbin ../lib "$image/usr"
     [ ! -e "$board/peers/lib64" ] || ln -s lib "$image/lib64"
     AddPrograms bash cat cp cut date dirname env false head ln ls mkdir mktemp od readlink rm sed sleep sort stdbuf \
-        tail touch tr true wc grep mawk dmesg mount nsenter setpriv unshare ip bridge kmod ptp4l lldpd lldpcli tcpdump
+        tail touch tr true wc grep mawk dmesg mount nsenter chrt setpriv unshare ip bridge kmod ptp4l lldpd lldpcli tcpdump
     ln -s mawk "$image/bin/awk"
     ln -s kmod "$image/bin/insmod"
     ln -s kmod "$image/bin/rmmod"
