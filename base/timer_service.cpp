@@ -12,40 +12,16 @@ namespace {
 constexpr int64_t longestWaitMs = 10'000;  // the event loop wakes regularly even with no timers
 constexpr int64_t tolerableLatenessMs = 50;
 
-struct Instant {
-    uint32_t seconds;
-    uint32_t microseconds;
-    auto operator<=>(const Instant&) const = default;
-};
+constexpr int64_t usPerMs = 1'000;
+constexpr int64_t usPerSecond = 1'000'000;
 
-Instant Now(const Clock& clock) {
+int64_t NowUs(const Clock& clock) {
     const timespec now = clock.Monotonic();
-    return {static_cast<uint32_t>(now.tv_sec), static_cast<uint32_t>(now.tv_nsec / 1000)};
+    return int64_t{now.tv_sec} * usPerSecond + now.tv_nsec / 1000;
 }
 
-Instant ExpiryOf(const Timer& timer) {
-    return {timer.expirySeconds, timer.expiryMicroseconds};
-}
-
-Instant Later(Instant now, uint64_t delayMs) {
-    Instant later{now.seconds + static_cast<uint32_t>(delayMs / 1000),
-                  now.microseconds + static_cast<uint32_t>(delayMs % 1000) * 1000};
-    if (later.microseconds > 999'999) {
-        later.seconds += 1;
-        later.microseconds -= 1'000'000;
-    }
-    return later;
-}
-
-// Whole milliseconds from one instant to another; the fraction of a millisecond falls away.
-int64_t MillisecondsBetween(Instant from, Instant to) {
-    int64_t seconds = int64_t{to.seconds} - from.seconds;
-    int64_t microseconds = int64_t{to.microseconds} - from.microseconds;
-    if (microseconds < 0) {
-        microseconds += 1'000'000;
-        seconds -= 1;
-    }
-    return microseconds / 1000 + 1000 * seconds;
+int64_t ExpiryUs(const Timer& timer) {
+    return int64_t{timer.expirySeconds} * usPerSecond + timer.expiryMicroseconds;
 }
 
 }  // namespace
@@ -94,13 +70,14 @@ void TimerService::startAll() {
     for (Timer& timer : timers) restart(&timer);
 }
 
+// In each round of the event loop all timers pass by here, so a pending one costs no more than a comparison.
 uint32_t TimerService::runDue() {
-    const Instant now = Now(clock);
-    int64_t wait = longestWaitMs;
+    const int64_t now = NowUs(clock);
+    int64_t next = now + longestWaitMs * usPerMs;
     bool warn = true;
     for (auto timer = timers.begin(); timer != timers.end();) {
-        if (ExpiryOf(*timer) <= now) {
-            const int64_t lateMs = MillisecondsBetween(ExpiryOf(*timer), now);
+        if (ExpiryUs(*timer) <= now) {
+            const int64_t lateMs = (now - ExpiryUs(*timer)) / usPerMs;
             if (warn && lateMs > tolerableLatenessMs) {
                 warn = false;
                 log(LogCategory::IOCTL, 0, "[NORVAD TIMER] late by %d ms", static_cast<int>(lateMs));
@@ -112,10 +89,11 @@ uint32_t TimerService::runDue() {
                 continue;
             }
         }
-        wait = std::min(wait, MillisecondsBetween(now, ExpiryOf(*timer)));
+        next = std::min(next, ExpiryUs(*timer));
         ++timer;
     }
-    return static_cast<uint32_t>(std::max(wait, int64_t{1}));
+    // Whole milliseconds; the fraction of one falls away.
+    return static_cast<uint32_t>(std::max((next - now) / usPerMs, int64_t{1}));
 }
 
 Timer& TimerService::Append() {
@@ -126,13 +104,13 @@ Timer& TimerService::Append() {
 
 void TimerService::ExpireIn(Timer& timer, uint64_t delayMs) {
     if (timer.jitterMs != 0) delayMs += random.Below(timer.jitterMs);
-    const Instant expiry = Later(Now(clock), delayMs);
-    timer.expirySeconds = expiry.seconds;
-    timer.expiryMicroseconds = expiry.microseconds;
+    const int64_t expiry = NowUs(clock) + static_cast<int64_t>(delayMs) * usPerMs;
+    timer.expirySeconds = static_cast<uint32_t>(expiry / usPerSecond);
+    timer.expiryMicroseconds = static_cast<uint32_t>(expiry % usPerSecond);
 }
 
 bool TimerService::Fire(Timer& timer) {
-    const Instant due = ExpiryOf(timer);
+    const int64_t due = ExpiryUs(timer);
     running = &timer;
     try {
         timer.callback(timer.argument);
@@ -144,7 +122,7 @@ bool TimerService::Fire(Timer& timer) {
     running = nullptr;
     if (std::exchange(runningCanceled, false)) return true;
     // A periodic timer counts from the end of its callback, unless the callback has moved the expiry itself.
-    if (ExpiryOf(timer) == due) restart(&timer);
+    if (ExpiryUs(timer) == due) restart(&timer);
     return false;
 }
 
