@@ -21,7 +21,7 @@ declare -A packages=(
     [nspawn]="systemd-container"
     [board]="binutils cpio gcc libelf1 make"
     [board-amd64]="qemu-system-x86"
-    [board-arm]="qemu-system-arm"
+    [board-arm]="kmod qemu-system-arm"
 )
 
 # InstallFor WANT...
