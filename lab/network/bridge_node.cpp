@@ -10,6 +10,7 @@
 #include "daemon/assembly.h"
 #include "daemon/control/control_channel.h"
 #include "daemon/control/control_queues.h"
+#include "lab/network/egress_port.h"
 #include "switch/driver_records.h"
 #include "switch/netlink_wire.h"
 
@@ -364,13 +365,33 @@ bool BridgeNode::SendOnPort(uint8_t port, std::span<const uint8_t> frame) {
     return network.Send(*this, port, frame);
 }
 
-// Frames keep their order, however long each would wait.
 bool BridgeNode::SendToCpu(std::span<const uint8_t> frame) {
     if (!bridge) return false;
-    uint64_t readableNs = Ns() + (config.handlingNs ? config.handlingNs() : 0);
-    if (!toCpu.empty()) readableNs = std::max(readableNs, toCpu.back().readableNs);
-    toCpu.push_back({readableNs, Bytes(frame.begin(), frame.end())});
+    PortTally::Queue& counts = cpuTally.Of(TrafficClass::CONTROL);
+    if (config.cpuPort && toCpu.size() >= config.cpuPort->queueFrames) {
+        ++counts.lost;
+        return false;
+    }
+    toCpu.push_back({ReadableNs(frame.size()), Bytes(frame.begin(), frame.end())});
+    ++cpuTally.sent;
+    counts.Count(toCpu.size());
     return true;
+}
+
+// Frames keep their order, however long each would wait.
+uint64_t BridgeNode::ReadableNs(size_t length) {
+    const uint64_t handlingNs = config.handlingNs ? config.handlingNs() : 0;
+    const uint64_t beforeNs = toCpu.empty() ? 0 : toCpu.back().readableNs;
+    if (!config.cpuPort) return std::max(Ns() + handlingNs, beforeNs);
+    const uint64_t rate = config.cpuPort->bitsPerSecond;
+    cpuPortFreeNs = std::max(Ns(), cpuPortFreeNs) + (rate > 0 ? EgressPort::BusyNs(length, rate) : 0);
+    return std::max(cpuPortFreeNs, beforeNs) + handlingNs;
+}
+
+uint32_t BridgeNode::TakeDeepestCpuQueue() {
+    const auto deepest = cpuTally.TakeDeepest();
+    cpuTally.Of(TrafficClass::CONTROL).Count(toCpu.size());  // they wait still
+    return deepest[static_cast<size_t>(TrafficClass::CONTROL)];
 }
 
 void BridgeNode::Write(LogCategory, int32_t, const char* message) {

@@ -13,6 +13,7 @@
 #include "base/log.h"
 #include "daemon/event_loop.h"
 #include "lab/board/board.h"
+#include "lab/network/cpu_port.h"
 #include "lab/network/fiber.h"
 #include "lab/network/kept_grandmaster_output.h"
 #include "lab/network/network.h"
@@ -45,6 +46,7 @@ public:
         uint64_t clockNs = 0;
         uint32_t stampGranularityNs = 1;
         std::function<uint64_t()> handlingNs;  // how long a frame waits for the daemon; empty: not at all
+        std::optional<CpuPort> cpuPort;        // nothing: each frame waits alone, and there is room for all
         bool blocksAtFirst = false;  // a port that comes up passes no data frames before SetForwarding lets it
         PtpSettings ptp;
         uint32_t seed = 0;       // of the daemon's randomness, besides its address
@@ -80,6 +82,11 @@ public:
     const KeptGrandmasterOutput::Kept& Grandmasters() const { return grandmasters; }
     // What they were told goes, for runs that are longer than memory.
     void ForgetGrandmasters() { grandmasters = {}; }
+
+    // What became of the frames for the daemon; all are control frames.
+    const PortTally& CpuTally() const { return cpuTally; }
+    // The most that waited for it since this was asked last.
+    uint32_t TakeDeepestCpuQueue();
 
     // What spanning tree would decide of a port that is up.
     void SetForwarding(uint8_t port, bool forwards);
@@ -130,6 +137,7 @@ private:
     // BoardWires
     bool SendOnPort(uint8_t port, std::span<const uint8_t> frame) override;
     bool SendToCpu(std::span<const uint8_t> frame) override;
+    uint64_t ReadableNs(size_t length);
 
     // BoardObserver, LogSink
     void Event(const std::string&) override {}
@@ -141,7 +149,9 @@ private:
     const Config config;
     std::unique_ptr<board::Board> hardware;
     std::deque<TrappedFrame> toCpu;  // frames that the daemon has not read yet
-    std::deque<Bytes> linkNews;      // netlink messages likewise
+    uint64_t cpuPortFreeNs = 0;      // when the last of them is through the port
+    PortTally cpuTally;
+    std::deque<Bytes> linkNews;  // netlink messages likewise
     KeptGrandmasterOutput::Kept grandmasters;
     std::unique_ptr<Switch> bridge;
     std::unique_ptr<Fiber> daemon;  // while the daemon runs

@@ -72,10 +72,7 @@ void EgressPort::CountDepths() {
 }
 
 void EgressPort::CountDepth(size_t queue) {
-    PortTally::Queue& counts = tally.Of(ClassOf(queue));
-    const auto waiting = static_cast<uint32_t>(queues[queue].size());
-    counts.deepest = std::max(counts.deepest, waiting);
-    counts.deepestLately = std::max(counts.deepestLately, waiting);
+    tally.Of(ClassOf(queue)).Count(queues[queue].size());
 }
 
 bool EgressPort::StreamsWait() const {

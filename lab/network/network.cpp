@@ -135,10 +135,7 @@ void Network::Begin(const std::shared_ptr<Cable>& cable, size_t from, std::span<
 }
 
 std::array<uint32_t, trafficClassCount> Network::TakeDeepest(Node& node, uint8_t port) {
-    std::array<uint32_t, trafficClassCount> deepest{};
-    for (size_t index = 0; index < trafficClassCount; ++index) {
-        deepest[index] = std::exchange(node.tallies.at(port).queues[index].deepestLately, 0);
-    }
+    const auto deepest = node.tallies.at(port).TakeDeepest();
     const auto& cable = node.cables.at(port);
     const auto egress = cable ? cable->ends[cable->IndexOf(node, port)].egress : nullptr;
     if (egress) egress->CountDepths();

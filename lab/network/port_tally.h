@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace norvad::network {
 
@@ -18,6 +20,11 @@ struct PortTally {
         uint64_t lost = 0;           // found no room
         uint32_t deepest = 0;        // frames that waited in one queue at once
         uint32_t deepestLately = 0;  // since somebody asked last
+
+        void Count(size_t waiting) {
+            deepest = std::max(deepest, static_cast<uint32_t>(waiting));
+            deepestLately = std::max(deepestLately, static_cast<uint32_t>(waiting));
+        }
     };
 
     uint64_t sent = 0;  // began to leave by a cable
@@ -26,6 +33,14 @@ struct PortTally {
     std::array<Queue, trafficClassCount> queues;
 
     Queue& Of(TrafficClass trafficClass) { return queues[static_cast<size_t>(trafficClass)]; }
+    // The most that waited since this was asked last, by class.
+    std::array<uint32_t, trafficClassCount> TakeDeepest() {
+        std::array<uint32_t, trafficClassCount> deepest{};
+        for (size_t each = 0; each < trafficClassCount; ++each) {
+            deepest[each] = std::exchange(queues[each].deepestLately, 0);
+        }
+        return deepest;
+    }
     uint64_t CrowdedOut() const {
         uint64_t frames = 0;
         for (const Queue& queue : queues) frames += queue.lost;

@@ -64,6 +64,15 @@ void ReadHandling(const FileValue& value, BridgePlan& plan) {
     if (plan.mostHandlingNs < plan.leastHandlingNs) value.Refuse("the least time is above the most");
 }
 
+CpuPort ReadCpuPort(const FileValue& value) {
+    FileMap map(value);
+    CpuPort port;
+    if (const auto each = map.Find("rate")) port.bitsPerSecond = ReadRate(*each);
+    if (const auto each = map.Find("queue")) port.queueFrames = ReadQueue(*each);
+    map.RefuseOthers();
+    return port;
+}
+
 Group ReadGroup(FileMap& map) {
     Group group;
     for (const auto& [name, shape] : shapeNames) {
@@ -126,6 +135,7 @@ void ReadBridges(const FileValue& value, uint64_t seed, Names& names) {
     if (const auto each = map.Find("no grandmaster")) plan.ptp.ptpNoGM = each->YesOrNo();
     if (const auto each = map.Find("clock")) spreadPpb = ReadClock(*each, plan);
     if (const auto each = map.Find("handling")) ReadHandling(*each, plan);
+    if (const auto each = map.Find("cpu port")) plan.cpuPort = ReadCpuPort(*each);
 
     const auto named = map.Find("name");
     const std::string name = named ? named->Text() : "b";

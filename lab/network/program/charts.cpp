@@ -140,15 +140,19 @@ Chart LatencyChart(const Scenario& scenario, const Scene& scene, const std::vect
 
 Chart QueueChart(const std::vector<Sample>& samples) {
     Chart chart{"Most frames waiting in one queue", "seconds", "frames", {}};
-    for (size_t each = 0; each < trafficClassCount; ++each) {
-        ChartLine line{trafficClassNames[each], {{}}};
+    const auto add = [&](const char* name, const auto& framesOf) {
+        ChartLine line{name, {{}}};
         uint32_t most = 0;
         for (const Sample& sample : samples) {
-            most = std::max(most, sample.waiting[each]);
-            line.pieces[0].emplace_back(Seconds(sample), static_cast<double>(sample.waiting[each]));
+            most = std::max(most, framesOf(sample));
+            line.pieces[0].emplace_back(Seconds(sample), static_cast<double>(framesOf(sample)));
         }
         if (most > 0) chart.lines.push_back(std::move(line));
+    };
+    for (size_t each = 0; each < trafficClassCount; ++each) {
+        add(trafficClassNames[each], [&](const Sample& sample) { return sample.waiting[each]; });
     }
+    add("for a daemon", [](const Sample& sample) { return sample.waitingForDaemon; });
     return chart;
 }
 

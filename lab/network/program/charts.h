@@ -20,8 +20,8 @@ Chart StreamChart(const Scene& scene, const std::vector<Sample>& samples);
 Chart StreamLatencyChart(const Scene& scene);
 // The largest latency over the run beside the one that was promised, on the few routes that use most of their promise.
 Chart LatencyChart(const Scenario& scenario, const Scene& scene, const std::vector<Sample>& samples);
-// The most frames that waited in one queue of a bridge, over the run, for each class of which any waited; no lines
-// where none did.
+// The most frames that waited in one queue of a bridge, or for a daemon, over the run: a line for each class of which
+// any waited.
 Chart QueueChart(const std::vector<Sample>& samples);
 
 }  // namespace norvad::network

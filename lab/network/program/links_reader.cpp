@@ -13,11 +13,17 @@ CableSettings ReadCable(FileMap& map) {
     if (const auto value = map.Find("loss")) {
         cable.lostPerMillion[0] = cable.lostPerMillion[1] = value->SharePerMillion();
     }
-    if (const auto value = map.Find("rate")) {
-        cable.bitsPerSecond = static_cast<uint64_t>(value->BitsPerSecond(1'000'000, 10'000'000'000));
-    }
-    if (const auto value = map.Find("queue")) cable.queueFrames = static_cast<size_t>(value->Number(1, 100'000));
+    if (const auto value = map.Find("rate")) cable.bitsPerSecond = ReadRate(*value);
+    if (const auto value = map.Find("queue")) cable.queueFrames = ReadQueue(*value);
     return cable;
+}
+
+uint64_t ReadRate(const FileValue& value) {
+    return static_cast<uint64_t>(value.BitsPerSecond(1'000'000, 10'000'000'000));
+}
+
+size_t ReadQueue(const FileValue& value) {
+    return static_cast<size_t>(value.Number(1, 100'000));
 }
 
 void ReadLink(const FileValue& value, Names& names) {

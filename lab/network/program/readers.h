@@ -16,6 +16,10 @@ void ReadBridges(const FileValue& value, uint64_t seed, Names& names);
 // What a map says of a cable.
 CableSettings ReadCable(FileMap& map);
 
+// Of whatever sends frames: its rate in bits per second, and how many find room before it.
+uint64_t ReadRate(const FileValue& value);
+size_t ReadQueue(const FileValue& value);
+
 void ReadLink(const FileValue& value, Names& names);
 void ReadStation(const FileValue& value, Names& names);
 EventPlan ReadEvent(const FileValue& value, const Names& names);

@@ -13,6 +13,7 @@ void Recorder::Look() {
     sample.lostStreamFrames = scene.LostStreamFrames();
     sample.lost = scene.LostFrames();
     sample.waiting = scene.TakeDeepest();
+    sample.waitingForDaemon = scene.TakeDeepestBeforeDaemons();
     sample.latencies = Latencies();
     samples.push_back(std::move(sample));
 }

@@ -29,6 +29,7 @@ struct Sample {
     // Since the look before: the most that waited in a queue of a bridge, and the largest latency on each route, beside
     // the least that MSRP promises now to a stream on it; 0 where no frame came, or nothing is promised.
     std::array<uint32_t, trafficClassCount> waiting{};
+    uint32_t waitingForDaemon = 0;  // for one of them
     std::vector<Latency> latencies;
 };
 

@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "lab/network/cpu_port.h"
 #include "lab/network/network.h"
 #include "ptp/clocks.h"
 
@@ -35,6 +36,7 @@ struct BridgePlan {
     uint64_t startNs = 0;  // what its clock shows when it is switched on
     uint64_t leastHandlingNs = 0;
     uint64_t mostHandlingNs = 0;  // a frame waits so long for its daemon
+    std::optional<CpuPort> cpuPort;
 };
 
 struct End {

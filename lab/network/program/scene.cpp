@@ -58,6 +58,7 @@ void Scene::AddBridge(const BridgePlan& plan, const Logs& logs) {
     config.clockNs = plan.startNs;
     config.stampGranularityNs = plan.granularityNs;
     config.handlingNs = HandlingOf(plan, scenario.seed);
+    config.cpuPort = plan.cpuPort;
     config.blocksAtFirst = scenario.spanningTreeNs.has_value();
     config.ptp = plan.ptp;
     config.seed = static_cast<uint32_t>(Random(scenario.seed, plan.name + " daemon").Next());
@@ -267,6 +268,12 @@ std::array<uint32_t, trafficClassCount> Scene::TakeDeepest() {
     return most;
 }
 
+uint32_t Scene::TakeDeepestBeforeDaemons() {
+    uint32_t most = 0;
+    for (BridgeNode& bridge : bridges) most = std::max(most, bridge.TakeDeepestCpuQueue());
+    return most;
+}
+
 const PortTally& Scene::TallyOf(const End& end) const {
     if (end.isStation) return Network::TallyOf(stations[end.index], end.port);
     return Network::TallyOf(bridges[end.index], end.port);
@@ -282,6 +289,7 @@ Losses Scene::LostFrames() const {
             losses.cutOff += tally.cutOff;
         }
     }
+    for (const BridgeNode& bridge : bridges) losses.beforeDaemons += bridge.CpuTally().CrowdedOut();
     return losses;
 }
 

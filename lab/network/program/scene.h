@@ -38,6 +38,7 @@ struct Losses {
     uint64_t atFullQueues = 0;
     uint64_t onCables = 0;  // by chance
     uint64_t cutOff = 0;    // waited or were under way as their cable was pulled out
+    uint64_t beforeDaemons = 0;
 };
 
 // The network of a scenario, alive: its bridges, stations and links, and what happens to them.
@@ -83,6 +84,9 @@ public:
     // last.
     std::array<uint32_t, trafficClassCount> TakeDeepest();
     const PortTally& TallyOf(const End& end) const;
+    // The same for the frames that a bridge's daemon was to handle.
+    uint32_t TakeDeepestBeforeDaemons();
+    const PortTally& CpuTallyOf(size_t bridge) const { return bridges[bridge].CpuTally(); }
     Losses LostFrames() const;
 
 private:

@@ -37,11 +37,12 @@ std::string TimeTable(const Scenario& scenario, const std::vector<Sample>& sampl
 }
 
 std::string TrafficTable(const Scene& scene, const std::vector<Sample>& samples) {
-    std::string text = "seconds,reserved,wanted,stream frames lost,lost at full queues,lost on cables,cut off\n";
+    std::string text =
+        "seconds,reserved,wanted,stream frames lost,lost at full queues,lost on cables,cut off,lost before daemons\n";
     for (const Sample& sample : samples) {
-        text +=
-            fmt::format("{},{},{},{},{},{},{}\n", Seconds(sample.ns), sample.reserved, scene.Subscriptions().size(),
-                        sample.lostStreamFrames, sample.lost.atFullQueues, sample.lost.onCables, sample.lost.cutOff);
+        text += fmt::format("{},{},{},{},{},{},{},{}\n", Seconds(sample.ns), sample.reserved,
+                            scene.Subscriptions().size(), sample.lostStreamFrames, sample.lost.atFullQueues,
+                            sample.lost.onCables, sample.lost.cutOff, sample.lost.beforeDaemons);
     }
     return text;
 }
@@ -75,11 +76,11 @@ std::string LatencyTable(const Scenario& scenario, const Scene& scene, const std
 std::string QueueTable(const std::vector<Sample>& samples) {
     std::string text = "seconds";
     for (const char* name : trafficClassNames) text += fmt::format(",{}", name);
-    text += '\n';
+    text += ",for a daemon\n";
     for (const Sample& sample : samples) {
         text += Seconds(sample.ns);
         for (const uint32_t frames : sample.waiting) text += fmt::format(",{}", frames);
-        text += '\n';
+        text += fmt::format(",{}\n", sample.waitingForDaemon);
     }
     return text;
 }
@@ -89,17 +90,18 @@ std::string PortTable(const Scenario& scenario, const Scene& scene) {
     for (const char* name : trafficClassNames) text += fmt::format(",{} lost at full queue", name);
     for (const char* name : trafficClassNames) text += fmt::format(",{} most waiting", name);
     text += '\n';
-    const auto add = [&](const End& end, const End& other) {
-        const PortTally& tally = scene.TallyOf(end);
-        text += fmt::format("{},{},{},{},{}", EndName(scenario, end), EndName(scenario, other), tally.sent,
-                            tally.lostOnCable, tally.cutOff);
+    const auto add = [&](const std::string& from, const std::string& to, const PortTally& tally) {
+        text += fmt::format("{},{},{},{},{}", from, to, tally.sent, tally.lostOnCable, tally.cutOff);
         for (const auto& queue : tally.queues) text += fmt::format(",{}", queue.lost);
         for (const auto& queue : tally.queues) text += fmt::format(",{}", queue.deepest);
         text += '\n';
     };
     for (const LinkPlan& link : scenario.links) {
-        add(link.a, link.b);
-        add(link.b, link.a);
+        add(EndName(scenario, link.a), EndName(scenario, link.b), scene.TallyOf(link.a));
+        add(EndName(scenario, link.b), EndName(scenario, link.a), scene.TallyOf(link.b));
+    }
+    for (size_t bridge = 0; bridge < scenario.bridges.size(); ++bridge) {
+        add(scenario.bridges[bridge].name + ".cpu", "daemon", scene.CpuTallyOf(bridge));
     }
     return text;
 }

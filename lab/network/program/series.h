@@ -21,9 +21,9 @@ std::string StreamTable(const Scenario& scenario, const Scene& scene);
 // Each interval's largest latency on each route, in nanoseconds, beside the least that was promised to a stream on it;
 // empty where no frame came, or nothing was promised.
 std::string LatencyTable(const Scenario& scenario, const Scene& scene, const std::vector<Sample>& samples);
-// The most frames that waited in one queue of a bridge in each interval, by class.
+// The most frames that waited in one queue of a bridge in each interval, by class, and those that waited for a daemon.
 std::string QueueTable(const std::vector<Sample>& samples);
-// What became of the frames that each end of a link was to send.
+// What became of the frames that each end of a link was to send, and of those for each daemon.
 std::string PortTable(const Scenario& scenario, const Scene& scene);
 std::string EventTable(const Scenario& scenario);
 

@@ -94,9 +94,10 @@ std::string SummaryText(const Scenario& scenario, const Scene& scene, const std:
                                    scenario.links.size(), TimeText(Signed(last.ns)), scenario.seed);
     text += TimeLines(scenario, samples) + '\n';
     text += StreamsText(scenario, scene, samples);
-    text +=
-        fmt::format("lost: {} stream frames; of all frames {} on cables, {} at full queues, {} with cables pulled\n",
-                    last.lostStreamFrames, last.lost.onCables, last.lost.atFullQueues, last.lost.cutOff);
+    text += fmt::format(
+        "lost: {} stream frames; of all frames {} on cables, {} at full queues, {} with cables pulled, {} before "
+        "daemons\n",
+        last.lostStreamFrames, last.lost.onCables, last.lost.atFullQueues, last.lost.cutOff, last.lost.beforeDaemons);
     if (!verdicts.empty()) text += "\nexpected\n";
     for (const Verdict& verdict : verdicts)
         text += fmt::format("  {:<4} {}\n", verdict.holds ? "ok" : "FAIL", verdict.text);

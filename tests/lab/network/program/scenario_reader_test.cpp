@@ -46,6 +46,7 @@ bridges:
     priority1: 100
     clock: {error: 20ppm, ramp: 1ppm/s, ramp from: 5s, ramp until: 6s, wander: 3ppb, granularity: 40ns, start: 1h}
     handling: [50us, 1ms]
+    cpu port: {rate: 100M, queue: 32}
     link: {delay: 300ns, back: 500ns, jitter: 9ns, loss: 0.1%}
   - {name: gm, no grandmaster: no}
 links:
@@ -90,6 +91,10 @@ TEST(ScenarioFile, TellsOfBridgesInARow) {
     EXPECT_EQ(bridge.startNs, 3'600'000'000'000u);
     EXPECT_EQ(bridge.leastHandlingNs, 50'000u);
     EXPECT_EQ(bridge.mostHandlingNs, 1'000'000u);
+    ASSERT_TRUE(bridge.cpuPort);
+    EXPECT_EQ(bridge.cpuPort->bitsPerSecond, 100'000'000u);
+    EXPECT_EQ(bridge.cpuPort->queueFrames, 32u);
+    EXPECT_FALSE(scenario.bridges[2].cpuPort);
     EXPECT_FALSE(scenario.bridges[2].ptp.ptpNoGM);
 }
 
@@ -236,6 +241,10 @@ INSTANTIATE_TEST_SUITE_P(
         Complaint{"title: t\nbridges:\n  - name: a\n  - name: a", "file:4:11: 'a' names two things"},
         Complaint{"title: t\nbridges:\n  - {name: a, handling: [2ms, 1ms]}",
                   "file:3:25: the least time is above the most"},
+        Complaint{"title: t\nbridges:\n  - {name: a, cpu port: {queue: 0}}",
+                  "file:3:33: '0' is no whole number from 1 to 100000"},
+        Complaint{"title: t\nbridges:\n  - {name: a, cpu port: {delay: 1us}}",
+                  "file:3:26: 'delay' is not known here; possible are queue, rate"},
         Complaint{"title: t\nbridges:\n  - {name: a, clock: {error: 20}}",
                   "file:3:30: '20' is no frequency error such as 50ppm or -20ppb"},
         Complaint{std::string(row) + "links:\n  - {from: b1.0, to: b2.0}", "file:5:22: port b2.0 is taken"},

@@ -171,6 +171,31 @@ events:
                            ",0,0,0," + std::to_string(narrow.CrowdedOut()) + ",0,0,"));
 }
 
+// As soon as it is plugged in, a station offers more than the queue before the daemon holds.
+TEST(AScene, TellsOfTheFramesForDaemons) {
+    const Played played(R"(
+title: daemon
+duration: 8s
+bridges:
+  - {row: 2, handling: 1ms, cpu port: {queue: 4}}
+stations:
+  - {name: stage, at: b1, talk: 1000}
+)");
+    const PortTally& tally = played.scene.CpuTallyOf(0);
+
+    EXPECT_GT(tally.CrowdedOut(), 0u);
+    EXPECT_EQ(played.At(8 * second).lost.beforeDaemons, tally.CrowdedOut() + played.scene.CpuTallyOf(1).CrowdedOut());
+    EXPECT_EQ(std::max_element(played.recorder.Samples().begin(), played.recorder.Samples().end(),
+                               [](const Sample& left, const Sample& right) {
+                                   return left.waitingForDaemon < right.waitingForDaemon;
+                               })
+                  ->waitingForDaemon,
+              4u);
+    EXPECT_THAT(PortTable(played.scenario, played.scene),
+                testing::HasSubstr("\nb1.cpu,daemon," + std::to_string(tally.sent) + ",0,0,0,0," +
+                                   std::to_string(tally.CrowdedOut()) + ",0,0,0,4,0\n"));
+}
+
 TEST(AScene, ChangesAPriority) {
     const Played played(std::string(threeInARow) + "events:\n  - {at: 6s, priority1 of: b3, to: 1}\n");
 
