@@ -97,7 +97,7 @@ MakeInitramfs() {
     mkdir -p "$image"/{bin,sbin,usr,lib,etc,proc,sys,dev,run/lldpd,tmp,root,build/bin,project/scripts}
     ln -s ../bin ../sbin ../lib "$image/usr"
     [ ! -e "$board/peers/lib64" ] || ln -s lib "$image/lib64"
-    AddPrograms bash cat cp cut date dirname env false head ln ls mkdir mktemp od readlink rm sed sleep sort stdbuf \
+    AddPrograms bash cat cp cut date dirname env false head ln ls mkdir mktemp od readlink rm rmdir paste sed sleep sort stdbuf \
         tail touch tr true wc grep mawk dmesg mount nsenter chrt setpriv unshare ip bridge kmod ptp4l lldpd lldpcli tcpdump
     ln -s mawk "$image/bin/awk"
     ln -s kmod "$image/bin/insmod"
