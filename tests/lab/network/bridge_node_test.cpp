@@ -114,6 +114,30 @@ TEST(BridgeInANetwork, LogsAtLevelsOfItsOwn) {
     EXPECT_FALSE(IsLogged(LogCategory::MRP, 1));
 }
 
+// A long frame is in the way of its request, so that it waits for a stamp when it is killed, and would go on from
+// there.
+TEST(BridgeInANetwork, LogsNothingMoreWhenItsDaemonIsKilled) {
+    Network world;
+    size_t lines = 0;
+    auto config = Numbered(1);
+    config.log = {[&](uint64_t, const char*) { ++lines; }, {}};
+    config.log->levels.fill(9);
+    BridgeNode left(world, config), right(world, Numbered(2));
+    network::CableSettings slow;
+    slow.bitsPerSecond = 1'000'000;
+    world.Connect(left, 0, right, 0, slow);
+    world.RunMs(1'500);
+    const auto waiting = [&] {
+        return Network::TakeDeepest(left, 0)[static_cast<size_t>(network::TrafficClass::CONTROL)];
+    };
+    for ((void)waiting(); waiting() == 0; world.RunMs(1)) world.Send(left, 0, network::Bytes(1'400));
+
+    const size_t before = lines;
+    left.KillDaemon();
+    EXPECT_GT(before, 0u);
+    EXPECT_EQ(lines, before);
+}
+
 // The same world twice gives the same frames at the same instants.
 TEST(BridgeInANetwork, RunsTheSameEveryTime) {
     const auto run = [] {
