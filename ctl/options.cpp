@@ -67,8 +67,8 @@ Selection ReadSelection(const po::variables_map& values) {
     constexpr uint64_t mostRows = 1'000'000'000;
     Selection selection;
     if (values.count("port")) selection.port = static_cast<unsigned>(Number(values, "port", portNumbers - 1));
-    if (values.count("limit")) selection.limit = Number(values, "limit", mostRows);
-    if (values.count("offset")) selection.offset = Number(values, "offset", mostRows);
+    if (values.count("limit")) selection.limit = static_cast<size_t>(Number(values, "limit", mostRows));
+    if (values.count("offset")) selection.offset = static_cast<size_t>(Number(values, "offset", mostRows));
     if (values.count("stream")) {
         selection.stream = ReadId(values["stream"].as<std::string>());
         if (!selection.stream) throw UsageError("--stream wants a StreamID such as 02:00:00:00:00:a0:00:01");
