@@ -5,6 +5,14 @@
 
 namespace norvad::network {
 
+int64_t MeanNs(const std::vector<int64_t>& errorsNs) {
+    constexpr double most = 9.2e18;  // that the result holds
+    double sum = 0;
+    for (const int64_t errorNs : errorsNs) sum += static_cast<double>(errorNs);
+    const double mean = errorsNs.empty() ? 0 : sum / static_cast<double>(errorsNs.size());
+    return static_cast<int64_t>(std::clamp(mean, -most, most));
+}
+
 void Recorder::Look() {
     Sample sample;
     sample.ns = scene.Ns();

@@ -33,6 +33,10 @@ struct Sample {
     std::vector<Latency> latencies;
 };
 
+// The mean of time errors, in nanoseconds, 0 of none. A clock may be off by centuries, and few of these are more
+// together than 64 bits hold.
+int64_t MeanNs(const std::vector<int64_t>& errorsNs);
+
 // Looks at a scene at even intervals.
 class Recorder {
 public:

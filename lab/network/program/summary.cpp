@@ -22,20 +22,18 @@ std::string TimeLines(const Scenario& scenario, const std::vector<Sample>& sampl
     std::string text = "time, in the second half of the run\n";
     for (size_t bridge = 0; bridge < scenario.bridges.size(); ++bridge) {
         int64_t largest = 0;
-        int64_t sum = 0;
-        int64_t looks = 0;
+        std::vector<int64_t> errors;
         for (const Sample& sample : samples) {
             const auto& time = sample.bridges[bridge];
             if (sample.ns < scenario.durationNs / 2 || !time.grandmaster) continue;
             if (std::llabs(time.errorNs) > std::llabs(largest)) largest = time.errorNs;
-            sum += time.errorNs;
-            ++looks;
+            errors.push_back(time.errorNs);
         }
         const auto& last = samples.back().bridges[bridge];
         text += fmt::format("  {:<10} grandmaster {:<10}", scenario.bridges[bridge].name,
                             last.grandmaster ? scenario.bridges[*last.grandmaster].name : "none");
-        if (looks > 0)
-            text += fmt::format(" error mean {:>9}  largest {:>9}", TimeText(sum / looks), TimeText(largest));
+        if (!errors.empty())
+            text += fmt::format(" error mean {:>9}  largest {:>9}", TimeText(MeanNs(errors)), TimeText(largest));
         text += '\n';
     }
     return text;

@@ -56,12 +56,12 @@ public:
         std::optional<int64_t> worst;
         size_t worstBridge = 0;
         for (const size_t bridge : offset.bridges) {
-            int64_t sum = 0;
+            std::vector<int64_t> errors;
             for (const Sample* sample : window) {
                 if (!sample->bridges[bridge].grandmaster) return FollowsNobody(bridge, *sample);
-                sum += sample->bridges[bridge].errorNs;
+                errors.push_back(sample->bridges[bridge].errorNs);
             }
-            const int64_t mean = sum / static_cast<int64_t>(window.size());
+            const int64_t mean = MeanNs(errors);
             if (worst && std::llabs(mean - offset.isNs) <= std::llabs(*worst - offset.isNs)) continue;
             worst = mean;
             worstBridge = bridge;

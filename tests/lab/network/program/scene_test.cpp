@@ -196,6 +196,17 @@ stations:
                                    std::to_string(tally.CrowdedOut()) + ",0,0,0,4,0\n"));
 }
 
+// A clock that a wrong Follow_Up has set is off by centuries, on one side and on the other.
+TEST(TheMeanOfTimeErrors, MayBeOfCenturies) {
+    constexpr int64_t century = 3'155'760'000'000'000'000;
+
+    EXPECT_EQ(MeanNs({}), 0);
+    EXPECT_EQ(MeanNs({-5, -6}), -5);
+    EXPECT_EQ(MeanNs({2 * century, 2 * century, 2 * century}), 2 * century);
+    EXPECT_EQ(MeanNs({-2 * century, -2 * century}), -2 * century);
+    EXPECT_EQ(MeanNs({INT64_MAX, INT64_MAX}), 9'200'000'000'000'000'000);
+}
+
 TEST(AScene, ChangesAPriority) {
     const Played played(std::string(threeInARow) + "events:\n  - {at: 6s, priority1 of: b3, to: 1}\n");
 
