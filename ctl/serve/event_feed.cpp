@@ -65,9 +65,8 @@ EventFeed::Position EventFeed::PositionBehind(std::string_view lastId) const {
 std::string EventFeed::Next(Position& position) const {
     std::string text;
     if (!position.hasBegun) text = "retry: 2000\n\n" + History();
-    for (uint64_t number = std::max(position.change, firstChange); number < firstChange + changes.size(); ++number) {
-        text += changes[number - firstChange];
-    }
+    const auto heard = static_cast<size_t>(std::max(position.change, firstChange) - firstChange);
+    for (size_t index = heard; index < changes.size(); ++index) text += changes[index];
     if (position.state < states) text += newest;
     position = {firstChange + changes.size(), states, true};
     return text;

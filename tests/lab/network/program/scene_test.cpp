@@ -52,7 +52,7 @@ public:
                StreamTable(scenario, scene) + LatencyTable(scenario, scene, recorder.Samples()) +
                QueueTable(recorder.Samples()) + PortTable(scenario, scene) + EventTable(scenario);
     }
-    const Sample& At(uint64_t ns) const { return recorder.Samples().at(ns / (second / 10)); }
+    const Sample& At(uint64_t ns) const { return recorder.Samples().at(static_cast<size_t>(ns / (second / 10))); }
     std::vector<Verdict> Verdicts() const { return Judge(scenario, scene, recorder.Samples()); }
 
     const Scenario scenario;

@@ -26,7 +26,7 @@ TEST(ManySeeds, AreRunOnceEachAndToldInTheirOrder) {
     const auto outcomes = RunSeeds(7, Squared);
 
     ASSERT_EQ(outcomes.size(), 7u);
-    for (uint64_t n = 0; n < 7; ++n) {
+    for (size_t n = 0; n < 7; ++n) {
         EXPECT_EQ(outcomes[n].seed, n + 1);
         EXPECT_EQ(outcomes[n].largestErrorNs, (n + 1) * (n + 1));
     }
