@@ -17,8 +17,8 @@ bool SetDebugLevel(const DebugTokens& tokens) {
     if (!category) return true;
     const auto index = static_cast<size_t>(*category);
     debugLevels[index] = level;
-    std::printf("LOG_%s debugLevel = %d\n", logCategoryNames[index],
-                level);  // std::cout would end with the first line refused
+    // std::cout would end with the first line refused.
+    std::printf("LOG_%s debugLevel = %d\n", logCategoryNames[index], level);
     std::fflush(stdout);
     return true;
 }
