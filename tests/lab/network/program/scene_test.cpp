@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -271,6 +272,10 @@ struct Expected {
     bool holds;
     std::string text;
 };
+
+void PrintTo(const Expected& expected, std::ostream* out) {
+    *out << expected.line;
+}
 
 class WhatIsExpected : public testing::TestWithParam<Expected> {};
 
