@@ -31,11 +31,12 @@ int64_t LinkDelayNs(const Snapshot& bridge, unsigned port) {
 }
 
 Step NotReported(Step step) {
+    const unsigned number = *step.port;
     return Unknown(std::move(step), "the answer has no such port",
                    "The daemon reports the ports 0, 1 and 6, which leads to the CPU.",
                    fmt::format("To see it: norvadctl log msrp 1 logs '[SW-MSRP] port {} up' and 'down', 'STP up' and "
                                "'STP down', 'AVB up' and 'AVB down' as they happen.",
-                               *step.port));
+                               number));
 }
 
 Step LinkStep(const Snapshot& bridge, unsigned number) {

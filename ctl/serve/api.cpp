@@ -16,7 +16,7 @@ Answer Metrics(const Selection&, const BridgeState& state) {
     return {.type = metricsType, .body = MetricsText(state.IsAnswered() ? &state.snapshot : nullptr, &state.counters)};
 }
 
-Answer Document(Json members, const BridgeState& state) {
+Answer Document(const Json& members, const BridgeState& state) {
     Json document = {{"version", jsonVersion}};
     document.update(members);
     document["notUnderstood"] = NotUnderstoodJson(state.notUnderstood);
